@@ -1,0 +1,23 @@
+# zepa_flags: what every target of this project is compiled with; linked privately, never exported.
+add_library(zepa_flags INTERFACE)
+target_compile_features(zepa_flags INTERFACE cxx_std_20)
+target_include_directories(zepa_flags INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(zepa_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${ZEPASIGN_WARNINGS_AS_ERRORS}>:-Werror>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>)
+
+if(ZEPASIGN_SANITIZE)
+  target_compile_options(zepa_flags INTERFACE
+    -fsanitize=${ZEPASIGN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(zepa_flags INTERFACE -fsanitize=${ZEPASIGN_SANITIZE})
+endif()
+
+# zepa_room(NAME SOURCES...): one layer of the house, compiled once; the shared library and the tests link the same
+# objects.
+function(zepa_room name)
+  add_library(${name} OBJECT ${ARGN})
+  target_link_libraries(${name} PRIVATE zepa_flags)
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
