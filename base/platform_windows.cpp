@@ -1,0 +1,234 @@
+#include <direct.h>
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <ctime>
+
+#include "base/platform.h"
+
+namespace zepasign::platform {
+
+const char kFolderSeparator = '\\';
+
+// now reads the clock once: seconds and milliseconds of two readings could belong to different seconds.
+LocalTime now() noexcept {
+  constexpr std::uint64_t kUnixEpoch = 116444736000000000;  // 1970-01-01 in units of 100 ns since 1601-01-01
+  FILETIME clock;
+  GetSystemTimeAsFileTime(&clock);
+  const std::uint64_t ticks = (std::uint64_t{clock.dwHighDateTime} << 32 | clock.dwLowDateTime) - kUnixEpoch;
+  const auto seconds = static_cast<__time64_t>(ticks / 10'000'000);
+  std::tm local{};
+  if (_localtime64_s(&local, &seconds) != 0) return {};  // not _localtime64: its buffer may be the host's as well
+  return {local.tm_year + 1900,
+          local.tm_mon + 1,
+          local.tm_mday,
+          local.tm_hour,
+          local.tm_min,
+          local.tm_sec,
+          static_cast<int>(ticks / 10'000 % 1000)};
+}
+
+int processId() noexcept { return _getpid(); }
+
+std::string currentFolder() {
+  char folder[1024];
+  return _getcwd(folder, sizeof folder) != nullptr ? folder : "";
+}
+
+// createFolder asks _access and not errno: for a drive such as C: the system answers "access denied", not "exists".
+bool createFolder(const char* path) noexcept { return _mkdir(path) == 0 || _access(path, 0) == 0; }
+
+namespace {
+
+// searchPattern looks at the last character, not at the last byte, which 0x5C may share with a Big5 character.
+std::string searchPattern(const std::string& folder) {
+  const char last = *CharPrevA(folder.c_str(), folder.c_str() + folder.size());
+  return folder + (last == '/' || last == '\\' ? "*" : "/*");
+}
+
+// FolderSearch: one directory search, ended with its scope.
+class FolderSearch final {
+ public:
+  explicit FolderSearch(const std::string& pattern) : handle_(_findfirst64i32(pattern.c_str(), &entry_)) {}
+  ~FolderSearch() {
+    if (found()) _findclose(handle_);
+  }
+  FolderSearch(const FolderSearch&) = delete;
+  FolderSearch& operator=(const FolderSearch&) = delete;
+
+  [[nodiscard]] bool found() const { return handle_ != -1; }
+  [[nodiscard]] const char* name() const { return entry_.name; }
+  [[nodiscard]] bool next() { return _findnext64i32(handle_, &entry_) == 0; }
+
+ private:
+  _finddata64i32_t entry_{};
+  std::intptr_t handle_;
+};
+
+}  // namespace
+
+bool listFolder(const std::string& folder, std::vector<std::string>& names) {
+  if (folder.empty()) return false;  // else the root of the drive would be listed
+  FolderSearch search(searchPattern(folder));
+  if (!search.found()) return false;
+  do names.emplace_back(search.name());
+  while (search.next());
+  return true;
+}
+
+FilePtr openForReading(const char* path) noexcept {
+  const int descriptor = _open(path, _O_RDONLY | _O_BINARY | _O_NOINHERIT);
+  if (descriptor < 0) return nullptr;
+  FilePtr file;
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+  if (GetFileType(handle) == FILE_TYPE_DISK) file.reset(_fdopen(descriptor, "rb"));
+  if (!file) {
+    _close(descriptor);
+  } else {
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  }
+  return file;
+}
+
+std::int64_t fileSize(std::FILE* file) noexcept {
+  std::rewind(file);
+  return _filelengthi64(_fileno(file));
+}
+
+// AppendFile: FILE_APPEND_DATA without FILE_WRITE_DATA makes the system append each write in one step, so that the
+// lines of several processes do not overwrite each other; the C library seeks and writes in two.
+AppendFile::AppendFile(const char* path) noexcept
+    : handle_(reinterpret_cast<std::intptr_t>(CreateFileA(path, FILE_APPEND_DATA | SYNCHRONIZE,
+                                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                                          nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {}
+
+AppendFile::~AppendFile() {
+  if (isOpen()) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+}
+
+bool AppendFile::isOpen() const noexcept { return handle_ != -1; }
+
+namespace {
+
+bool writeAll(std::intptr_t file, const char* data, std::size_t length) noexcept {
+  DWORD written = 0;
+  return WriteFile(reinterpret_cast<HANDLE>(file), data, static_cast<DWORD>(length), &written, nullptr) != 0;
+}
+
+}  // namespace
+
+// append ends lines with CR LF, as text mode does. A text within the buffer's size is one write.
+void AppendFile::append(std::string_view text) noexcept {
+  std::array<char, 8192> buffer;
+  std::size_t used = 0;
+  for (const char c : text) {
+    if (used + 2 > buffer.size()) {
+      if (!writeAll(handle_, buffer.data(), used)) return;
+      used = 0;
+    }
+    if (c == '\n') buffer[used++] = '\r';
+    buffer[used++] = c;
+  }
+  (void)writeAll(handle_, buffer.data(), used);
+}
+
+// The text converter over the system's code page 950. It accepts and gives exactly what the C library's BIG5 does on
+// the other systems; a call converts the whole input or, when it fails, leaves all four arguments as they were.
+namespace {
+
+constexpr UINT kBig5 = 950;
+constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
+
+// Step converts `length` bytes (at least 1) into the `room` bytes at `out` and returns how many it made, or kFailed
+// with errno set.
+using Step = std::size_t (*)(const char* in, int length, char* out, int room);
+
+struct Conversion {
+  const char* target;
+  const char* source;
+  Step step;
+};
+
+std::size_t fail(int error) {
+  errno = error;
+  return kFailed;
+}
+
+std::size_t failAsSystem() { return fail(GetLastError() == ERROR_INSUFFICIENT_BUFFER ? E2BIG : EILSEQ); }
+
+// hasUserDefined: whether a character lies in the ranges that code page 950 leaves to each user (lead bytes 0x81 to
+// 0xA0 and 0xFA upwards). The system lets them pass, BIG5 does not know them.
+bool hasUserDefined(const char* text, std::size_t length) {
+  for (std::size_t i = 0; i < length; ++i) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    if (lead >= 0xFA || (lead >= 0x81 && lead <= 0xA0)) return true;
+    if (lead >= 0x81) ++i;
+  }
+  return false;
+}
+
+std::size_t big5ToUtf16(const char* in, int length, char* out, int room) {
+  if (hasUserDefined(in, static_cast<std::size_t>(length))) return fail(EILSEQ);
+  if (room < 2) return fail(E2BIG);  // 0 would ask for the length
+  const int made =
+      MultiByteToWideChar(kBig5, MB_ERR_INVALID_CHARS, in, length, reinterpret_cast<wchar_t*>(out), room / 2);
+  return made > 0 ? static_cast<std::size_t>(made) * 2 : failAsSystem();
+}
+
+std::size_t utf16ToBig5(const char* in, int length, char* out, int room) {
+  if (length % 2 != 0) return fail(EINVAL);
+  if (room < 1) return fail(E2BIG);
+  BOOL replaced = FALSE;
+  const int made = WideCharToMultiByte(kBig5, WC_NO_BEST_FIT_CHARS, reinterpret_cast<const wchar_t*>(in), length / 2,
+                                       out, room, nullptr, &replaced);
+  if (made <= 0) return failAsSystem();
+  const auto bytes = static_cast<std::size_t>(made);
+  return replaced || hasUserDefined(out, bytes) ? fail(EILSEQ) : bytes;
+}
+
+std::size_t validateBig5(const char* in, int length, char* out, int room) {
+  const auto bytes = static_cast<std::size_t>(length);
+  if (hasUserDefined(in, bytes)) return fail(EILSEQ);
+  if (MultiByteToWideChar(kBig5, MB_ERR_INVALID_CHARS, in, length, nullptr, 0) <= 0) return failAsSystem();
+  if (room < length) return fail(E2BIG);
+  std::memcpy(out, in, bytes);
+  return bytes;
+}
+
+Conversion conversions[] = {
+    {"BIG5", "BIG5", validateBig5}, {"UTF-16LE", "BIG5", big5ToUtf16}, {"BIG5", "UTF-16LE", utf16ToBig5}};
+
+int asInt(std::size_t length) { return static_cast<int>(std::min<std::size_t>(length, INT_MAX)); }
+
+}  // namespace
+
+Converter openConverter(const char* target, const char* source) noexcept {
+  if (!IsValidCodePage(kBig5)) return nullptr;
+  const auto found = std::find_if(std::begin(conversions), std::end(conversions), [&](const Conversion& one) {
+    return _stricmp(one.target, target) == 0 && _stricmp(one.source, source) == 0;
+  });
+  return found != std::end(conversions) ? found : nullptr;
+}
+
+std::size_t convert(Converter converter, char** in, std::size_t* inLeft, char** out, std::size_t* outLeft) noexcept {
+  if (in == nullptr || *inLeft == 0) return 0;
+  if (*inLeft > INT_MAX) return fail(E2BIG);
+  const std::size_t made = static_cast<const Conversion*>(converter)->step(*in, asInt(*inLeft), *out, asInt(*outLeft));
+  if (made == kFailed) return kFailed;
+  *in += *inLeft;
+  *inLeft = 0;
+  *out += made;
+  *outLeft -= made;
+  return 0;
+}
+
+void closeConverter(Converter /*converter*/) noexcept {}  // the conversions are constant
+
+}  // namespace zepasign::platform
