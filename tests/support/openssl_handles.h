@@ -1,0 +1,60 @@
+// What the support sources share in talking to libcrypto; not for the tests themselves.
+#ifndef ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
+#define ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
+
+#include <openssl/err.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace zepasign::testing {
+
+template <auto Free>
+struct FreeWith {
+  template <class T>
+  void operator()(T* object) const noexcept {
+    Free(object);
+  }
+};
+
+// Owned: a handle with its own deleter, `Owned<X509_free, X509>`.
+template <auto Free, class T>
+using Owned = std::unique_ptr<T, FreeWith<Free>>;
+
+// made: the pointer or the flag itself; throws with OpenSSL's reason when it says failure.
+template <class T>
+T made(T result, const char* what) {
+  if (result) return result;
+  const char* reason = ERR_reason_error_string(ERR_peek_last_error());
+  ERR_clear_error();
+  throw std::runtime_error(std::string(what) + ": " + (reason ? reason : "no reason"));
+}
+
+// encode: the DER bytes of any type that has an i2d function.
+template <auto ToDer, class T>
+std::string encode(const T* object) {
+  std::string der(static_cast<std::size_t>(made(std::max(ToDer(object, nullptr), 0), "DER")), '\0');
+  auto* bytes = reinterpret_cast<unsigned char*>(der.data());
+  ToDer(object, &bytes);
+  return der;
+}
+
+// decode: the object that the DER bytes hold.
+template <auto FromDer>
+auto decode(const std::string& der) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
+  return made(FromDer(nullptr, &bytes, static_cast<long>(der.size())), "DER");
+}
+
+// serialOf: from hexadecimal digits, "-" before a negative number.
+inline Owned<ASN1_INTEGER_free, ASN1_INTEGER> serialOf(const std::string& hex) {
+  const std::string text = hex.starts_with('-') ? "-0x" + hex.substr(1) : "0x" + hex;
+  return Owned<ASN1_INTEGER_free, ASN1_INTEGER>(made(s2i_ASN1_INTEGER(nullptr, text.c_str()), "serial"));
+}
+
+}  // namespace zepasign::testing
+
+#endif  // ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
