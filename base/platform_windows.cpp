@@ -139,8 +139,9 @@ void AppendFile::append(std::string_view text) noexcept {
   (void)writeAll(handle_, buffer.data(), used);
 }
 
-// The text converter over the system's code page 950. It accepts and gives exactly what the C library's BIG5 does on
-// the other systems; a call converts the whole input or, when it fails, leaves all four arguments as they were.
+// The text converter over the system's code page 950, from Big5 only, which is all that the library converts from. It
+// accepts and gives exactly what the C library's BIG5 does on the other systems; a call converts the whole input or,
+// when it fails, leaves all four arguments as they were.
 namespace {
 
 constexpr UINT kBig5 = 950;
@@ -182,17 +183,6 @@ std::size_t big5ToUtf16(const char* in, int length, char* out, int room) {
   return made > 0 ? static_cast<std::size_t>(made) * 2 : failAsSystem();
 }
 
-std::size_t utf16ToBig5(const char* in, int length, char* out, int room) {
-  if (length % 2 != 0) return fail(EINVAL);
-  if (room < 1) return fail(E2BIG);
-  BOOL replaced = FALSE;
-  const int made = WideCharToMultiByte(kBig5, WC_NO_BEST_FIT_CHARS, reinterpret_cast<const wchar_t*>(in), length / 2,
-                                       out, room, nullptr, &replaced);
-  if (made <= 0) return failAsSystem();
-  const auto bytes = static_cast<std::size_t>(made);
-  return replaced || hasUserDefined(out, bytes) ? fail(EILSEQ) : bytes;
-}
-
 std::size_t validateBig5(const char* in, int length, char* out, int room) {
   const auto bytes = static_cast<std::size_t>(length);
   if (hasUserDefined(in, bytes)) return fail(EILSEQ);
@@ -202,8 +192,7 @@ std::size_t validateBig5(const char* in, int length, char* out, int room) {
   return bytes;
 }
 
-Conversion conversions[] = {
-    {"BIG5", "BIG5", validateBig5}, {"UTF-16LE", "BIG5", big5ToUtf16}, {"BIG5", "UTF-16LE", utf16ToBig5}};
+Conversion conversions[] = {{"BIG5", "BIG5", validateBig5}, {"UTF-16LE", "BIG5", big5ToUtf16}};
 
 int asInt(std::size_t length) { return static_cast<int>(std::min<std::size_t>(length, INT_MAX)); }
 
