@@ -1,0 +1,166 @@
+#include "pki/ccertchainentry.h"
+
+#include "base/big5.h"
+#include "base/clog.h"
+#include "base/cproperty.h"
+
+namespace zepasign {
+
+cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
+    : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
+  if (!pkcs7_) return;
+  crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty("CRL.path"));
+  sound_ = selfVerify() && loadCrlList(property);
+}
+
+const cX509* cCertChainEntry::findCertificate(const std::string& ski) const {
+  const auto found = certificates_.find(ski);
+  return found == certificates_.end() ? nullptr : found->second.get();
+}
+
+STACK_OF(X509) * cCertChainEntry::certificates() const noexcept { return pkcs7_->d.sign->cert; }
+
+bool cCertChainEntry::selfVerify() {
+  logText(kDebug, "begin cCertChainEntry::selfVerify()");
+  bool verified = false;
+  if (sk_X509_num(certificates()) > 0) {
+    if (!fillStore()) return false;
+    verified = verifyAll();
+  }
+  logBool(kInfo, "end cCertChainEntry::selfVerify()", verified);
+  return verified;
+}
+
+bool cCertChainEntry::fillStore() {
+  store_.reset(X509_STORE_new());
+  if (!store_) {
+    logText(kError, "初始化失敗(X509_STORE_new)!"_big5);
+    return false;
+  }
+  for (int i = 0; i < sk_X509_num(certificates()); ++i) {
+    X509_STORE_add_cert(store_.get(), sk_X509_value(certificates(), i));
+  }
+  return true;
+}
+
+bool cCertChainEntry::verifyAll() {
+  const int count = sk_X509_num(certificates());
+  Tally tally;
+  for (int i = 0; i < count; ++i) examine(sk_X509_value(certificates(), i), tally);
+  if (tally.lastEndEntity != nullptr) static_cast<void>(verifyCert(tally.lastEndEntity));  // for the log alone
+  if (tally.roots == 0) {
+    logText(kError, "找不到根憑證可供驗章"_big5);
+    return false;
+  }
+  return tally.verified == count - tally.endEntities;
+}
+
+void cCertChainEntry::examine(X509* x509, Tally& tally) {
+  auto certificate = std::make_unique<cX509>(x509);
+  const Kind kind = kindOf(*certificate);
+  if (logger.isEnabled(kDebug)) logCertificate(*certificate, kind);
+  if (kind == Kind::kEndEntity) {
+    ++tally.endEntities;
+    tally.lastEndEntity = x509;
+    return;
+  }
+  if (kind == Kind::kRoot) ++tally.roots;
+  if (verifyAuthority(std::move(certificate))) ++tally.verified;
+}
+
+// A certificate without key usage is still a root when it is self-issued, and an end entity otherwise.
+cCertChainEntry::Kind cCertChainEntry::kindOf(const cX509& certificate) {
+  if (certificate.isSelfIssued()) return Kind::kRoot;
+  unsigned usage = 0;
+  certificate.getKeyUsage(usage);
+  return (usage & (kKeyCertSign | kCrlSign)) != 0 ? Kind::kCa : Kind::kEndEntity;
+}
+
+void cCertChainEntry::logCertificate(const cX509& certificate, Kind kind) {
+  static constexpr const char* kTitles[] = {"\t|--- 根憑證, 憑證序號"_big5, "\t|--- CA 憑證, 憑證序號"_big5,
+                                            "\t|--- EE 憑證, 憑證序號"_big5};
+  unsigned usage = 0;
+  certificate.getKeyUsage(usage);
+  logDebugValue(kTitles[static_cast<int>(kind)], certificate.getSerial());
+  logDebugValue("\t|\t|--- 憑證 主旨 CN"_big5, certificate.getSubjectCN());
+  logDebugValue("\t|\t|--- 憑證 發行者 CN"_big5, certificate.getIssuerCN());
+  logDebugValue("\t|\t|--- 憑證 生效日"_big5, certificate.getNotBefore());
+  logDebugValue("\t|\t|--- 憑證 到期日"_big5, certificate.getNotAfter());
+  logDebugValue("\t|\t|--- 憑證 摘要值"_big5, certificate.getFingerprint());
+  logDebugValue("\t|\t|--- 憑證 SKI"_big5, certificate.getSubjectKeyId());
+  logDebugValue("\t|\t|--- 憑證 AKI"_big5, certificate.getAuthorityKeyId());
+  logInt(kDebug, "\t|\t|--- 金鑰使用方方式"_big5, static_cast<int>(usage));
+  if (kind != Kind::kEndEntity) return;
+  for (const std::string& point : certificate.getCrlDistPoints()) logDebugValue("\t|\t|--- CrlDP", point);
+  logText(kDebug, "\t|\t|--- 不予驗證"_big5);
+}
+
+bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
+  const int code = verifyAgainstStore(certificate->get0());
+  if (code != X509_V_OK) {
+    logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
+    return false;
+  }
+  subjects_.insert(certificate->getSubjectOneLine());
+  if (const std::string ski = certificate->getSubjectKeyId(); !ski.empty()) {
+    certificates_.try_emplace(ski, std::move(certificate));  // the first of several with one key is kept
+  }
+  logText(kDebug, "\t|\t|--- 驗證成功"_big5);
+  return true;
+}
+
+int cCertChainEntry::verifyAgainstStore(X509* certificate) const {
+  const ErrorQueueMark mark;
+  const X509StoreCtxPtr context(X509_STORE_CTX_new());
+  if (!context || X509_STORE_CTX_init(context.get(), store_.get(), certificate, nullptr) != 1) {
+    logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
+    return X509_V_ERR_UNSPECIFIED;
+  }
+  if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
+  const int code = X509_STORE_CTX_get_error(context.get());
+  return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
+}
+
+int cCertChainEntry::verifyCert(X509* certificate) const {
+  logText(kDebug, "begin cCertChainEntry::verifyCert()");
+  int result = X509_V_ERR_UNSPECIFIED;
+  if (!store_) {
+    logText(kError, "初始化失敗(store尚未建立)!"_big5);
+  } else {
+    const cX509 subject(certificate);
+    logDebugValue("驗章 Subject"_big5, subject.getSubjectOneLine());
+    if (isIssuerKnown(subject)) {
+      result = verifyAgainstStore(certificate);
+    } else {
+      logText(kError, "不在同一個憑證鏈!"_big5);
+    }
+  }
+  logInt(kDebug, "end cCertChainEntry::verifyCert()", result);
+  return result;
+}
+
+bool cCertChainEntry::isIssuerKnown(const cX509& certificate) const {
+  return subjects_.contains(certificate.getIssuerOneLine());
+}
+
+bool cCertChainEntry::loadCrlList(const cProperty* property) {
+  static constexpr const char* kEndLine = "end cCertChainEntry::loadCrlList()";
+  logText(kDebug, "begin cCertChainEntry::loadCrlList()");
+  if (!crlList_ || property == nullptr) {
+    if (property == nullptr) logText(kError, "參數錯誤 : property = NULL"_big5);
+    logText(kInfo, kEndLine);
+    return false;
+  }
+  constexpr int kMaxCrlFiles = 5;
+  int loaded = 0;
+  for (int i = 0; i < kMaxCrlFiles; ++i) {
+    const std::string crlTitle = "crlFile" + std::to_string(i);
+    const std::string fileName = property->getProperty((title_ + "." + crlTitle).c_str());
+    if (!fileName.empty() && crlList_->addCrlFile(crlTitle, fileName)) ++loaded;
+  }
+  logInt(kInfo, "載入 crl 檔數量"_big5, loaded);
+  logText(kInfo, kEndLine);
+  return true;
+}
+
+}  // namespace zepasign

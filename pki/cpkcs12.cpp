@@ -1,0 +1,119 @@
+#include "pki/cpkcs12.h"
+
+#include <cstring>
+
+#include "base/big5.h"
+#include "base/clog.h"
+#include "base/errors.h"
+#include "base/platform.h"
+#include "base/text.h"
+#include "pki/cx509.h"
+
+namespace zepasign {
+namespace {
+
+// checkText: 0, or the parameter error with one of the two messages logged.
+int checkText(const char* text, const char* whenNull, const char* whenEmpty) {
+  if (text != nullptr && *text != '\0') return kSuccess;
+  logText(kError, text == nullptr ? whenNull : whenEmpty);
+  return kWrongParameter;
+}
+
+// drop: forgets without freeing.
+template <class Pointer>
+void drop(Pointer& pointer) {
+  static_cast<void>(pointer.release());
+}
+
+}  // namespace
+
+int cPkcs12::loadPfxFile(const char* filePath, const char* fileName, const char* pfxPasswd) {
+  pkcs12_.reset();
+  drop(privateKey_);
+  drop(certificate_);
+  drop(caCerts_);
+  const ErrorQueueMark mark;
+  const int result = loadContainer(filePath, fileName, pfxPasswd);
+  logInt(kDebug, "end cPkcs12::loadPfxFile()", result);
+  return result;
+}
+
+int cPkcs12::loadContainer(const char* filePath, const char* fileName, const char* pfxPasswd) {
+  if (const int code = checkText(filePath, "參數 filePath 內容為 NULL"_big5, "參數 filePath 長度為 0"_big5)) return code;
+  if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5)) return code;
+  const std::string path = std::string(filePath) + '/' + fileName;
+  if (!platform::openForReading(path.c_str())) {
+    logErrorValue("憑證檔不存在, 檔名"_big5, path);
+    return kPfxFileUnreadable;
+  }
+  if (const int code = checkText(pfxPasswd, "參數 pfxPasswd 內容為 NULL"_big5, "參數 pfxPasswd 長度為 0"_big5)) {
+    return code;
+  }
+  if (const int code = readContainer(path)) return code;
+  return openContainer(pfxPasswd);
+}
+
+int cPkcs12::readContainer(const std::string& path) {
+  const platform::FilePtr file = platform::openForReading(path.c_str());
+  const BioPtr stream(file ? BIO_new_fp(file.get(), BIO_NOCLOSE) : nullptr);
+  if (!stream) return kPfxFileUnreadable;
+  pkcs12_.reset(d2i_PKCS12_bio(stream.get(), nullptr));
+  return pkcs12_ ? kSuccess : kPfxFileUnreadable;
+}
+
+// The keys of this crypto library blind their private operation by themselves; nothing is to be switched on for it.
+int cPkcs12::openContainer(const char* pfxPasswd) {
+  EVP_PKEY* key = nullptr;
+  X509* certificate = nullptr;
+  STACK_OF(X509)* caCerts = nullptr;
+  if (PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) != 1 ||
+      PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) != 1) {
+    return kPasswordOrKeyWrong;
+  }
+  EvpPkeyPtr ownedKey(key);
+  X509Ptr ownedCertificate(certificate);
+  X509StackPtr ownedCaCerts(caCerts);
+  if (!ownedKey || !ownedCertificate) return kPasswordOrKeyWrong;
+  privateKey_ = std::move(ownedKey);
+  certificate_ = std::move(ownedCertificate);
+  caCerts_ = std::move(ownedCaCerts);
+  return kSuccess;
+}
+
+int cPkcs12::checkCertValid() const {
+  const int result = certificate_ ? compareWithNow() : kCertificateNotFound;
+  logInt(kDebug, "end cPkcs12::checkCertValid()", result);
+  return result;
+}
+
+int cPkcs12::compareWithNow() const {
+  const std::string now = localDateText();
+  const cX509 certificate(certificate_.get());
+  const std::string notBefore = certificate.getNotBefore();
+  const std::string notAfter = certificate.getNotAfter();
+  logDebugValue("憑證生效日"_big5, notBefore);
+  logDebugValue("憑證到期日"_big5, notAfter);
+  constexpr std::size_t kDateLength = 14;
+  if (std::strncmp(now.c_str(), notBefore.c_str(), kDateLength) < 0) {
+    logText(kError, "驗憑證效期 : 憑證 未生效"_big5);
+    return kCertificateNotYetValid;
+  }
+  if (std::strncmp(now.c_str(), notAfter.c_str(), kDateLength) > 0) {
+    logText(kError, "驗憑證效期 : 憑證 已過期"_big5);
+    return kCertificateExpired;
+  }
+  return kSuccess;
+}
+
+int cPkcs12::checkKeyUsageForSign() const {
+  int result = kCertificateNotFound;
+  if (certificate_) {
+    unsigned usage = 0;
+    if (cX509(certificate_.get()).getKeyUsage(usage)) logInt(kDebug, "憑證用途(KeyUsage)"_big5, static_cast<int>(usage));
+    result = (usage & (kDigitalSignature | kNonRepudiation)) != 0 ? kSuccess : kKeyUsageUnsuitable;
+  }
+  logInt(kDebug, "end cPkcs12::checkKeyUsageForSign()", result);
+  return result;
+}
+
+}  // namespace zepasign
