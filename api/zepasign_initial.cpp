@@ -1,0 +1,76 @@
+// Initialisation: the steps in the order in which the property file's settings take effect. A setting overwrites the
+// signer's field as it is read, so a failing call may leave some fields changed; the credential changes only on success.
+#include <memory>
+#include <stdexcept>
+
+#include "api/failure.h"
+#include "api/pfxpassword.h"
+#include "api/zepasign.h"
+#include "base/big5.h"
+#include "base/cleanse.h"
+#include "base/cproperty.h"
+#include "base/text.h"
+
+namespace zepasign {
+
+bool ZEPASign::initial(const char* propertyFile, const char* encedPfxPasswd) {
+  logText(kInfo, "");
+  errorCode_ = kSuccess;
+  errorCode_ = configure(propertyFile, encedPfxPasswd);
+  return errorCode_ == kSuccess;
+}
+
+int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
+  if (propertyFile == nullptr) return failed(kPropertyFileUnreadable, "參數 propertyFile 為 NULL"_big5);
+  if (*propertyFile == '\0') return failed(kPropertyFileUnreadable, "參數 propertyFile 為 空值"_big5);
+  cProperty property;
+  if (!property.loadFromFile(propertyFile)) return failed(kPropertyFileUnreadable, "property 檔讀取失敗"_big5);
+  readLogSettings(property);
+  if (certChainList.isEmpty()) certChainList.loadCertChainFiles(&property);
+  if (const int code = readSigningOptions(property)) return code;
+
+  const std::string folder = property.getProperty("PFX.path");
+  const std::string file = property.getProperty("PFX.file");
+  std::string license = property.getProperty("PSWD.license");
+  const CleanseOnExit wipeLicense(license);
+  if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
+  std::string password;
+  const CleanseOnExit wipePassword(password);
+  if (const int code = resolvePfxPassword(property, license, encedPfxPasswd, password)) return code;
+  const int code = loadPfx(folder, file, password.c_str());
+  logText(kInfo, "end ZEPASign::ZEPASign()");
+  return code;
+}
+
+void ZEPASign::readLogSettings(const cProperty& property) {
+  logger.setLevel(property.getProperty("LOG.level").c_str());
+  const std::string folder = property.getProperty("LOG.path");
+  const std::string file = property.getProperty("LOG.file");
+  logger.setLogFile(folder.c_str(), file.c_str());
+}
+
+int ZEPASign::readSigningOptions(const cProperty& property) {
+  if (const std::string digest = property.getProperty("PKCS7.digest"); !digest.empty()) digestName_.assign(digest);
+  try {
+    addCertMode_ = property.getPropertyInt("PKCS7.addCert");
+  } catch (const std::logic_error& noNumber) {
+    return failed(kWrongParameter, noNumber.what());
+  }
+  addTimestamp_ = property.getPropertyBool("PKCS7.addTimestamp");
+  addPlainText_ = property.getPropertyBool("PKCS7.addPlainText");
+  if (const std::string filter = property.getProperty("PFX.signerFilter"); !filter.empty()) {
+    signerFilter_.assign(filter);
+  }
+  return kSuccess;
+}
+
+int ZEPASign::loadPfx(const std::string& folder, const std::string& file, const char* password) {
+  auto credential = std::make_unique<cPkcs12>();
+  const int code = credential->loadPfxFile(folder.c_str(), file.c_str(), password);
+  if (code != kSuccess) return failed(code, "讀取 pfx 檔失敗, 密碼錯誤"_big5);
+  pkcs12_ = credential.release();  // the previous one stays: the last signature's certificate may be its
+  pfxLoaded_ = true;
+  return kSuccess;
+}
+
+}  // namespace zepasign
