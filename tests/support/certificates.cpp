@@ -64,7 +64,7 @@ CertSpec caSpec(const std::string& commonName, const Identity& issuer) {
 CertSpec signerSpec(const Identity& issuer) { return {.issuer = issuer, .key = rsaKey()}; }
 
 Identity makeIdentity(const CertSpec& spec) {
-  const Identity self{spec.key ? spec.key : newEcKey(), {made(X509_new(), "certificate"), X509_free}};
+  Identity self{spec.key ? spec.key : newEcKey(), {made(X509_new(), "certificate"), X509_free}};
   const Identity& issuer = spec.issuer.key ? spec.issuer : self;
   X509* certificate = self.certificate.get();
   static int serial = 1000;

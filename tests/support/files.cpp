@@ -58,7 +58,7 @@ std::string TempFolder::write(const std::string& name, const std::string& bytes)
 
 std::string propertyText(const Properties& properties) {
   std::string text;
-  for (const auto& [key, value] : properties) text += key + " = " + value + "\n";
+  for (const auto& [key, value] : properties) text.append(key).append(" = ").append(value).append("\n");
   return text;
 }
 
