@@ -1,0 +1,118 @@
+#include "base/base64.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace zepasign::base64 {
+namespace {
+
+constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
+constexpr unsigned kPad = 64;
+constexpr unsigned kForeign = 65;
+
+// kPairs: the two characters for each value of 12 bits, so that three bytes take two look-ups.
+using CharPair = std::array<char, 2>;
+constexpr std::array<CharPair, 4096> kPairs = [] {
+  std::array<CharPair, 4096> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {kAlphabet[i >> 6U], kAlphabet[i & 63U]};
+  return pairs;
+}();
+
+// kValues: the value of each character as a symbol.
+constexpr std::array<std::uint8_t, 256> kValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(kForeign);
+  for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
+    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
+  }
+  return values;
+}();
+
+void encodeGroup(const unsigned char* in, char* out) {
+  const unsigned bits = static_cast<unsigned>(in[0]) << 16U | static_cast<unsigned>(in[1]) << 8U | in[2];
+  std::memcpy(out, kPairs[bits >> 12U].data(), 2);
+  std::memcpy(out + 2, kPairs[bits & 0xFFFU].data(), 2);
+}
+
+unsigned valueOf(char c) { return kValues[static_cast<unsigned char>(c)]; }
+
+// decodeWholeGroups: decodes groups of four alphabet characters without padding; stops before the first other group.
+std::size_t decodeWholeGroups(std::string_view text, std::size_t& position, unsigned char* out) {
+  const unsigned char* start = out;
+  for (; position + 4 <= text.size(); position += 4) {
+    const unsigned a = valueOf(text[position]);
+    const unsigned b = valueOf(text[position + 1]);
+    const unsigned c = valueOf(text[position + 2]);
+    const unsigned d = valueOf(text[position + 3]);
+    if ((a | b | c | d) > 63) break;
+    const unsigned bits = a << 18U | b << 12U | c << 6U | d;
+    *out++ = static_cast<unsigned char>(bits >> 16U);
+    *out++ = static_cast<unsigned char>(bits >> 8U);
+    *out++ = static_cast<unsigned char>(bits);
+  }
+  return static_cast<std::size_t>(out - start);
+}
+
+void skipBlanks(std::string_view text, std::size_t& position) {
+  while (position < text.size() && std::strchr("\r\n ", text[position]) != nullptr && text[position] != '\0') ++position;
+}
+
+unsigned nextSymbol(std::string_view text, std::size_t& position) {
+  skipBlanks(text, position);
+  return position < text.size() ? valueOf(text[position++]) : kPad;
+}
+
+// decodeAnyGroup: one group of whatever stands there; returns the count of bytes, 1 to 3.
+std::size_t decodeAnyGroup(std::string_view text, std::size_t& position, unsigned char* out) {
+  const unsigned a = nextSymbol(text, position);
+  const unsigned b = nextSymbol(text, position);
+  const unsigned c = nextSymbol(text, position);
+  const unsigned d = nextSymbol(text, position);
+  out[0] = static_cast<unsigned char>(a * 4 + ((b >> 4U) & 3U));
+  if (c == kPad) return 1;
+  out[1] = static_cast<unsigned char>(b * 16 + ((c >> 2U) & 15U));
+  if (d == kPad) return 2;
+  out[2] = static_cast<unsigned char>(c * 64 + (d & 63U));
+  return 3;
+}
+
+}  // namespace
+
+void Encoder::add(std::span<const unsigned char> bytes) noexcept {
+  while (carried_ != 0 && carried_ < 3 && !bytes.empty()) {
+    carry_[carried_++] = bytes.front();
+    bytes = bytes.subspan(1);
+  }
+  if (carried_ == 3) {
+    encodeGroup(carry_.data(), out_);
+    out_ += 4;
+    carried_ = 0;
+  }
+  for (; bytes.size() >= 3; bytes = bytes.subspan(3), out_ += 4) encodeGroup(bytes.data(), out_);
+  if (bytes.empty()) return;
+  std::copy(bytes.begin(), bytes.end(), carry_.begin());
+  carried_ = bytes.size();
+}
+
+char* Encoder::finish() noexcept {
+  if (carried_ == 0) return out_;
+  std::fill(carry_.begin() + static_cast<std::ptrdiff_t>(carried_), carry_.end(), static_cast<unsigned char>(0));
+  encodeGroup(carry_.data(), out_);
+  std::fill(out_ + carried_ + 1, out_ + 4, kAlphabet[kPad]);
+  carried_ = 0;
+  return out_ += 4;
+}
+
+std::size_t decode(std::string_view text, unsigned char* out) noexcept {
+  std::size_t position = 0;
+  std::size_t size = 0;
+  for (;;) {
+    size += decodeWholeGroups(text, position, out + size);
+    skipBlanks(text, position);
+    if (position >= text.size()) return size;
+    size += decodeAnyGroup(text, position, out + size);
+  }
+}
+
+}  // namespace zepasign::base64

@@ -1,0 +1,44 @@
+// cAesCipher: AES through libcrypto's cipher interface, for the short texts in which a PFX password is kept.
+#ifndef ZEPASIGN_BASE_CAESCIPHER_H_
+#define ZEPASIGN_BASE_CAESCIPHER_H_
+
+#include "base/cbytes.h"
+
+namespace zepasign {
+
+class cAesCipher {
+ public:
+  static constexpr int kKeySize = 32;
+
+  cAesCipher();
+  virtual ~cAesCipher() = default;
+  cAesCipher(const cAesCipher&) = delete;
+  cAesCipher& operator=(const cAesCipher&) = delete;
+
+  // setKey: a 256-bit key and the initialisation vector, 32 bytes each, of which CBC uses the vector's first 16; a null
+  // vector is all zero. Without a key: false, and every call fails until a key is set.
+  [[nodiscard]] bool setKey(const unsigned char* key, const unsigned char* iv) noexcept;
+
+  // encrypt, decrypt: `length` bytes from `in`, padded as PKCS#7 pads blocks. When `out` is given and `*capacity` (bytes)
+  // suffices, the result is copied, `*capacity` becomes its length and 0 is returned. Otherwise nothing is copied and the
+  // length that the result would have is returned: too small a buffer is a question, not an error. -1 on failure: no
+  // key, no input, or (decrypt) a wrong key or damaged text.
+  [[nodiscard]] int encrypt(const unsigned char* in, int length, unsigned char* out, int* capacity) const;
+  [[nodiscard]] int decrypt(const unsigned char* in, int length, unsigned char* out, int* capacity) const;
+
+ private:
+  enum class Direction { kDecrypt = 0, kEncrypt = 1 };
+
+  [[nodiscard]] int run(Direction direction, const unsigned char* in, int length, unsigned char* out,
+                        int* capacity) const;
+  [[nodiscard]] int transform(Direction direction, const unsigned char* in, int length, unsigned char* work) const;
+
+  int keyBits_ = -1;
+  int mode_ = -1;
+  cBytes key_;
+  cBytes iv_;
+};
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_CAESCIPHER_H_

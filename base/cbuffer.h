@@ -1,0 +1,81 @@
+// The layout that cBytes and cChars share: a heap block and a signed 32-bit length.
+//
+//   data_ -> | payload (length_ bytes) | 0 0 ... |     null and 0 when empty
+//
+// Every block is zeroed before the payload is copied in and is at least two bytes longer, so a text buffer is a C string
+// and UTF-16 text is terminated as well. Filling replaces the content; nothing appends.
+#ifndef ZEPASIGN_BASE_CBUFFER_H_
+#define ZEPASIGN_BASE_CBUFFER_H_
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "base/cleanse.h"
+
+namespace zepasign {
+
+inline constexpr int kMaxLength = std::numeric_limits<int>::max();
+
+template <class Char>
+class cBuffer {
+ public:
+  static constexpr std::size_t kSpare = 2;
+
+  virtual ~cBuffer() { clear(); }
+  cBuffer(const cBuffer&) = delete;
+  cBuffer& operator=(const cBuffer&) = delete;
+
+  // data: borrowed; null when empty, valid until the content is replaced.
+  [[nodiscard]] Char* data() const noexcept { return data_; }
+  [[nodiscard]] int length() const noexcept { return length_; }
+
+  // markSecret: from now on the block is wiped before it is freed.
+  void markSecret() noexcept { secret_ = true; }
+
+  // clear: frees the block.
+  void clear() noexcept {
+    if (secret_ && data_ != nullptr) cleanse(data_, blockSize_);
+    std::free(data_);
+    data_ = nullptr;
+    length_ = 0;
+    blockSize_ = 0;
+  }
+
+  // release: hands the block over to the caller, who frees it with std::free; the buffer is empty afterwards.
+  [[nodiscard]] Char* release() noexcept {
+    Char* block = data_;
+    data_ = nullptr;
+    length_ = 0;
+    blockSize_ = 0;
+    return block;
+  }
+
+ protected:
+  cBuffer() = default;
+
+  // replace: a zeroed block with room for `capacity` and `spare` zeros in place of the content; the length becomes
+  // `capacity`. False, and the buffer empty, when there is no memory.
+  [[nodiscard]] bool replace(std::size_t capacity, std::size_t spare = kSpare) noexcept {
+    clear();
+    if (capacity > static_cast<std::size_t>(kMaxLength)) return false;
+    data_ = static_cast<Char*>(std::calloc(capacity + spare, sizeof(Char)));
+    if (data_ == nullptr) return false;
+    length_ = static_cast<int>(capacity);
+    blockSize_ = capacity + spare;
+    return true;
+  }
+
+  // shorten: a smaller length; what lies behind it must be zero.
+  void shorten(std::size_t length) noexcept { length_ = static_cast<int>(length); }
+
+ private:
+  Char* data_ = nullptr;
+  int length_ = 0;
+  bool secret_ = false;
+  std::size_t blockSize_ = 0;
+};
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_CBUFFER_H_

@@ -1,0 +1,27 @@
+// cChars: an owned text buffer, always a C string when it is not empty, and the encodings that fill it.
+#ifndef ZEPASIGN_BASE_CCHARS_H_
+#define ZEPASIGN_BASE_CCHARS_H_
+
+#include "base/cbuffer.h"
+
+namespace zepasign {
+
+class cChars : public cBuffer<char> {
+ public:
+  cChars() = default;
+
+  // setHex: two upper-case digits a byte. A null or empty source gives false and keeps the old text, on purpose unlike
+  // cBytes::set.
+  [[nodiscard]] bool setHex(const unsigned char* source, int length) noexcept;
+
+  // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode, no memory,
+  // or the text would not fit the 32-bit length.
+  [[nodiscard]] bool base64Encode(const unsigned char* source, int length) noexcept;
+
+  // allocate: `length` zero characters and `spare` more, to be filled through data().
+  [[nodiscard]] bool allocate(std::size_t length, std::size_t spare) noexcept { return replace(length, spare); }
+};
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_CCHARS_H_

@@ -1,0 +1,65 @@
+#include "base/charset.h"
+
+#include <cerrno>
+#include <memory>
+#include <new>
+
+#include "base/big5.h"
+#include "base/clog.h"
+#include "base/platform.h"
+#include "base/text.h"
+
+namespace zepasign {
+namespace {
+
+constexpr const char* kSourceEncoding = "BIG5";
+constexpr std::size_t kSpareSpace = 100;
+
+// CloseConverter: keeps the errno that the conversion left.
+struct CloseConverter {
+  void operator()(void* converter) const noexcept {
+    const int kept = errno;
+    platform::closeConverter(converter);
+    errno = kept;
+  }
+};
+using ConverterPtr = std::unique_ptr<void, CloseConverter>;
+
+// convertAll: the whole text in one call; the produced length, 0 when the text did not convert.
+std::size_t convertAll(platform::Converter converter, const char* text, std::size_t length, cBytes& area) {
+  char* in = const_cast<char*>(text);  // NOLINT(cppcoreguidelines-pro-type-const-cast): read only, as iconv declares it
+  char* out = reinterpret_cast<char*>(area.data());
+  std::size_t inLeft = length;
+  std::size_t outLeft = static_cast<std::size_t>(area.length());
+  if (platform::convert(converter, &in, &inLeft, &out, &outLeft) == static_cast<std::size_t>(-1)) return 0;
+  const std::size_t produced = static_cast<std::size_t>(area.length()) - outLeft;
+  return inLeft == 0 && outLeft != 0 ? produced : 0;
+}
+
+}  // namespace
+
+bool convertUniCodeStringToAny(const char* text, const char* target, cBytes* output) {
+  if (isEmpty(text) || output == nullptr) return false;
+  output->clear();
+  const ConverterPtr converter(platform::openConverter(target, kSourceEncoding));
+  if (!converter) {
+    logText(kError, "iconv_open() 失敗"_big5);
+    return false;
+  }
+  const std::size_t length = std::strlen(text);
+  const std::size_t areaSize = 2 * length + kSpareSpace;
+  if (areaSize > static_cast<std::size_t>(kMaxLength) || !output->allocate(static_cast<int>(areaSize))) {
+    logText(kError, "配置 記憶體 失敗"_big5);
+    throw std::bad_alloc();
+  }
+  const std::size_t produced = convertAll(converter.get(), text, length, *output);
+  if (produced == 0) {
+    output->clear();
+    return false;
+  }
+  output->truncate(static_cast<int>(produced));
+  if (equalsIgnoreCase(target, kSourceEncoding) && !output->set(text, static_cast<int>(length))) throw std::bad_alloc();
+  return true;
+}
+
+}  // namespace zepasign

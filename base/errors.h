@@ -1,0 +1,34 @@
+// The error codes that the signer and the credential report, and the message of every code that has one.
+#ifndef ZEPASIGN_BASE_ERRORS_H_
+#define ZEPASIGN_BASE_ERRORS_H_
+
+#include <string>
+
+namespace zepasign {
+
+// Codes that this library itself reports; hosts know many more from their tables (see errors.cpp).
+inline constexpr int kSuccess = 0;
+inline constexpr int kFileUnreadable = 1002;
+inline constexpr int kPfxFileUnreadable = 1102;
+inline constexpr int kPropertyFileUnreadable = 1202;
+inline constexpr int kGeneralError = 5001;
+inline constexpr int kOutOfMemory = 5002;
+inline constexpr int kBufferTooSmall = 5003;
+inline constexpr int kWrongParameter = 5005;
+inline constexpr int kCertificateNotFound = 5010;
+inline constexpr int kCertificateExpired = 5011;
+inline constexpr int kCertificateNotYetValid = 5012;
+inline constexpr int kKeyUsageUnsuitable = 5017;
+inline constexpr int kSigningFailed = 5061;
+inline constexpr int kEncryptionFailed = 5063;
+inline constexpr int kPfxNotLoaded = 5204;       // has no message of its own, on purpose
+inline constexpr int kPasswordOrKeyWrong = 5208;  // has no message of its own, on purpose
+inline constexpr int kTextConversionFailed = 5901;
+
+// errorCodeToMessage: the one-line Big5 message of any code, the code in parentheses at its end. A code without a row
+// of its own gets the message for undefined codes.
+[[nodiscard]] std::string errorCodeToMessage(int code);
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_ERRORS_H_

@@ -1,0 +1,47 @@
+// Rows of a hexadecimal dump:
+//
+//    0x00000010 - 41 42 43 ...                          : ABC
+//
+// Sixteen bytes a row in lower-case digits, three spaces for each byte that the last row lacks, then the characters,
+// "." for those outside 0x20 to 0x7E.
+#ifndef ZEPASIGN_BASE_HEXDUMP_H_
+#define ZEPASIGN_BASE_HEXDUMP_H_
+
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace zepasign {
+
+class HexDump final {
+ public:
+  // Column: how long the last row's character column is. The log's pending text and its file differ here, on purpose.
+  enum class Column { kSixteenWide, kAsLongAsTheRow };
+  // Sink: receives each row, a line end in front of it.
+  using Sink = std::function<void(std::string_view)>;
+
+  HexDump(Column column, Sink sink) : columnForm_(column), sink_(std::move(sink)) {}
+
+  // add: the next bytes; a row is handed on when it is full.
+  void add(std::span<const unsigned char> bytes);
+  // finish: hands on the last row when it is not full.
+  void finish();
+
+ private:
+  static constexpr std::size_t kRowSize = 16;
+
+  void beginRow();
+  void endRow();
+
+  Column columnForm_;
+  Sink sink_;
+  std::size_t offset_ = 0;
+  std::string row_;
+  std::string column_;
+};
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_HEXDUMP_H_

@@ -1,0 +1,27 @@
+// Small operations on texts that several rooms share.
+#ifndef ZEPASIGN_BASE_TEXT_H_
+#define ZEPASIGN_BASE_TEXT_H_
+
+#include <string>
+#include <string_view>
+
+namespace zepasign {
+
+// equalsIgnoreCase: whether two NUL-terminated texts are equal after the C library's toupper; false when either is null.
+[[nodiscard]] bool equalsIgnoreCase(const char* a, const char* b) noexcept;
+
+// isEmpty: whether a C string from outside holds nothing: null or "".
+[[nodiscard]] inline bool isEmpty(const char* text) noexcept { return text == nullptr || *text == '\0'; }
+
+// appendPadded: appends a decimal number, filled up with zeros to `width` characters as "%0*d" does.
+void appendPadded(std::string& text, int number, int width);
+
+// dateText: the 14 digits YYYYMMDDhhmmss in which dates are logged and compared.
+[[nodiscard]] std::string dateText(int year, int month, int day, int hour, int minute, int second);
+
+// localDateText: the machine's present local time as dateText.
+[[nodiscard]] std::string localDateText();
+
+}  // namespace zepasign
+
+#endif  // ZEPASIGN_BASE_TEXT_H_
