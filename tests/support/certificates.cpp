@@ -92,7 +92,7 @@ std::string subjectKeyIdOf(const Certificate& certificate) {
 std::string derOf(const Certificate& certificate) { return encode<i2d_X509>(certificate.get()); }
 
 std::string pemOf(const std::string& label, const std::string& der) {
-  const Owned<BIO_free_all, BIO> memory(made(BIO_new(BIO_s_mem()), "memory stream"));
+  const BioPtr memory(made(BIO_new(BIO_s_mem()), "memory stream"));
   const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
   made(PEM_write_bio(memory.get(), label.c_str(), "", bytes, static_cast<long>(der.size())), "PEM");
   std::string text(BIO_ctrl_pending(memory.get()), '\0');

@@ -1,23 +1,15 @@
 #include "tests/support/containers.h"
 
-#include <openssl/pkcs12.h>
-#include <openssl/pkcs7.h>
-#include <openssl/provider.h>
-
 #include "tests/support/openssl_handles.h"
 
 namespace zepasign::testing {
 namespace {
 
-using CrlPtr = Owned<X509_CRL_free, X509_CRL>;
-using Pkcs7Ptr = Owned<PKCS7_free, PKCS7>;
-using ProviderPtr = Owned<OSSL_PROVIDER_unload, OSSL_PROVIDER>;
-
 constexpr int kIterations = 8;  // few, since nobody attacks a test's PFX
 
 // legacyContext: RC2-40 comes from the legacy provider; in a context of its own, the default one stays as it is.
 OSSL_LIB_CTX* legacyContext() {
-  static const Owned<OSSL_LIB_CTX_free, OSSL_LIB_CTX> context(made(OSSL_LIB_CTX_new(), "context"));
+  static const LibCtxPtr context(made(OSSL_LIB_CTX_new(), "context"));
   static const ProviderPtr legacy(made(OSSL_PROVIDER_load(context.get(), "legacy"), "legacy provider"));
   static const ProviderPtr standard(made(OSSL_PROVIDER_load(context.get(), "default"), "default provider"));
   return context.get();
@@ -34,10 +26,9 @@ void addRevoked(X509_CRL* crl, const std::string& serial, ASN1_TIME* when) {
 
 std::string makePfx(const PfxSpec& spec) {
   const bool legacy = spec.form == PfxForm::legacy;
-  const auto freeStack = [](STACK_OF(X509) * stack) { sk_X509_free(stack); };
-  const std::unique_ptr<STACK_OF(X509), decltype(freeStack)> others(made(sk_X509_new_null(), "stack"));
+  const X509StackPtr others(made(sk_X509_new_null(), "stack"));
   for (const Certificate& certificate : spec.caCertificates) made(sk_X509_push(others.get(), certificate.get()), "CA");
-  const Owned<PKCS12_free, PKCS12> pfx(
+  const Pkcs12Ptr pfx(
       made(PKCS12_create_ex(spec.password.c_str(), "signer", spec.identity.key.get(), spec.identity.certificate.get(),
                             others.get(), legacy ? NID_pbe_WithSHA1And3_Key_TripleDES_CBC : NID_aes_256_cbc,
                             legacy ? NID_pbe_WithSHA1And40BitRC2_CBC : NID_aes_256_cbc, kIterations,
@@ -59,13 +50,13 @@ std::string makeP7b(const std::vector<Certificate>& certificates, const std::vec
     made(PKCS7_add_certificate(pkcs7.get(), certificate.get()), "P7B certificate");
   }
   for (const std::string& crl : crls) {
-    made(PKCS7_add_crl(pkcs7.get(), CrlPtr(decode<d2i_X509_CRL>(crl)).get()), "P7B CRL");
+    made(PKCS7_add_crl(pkcs7.get(), X509CrlPtr(decode<d2i_X509_CRL>(crl)).get()), "P7B CRL");
   }
   return encode<i2d_PKCS7>(pkcs7.get());
 }
 
 std::string makeCrl(const CrlSpec& spec) {
-  const CrlPtr crl(made(X509_CRL_new(), "CRL"));
+  const X509CrlPtr crl(made(X509_CRL_new(), "CRL"));
   const Owned<ASN1_TIME_free, ASN1_TIME> time(made(ASN1_TIME_new(), "time"));
   made(X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2), "version");
   made(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(spec.issuer.certificate.get())), "issuer");

@@ -2,25 +2,16 @@
 #ifndef ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
 #define ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
 
-#include <openssl/err.h>
-#include <openssl/x509v3.h>
-
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "pki/openssl.h"
+
 namespace zepasign::testing {
 
-template <auto Free>
-struct FreeWith {
-  template <class T>
-  void operator()(T* object) const noexcept {
-    Free(object);
-  }
-};
-
-// Owned: a handle with its own deleter, `Owned<X509_free, X509>`.
+// Owned: a handle of a type for which the library itself has no alias.
 template <auto Free, class T>
 using Owned = std::unique_ptr<T, FreeWith<Free>>;
 
