@@ -44,7 +44,7 @@ char* queriedField(std::string (cX509::*field)() const) noexcept {
 std::string certificateBase64(const cX509& certificate) {
   unsigned char* der = nullptr;
   const int length = i2d_X509(certificate.get0(), &der);
-  const std::unique_ptr<unsigned char, zepasign::FreeWith<zepasign::freeOpenSslBytes>> owned(der);
+  const zepasign::OpenSslBytesPtr owned(der);
   zepasign::cChars text;
   if (!text.base64Encode(der, length)) throw std::bad_alloc();
   return text.data();

@@ -14,6 +14,7 @@ void OwnedText::assign(const std::string& text) {
 
 // ~ZEPASign: the digest's name and the texts handed out stay, the process is ending.
 ZEPASign::~ZEPASign() {
+  delete signedData_;
   delete pkcs12_;
   signerFilter_.reset();
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "base/errors.h"
 #include "pki/ccertchainlist.h"
@@ -81,7 +82,8 @@ class ZEPASign {
   [[nodiscard]] int trySignBin(const unsigned char* data, int dataLen);
   [[nodiscard]] int checkBeforeSigning() const;
   [[nodiscard]] int makeSignature(cSignedData::Bytes content, STACK_OF(X509) * chain);
-  [[nodiscard]] int storeSignature(const cSignedData& signedData);
+  [[nodiscard]] std::vector<X509*> certificatesToAdd(STACK_OF(X509) * chain) const;
+  [[nodiscard]] int storeSignature();
   [[nodiscard]] int trySignText(const char* plain, const char* encoding);
   [[nodiscard]] int trySignFile(const char* fileName);
 
@@ -92,6 +94,7 @@ class ZEPASign {
   bool addTimestamp_ = false;
   bool addPlainText_ = true;
   cPkcs12* pkcs12_ = nullptr;  // owned; a credential that another one replaces is dropped, not deleted
+  cSignedData* signedData_ = nullptr;  // owned; made with the first signature
   bool checkValidity_ = false;
   bool checkKeyUsage_ = false;
   X509* lastSignerCert_ = nullptr;  // borrowed from the credential that made the last signature

@@ -80,25 +80,32 @@ int ZEPASign::makeSignature(cSignedData::Bytes content, STACK_OF(X509) * chain) 
     logInt(kError, "簽章條件錯誤, 演算法"_big5, errorCode_);  // the code as it still stands, 0, on purpose
     return kSigningFailed;
   }
-  cSignedData signedData;
-  const int code = signedData.sign({.digest = digest,
-                                    .signer = pkcs12_->certificate(),
-                                    .key = pkcs12_->privateKey(),
-                                    .addSigner = addCertMode_ > 0,
-                                    .chain = chain,
-                                    .addAttributes = addTimestamp_,
-                                    .embedContent = addPlainText_},
-                                   content);
+  if (signedData_ == nullptr) signedData_ = new cSignedData;
+  int code = signedData_->prepare({.digest = digest,
+                                   .signer = pkcs12_->certificate(),
+                                   .key = pkcs12_->privateKey(),
+                                   .certificates = certificatesToAdd(chain),
+                                   .addAttributes = addTimestamp_,
+                                   .embedContent = addPlainText_});
+  if (code == kSuccess) code = signedData_->sign(content);
   if (code == kSigningFailed) return failedWithCode(code, "簽章失敗"_big5);
-  return code != kSuccess ? code : storeSignature(signedData);
+  return code != kSuccess ? code : storeSignature();
+}
+
+// certificatesToAdd: the signer's, then the chain's from the last to the first.
+std::vector<X509*> ZEPASign::certificatesToAdd(STACK_OF(X509) * chain) const {
+  std::vector<X509*> certificates;
+  if (addCertMode_ > 0) certificates.push_back(pkcs12_->certificate());
+  for (int i = sk_X509_num(chain) - 1; i >= 0; --i) certificates.push_back(sk_X509_value(chain, i));
+  return certificates;
 }
 
 // storeSignature: writes the text once, into the block that the caller will read.
-int ZEPASign::storeSignature(const cSignedData& signedData) {
+int ZEPASign::storeSignature() {
   constexpr std::size_t kSpare = 5;
-  const auto [head, content, tail] = signedData.pieces();
+  const auto [head, content, tail] = signedData_->pieces();
   cChars text;
-  if (!text.allocate(base64::encodedLength(signedData.size()), kSpare)) return kOutOfMemory;
+  if (!text.allocate(base64::encodedLength(signedData_->size()), kSpare)) return kOutOfMemory;
   base64::Encoder encoder(text.data());
   for (const cSignedData::Bytes piece : {head, content, tail}) encoder.add(piece);
   encoder.finish();

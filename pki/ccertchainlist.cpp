@@ -103,7 +103,7 @@ bool cCertChainList::isAcceptable(const cCertChainEntry& chain, const std::strin
   return false;
 }
 
-X509StackPtr cCertChainList::prepareCertChain(const X509* signer) const {
+X509StackPtr cCertChainList::prepareCertChain(X509* signer) const {
   X509StackPtr chain = signer == nullptr ? nullptr : climb(cX509(signer).getAuthorityKeyId());
   logInt(kDebug, "end cCertChainList::prepareCertChain() 數量"_big5, std::max(sk_X509_num(chain.get()), 0));
   return chain;

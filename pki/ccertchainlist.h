@@ -33,7 +33,7 @@ class cCertChainList {
   // prepareCertChain: the certificates above `signer`, from the root (when the chain reaches it) down to the issuing CA;
   // null when no chain is filed under the signer's authority key identifier. The caller owns the list, the certificates
   // stay with this object.
-  [[nodiscard]] X509StackPtr prepareCertChain(const X509* signer) const;
+  [[nodiscard]] X509StackPtr prepareCertChain(X509* signer) const;
 
  private:
   enum class Outcome { kNotOpened, kRejected, kAccepted };

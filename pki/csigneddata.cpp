@@ -66,77 +66,103 @@ void append(std::vector<unsigned char>& out, Bytes bytes) { out.insert(out.end()
 // textFits: whether `size` bytes have a Base64 text, its ending included, within the 32-bit length.
 bool textFits(std::size_t size) { return base64::encodedLength(size) <= INT_MAX - 5; }
 
-bool addCertificates(PKCS7* pkcs7, const cSignedData::Options& options) {
-  if (options.addSigner && PKCS7_add_certificate(pkcs7, options.signer) != 1) return false;
-  for (int i = sk_X509_num(options.chain) - 1; i >= 0; --i) {
-    if (PKCS7_add_certificate(pkcs7, sk_X509_value(options.chain, i)) != 1) return false;
-  }
-  return true;
-}
-
-// signDigest: the signature over the digest itself, as it is when there are no signed attributes.
-bool signDigest(PKCS7_SIGNER_INFO* signer, EVP_PKEY* key, const EVP_MD* md, Bytes digest) {
-  const EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
-  std::vector<unsigned char> signature(static_cast<std::size_t>(EVP_PKEY_get_size(key)));
-  std::size_t length = signature.size();
-  return context && EVP_PKEY_sign_init(context.get()) == 1 &&
-         EVP_PKEY_CTX_set_signature_md(context.get(), md) == 1 &&
-         EVP_PKEY_sign(context.get(), signature.data(), &length, digest.data(), digest.size()) == 1 &&
-         ASN1_OCTET_STRING_set(signer->enc_digest, signature.data(), static_cast<int>(length)) == 1;
-}
-
-bool signContent(PKCS7_SIGNER_INFO* signer, const cSignedData::Options& options, Bytes content) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned length = 0;
-  if (EVP_Digest(content.data(), content.size(), digest, &length, options.digest, nullptr) != 1) return false;
-  if (!options.addAttributes) return signDigest(signer, options.key, options.digest, {digest, length});
-  return PKCS7_add1_attrib_digest(signer, digest, static_cast<int>(length)) == 1 &&
-         PKCS7_SIGNER_INFO_sign(signer) == 1;
-}
-
-bool addAttributes(PKCS7_SIGNER_INFO* signer) {
-  return PKCS7_add0_attrib_signing_time(signer, nullptr) == 1 && PKCS7_add_attrib_content_type(signer, nullptr) == 1;
-}
-
 // setContentType: content of type data, which is left out here in every case; see cSignedData::embed.
 bool setContentType(PKCS7* pkcs7) {
   return PKCS7_content_new(pkcs7, NID_pkcs7_data) == 1 &&
          PKCS7_ctrl(pkcs7, PKCS7_OP_SET_DETACHED_SIGNATURE, 1, nullptr) == 1;
 }
 
-}  // namespace
-
-int cSignedData::sign(const Options& options, Bytes content) {
-  const ErrorQueueMark mark;
-  const Pkcs7Ptr pkcs7(PKCS7_new());
-  if (!pkcs7) return kOutOfMemory;
-  PKCS7_SIGNER_INFO* signer = nullptr;
-  if (PKCS7_set_type(pkcs7.get(), NID_pkcs7_signed) != 1 || options.signer == nullptr || options.key == nullptr ||
-      (signer = PKCS7_add_signature(pkcs7.get(), options.signer, options.key, options.digest)) == nullptr ||
-      !addCertificates(pkcs7.get(), options) || (options.addAttributes && !addAttributes(signer)) ||
-      !setContentType(pkcs7.get())) {
-    return kSigningFailed;
-  }
-  const int unsignedSize = i2d_PKCS7(pkcs7.get(), nullptr);
-  const auto frameSize = static_cast<std::size_t>(unsignedSize) + static_cast<std::size_t>(EVP_PKEY_get_size(options.key));
-  if (unsignedSize <= 0 || !textFits(frameSize + (options.embedContent ? content.size() : 0))) return kOutOfMemory;
-  if (!signContent(signer, options, content)) return kSigningFailed;
-  return encode(pkcs7.get(), options.embedContent, content);
+bool setSignature(PKCS7_SIGNER_INFO* signerInfo, Bytes signature) {
+  return ASN1_OCTET_STRING_set(signerInfo->enc_digest, signature.data(), static_cast<int>(signature.size())) == 1;
 }
 
-int cSignedData::encode(PKCS7* pkcs7, bool embedContent, Bytes content) {
-  unsigned char* der = nullptr;
-  const int size = i2d_PKCS7(pkcs7, &der);
-  if (size <= 0) return kOutOfMemory;
-  const std::unique_ptr<unsigned char, FreeWith<freeOpenSslBytes>> owned(der);
-  const Bytes detached(der, static_cast<std::size_t>(size));
-  if (!embedContent) {
-    head_.assign(detached.begin(), detached.end());
-    tail_.clear();
-    content_ = {};
-    return kSuccess;
+EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
+  EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
+  if (!context || EVP_PKEY_sign_init(context.get()) != 1 ||
+      EVP_PKEY_CTX_set_signature_md(context.get(), digest) != 1) {
+    context.reset();
   }
-  return embed(detached, content) && textFits(this->size()) ? kSuccess : kOutOfMemory;
+  return context;
+}
+
+}  // namespace
+
+int cSignedData::prepare(const Options& options) {
+  if (pkcs7_ && options == options_) return kSuccess;
+  const ErrorQueueMark mark;
+  options_ = options;
+  const int code = build();
+  if (code != kSuccess) pkcs7_.reset();
+  return code;
+}
+
+int cSignedData::build() {
+  pkcs7_.reset(PKCS7_new());
+  if (!pkcs7_) return kOutOfMemory;
+  if (options_.signer == nullptr || options_.key == nullptr) return kSigningFailed;
+  if (PKCS7_set_type(pkcs7_.get(), NID_pkcs7_signed) != 1) return kOutOfMemory;
+  signerInfo_ = PKCS7_add_signature(pkcs7_.get(), options_.signer, options_.key, options_.digest);
+  keyContext_ = newSigningContext(options_.key, options_.digest);
+  if (signerInfo_ == nullptr || !keyContext_) return kSigningFailed;
+  for (X509* certificate : options_.certificates) {
+    if (PKCS7_add_certificate(pkcs7_.get(), certificate) != 1) return kSigningFailed;
+  }
+  const std::vector<unsigned char> noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  return setContentType(pkcs7_.get()) && setSignature(signerInfo_, noSignature) ? kSuccess : kOutOfMemory;
+}
+
+int cSignedData::sign(Bytes content) {
+  const ErrorQueueMark mark;
+  if (!fitsWith(content)) return kOutOfMemory;
+  if (!signContent(content)) return kSigningFailed;
+  return encode(content);
+}
+
+// fitsWith: the last signature, or zeros before the first, stand for the next one, which is as long or, for some kinds of
+// key, a few bytes off.
+bool cSignedData::fitsWith(Bytes content) const {
+  if (!options_.embedContent || content.size() < INT_MAX / 2) return true;
+  const int frame = i2d_PKCS7(pkcs7_.get(), nullptr);
+  return frame > 0 && textFits(static_cast<std::size_t>(frame) + content.size());
+}
+
+bool cSignedData::signContent(Bytes content) {
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned length = 0;
+  if (EVP_Digest(content.data(), content.size(), digest, &length, options_.digest, nullptr) != 1) return false;
+  const Bytes value(digest, length);
+  return options_.addAttributes ? signAttributes(value) : signDigest(value);
+}
+
+bool cSignedData::signAttributes(Bytes digest) {
+  sk_X509_ATTRIBUTE_pop_free(signerInfo_->auth_attr, X509_ATTRIBUTE_free);
+  signerInfo_->auth_attr = nullptr;
+  return PKCS7_add0_attrib_signing_time(signerInfo_, nullptr) == 1 &&
+         PKCS7_add_attrib_content_type(signerInfo_, nullptr) == 1 &&
+         PKCS7_add1_attrib_digest(signerInfo_, digest.data(), static_cast<int>(digest.size())) == 1 &&
+         PKCS7_SIGNER_INFO_sign(signerInfo_) == 1;
+}
+
+// signDigest: the signature over the digest itself, as it is when there are no signed attributes.
+bool cSignedData::signDigest(Bytes digest) {
+  const EvpPkeyCtxPtr context(EVP_PKEY_CTX_dup(keyContext_.get()));
+  std::vector<unsigned char> signature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  std::size_t length = signature.size();
+  return context && EVP_PKEY_sign(context.get(), signature.data(), &length, digest.data(), digest.size()) == 1 &&
+         setSignature(signerInfo_, Bytes(signature).first(length));
+}
+
+int cSignedData::encode(Bytes content) {
+  unsigned char* der = nullptr;
+  const int size = i2d_PKCS7(pkcs7_.get(), &der);
+  if (size <= 0) return kOutOfMemory;
+  const OpenSslBytesPtr owned(der);
+  const Bytes detached(der, static_cast<std::size_t>(size));
+  if (options_.embedContent) return embed(detached, content) && textFits(this->size()) ? kSuccess : kOutOfMemory;
+  head_.assign(detached.begin(), detached.end());
+  tail_.clear();
+  content_ = {};
+  return kSuccess;
 }
 
 //   SEQUENCE { OID signedData, [0] { SEQUENCE { version, digestAlgorithms, contentInfo, ...rest... } } }

@@ -13,13 +13,14 @@ namespace zepasign {
 
 class cX509 {
  public:
-  // cX509: keeps a copy of its own; `x509` stays the caller's.
-  explicit cX509(const X509* x509) : x509_(X509_dup(x509)) {}
+  // cX509: holds the certificate in its own right, so the caller's handle may go first. A reference, not a copy: nothing
+  // here changes a certificate, and a copy would cost more than all fields of a signature together.
+  explicit cX509(X509* x509) : x509_(x509) { X509_up_ref(x509); }
   virtual ~cX509() = default;
   cX509(const cX509&) = delete;
   cX509& operator=(const cX509&) = delete;
 
-  // get0: borrowed, valid as long as this object; null when the copy failed.
+  // get0: borrowed, valid as long as this object.
   [[nodiscard]] X509* get0() const noexcept { return x509_.get(); }
 
   // getIssuerOneLine, getSubjectOneLine: /C=.../O=.../CN=..., cut at 511 bytes.

@@ -42,6 +42,7 @@ using EvpPkeyCtxPtr = std::unique_ptr<EVP_PKEY_CTX, FreeWith<EVP_PKEY_CTX_free>>
 using EvpPkeyPtr = std::unique_ptr<EVP_PKEY, FreeWith<EVP_PKEY_free>>;
 using LibCtxPtr = std::unique_ptr<OSSL_LIB_CTX, FreeWith<OSSL_LIB_CTX_free>>;
 using OctetStringPtr = std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>>;
+using OpenSslBytesPtr = std::unique_ptr<unsigned char, FreeWith<freeOpenSslBytes>>;
 using OpenSslTextPtr = std::unique_ptr<char, FreeWith<freeOpenSslText>>;
 using Pkcs12Ptr = std::unique_ptr<PKCS12, FreeWith<PKCS12_free>>;
 using Pkcs7Ptr = std::unique_ptr<PKCS7, FreeWith<PKCS7_free>>;
