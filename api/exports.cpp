@@ -19,6 +19,7 @@ template <class Body>
 int guarded(Body body) noexcept {
   const zepasign::CryptoScope scope;
   try {
+    if (!scope.isOpen()) throw std::bad_alloc();
     body();
   } catch (...) {
     signer.setErrorCode(zepasign::codeOfException());
@@ -31,6 +32,7 @@ template <class Query>
 char* queried(Query query) noexcept {
   const zepasign::CryptoScope scope;
   try {
+    if (!scope.isOpen()) throw std::bad_alloc();
     return query();
   } catch (...) {
     return nullptr;
@@ -67,6 +69,7 @@ char* GetErrorMsg() {
 int MakeZEPASignPasswd(const char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
   const zepasign::CryptoScope scope;
   try {
+    if (!scope.isOpen()) throw std::bad_alloc();
     // The text is written although the parameter is declared const: that is how hosts know the function.
     return zepasign::makeEncedPfxPasswd(const_cast<char*>(outBuf), outLen, propertyFile, passwd);
   } catch (...) {

@@ -1,7 +1,7 @@
 #include "base/clog.h"
 
-#include <cerrno>
 #include <cstdio>
+#include <new>
 
 #include "base/big5.h"
 #include "base/hexdump.h"
@@ -39,13 +39,13 @@ bool createFolders(const std::string& folder) {
 // with the destructor. A file that opens takes the pending text first.
 class LogLine final {
  public:
-  LogLine(const char* levelName, bool fileSet, const std::string& fileBase, std::unique_ptr<std::string>& pending)
+  LogLine(const char* levelName, bool fileSet, const std::string& fileBase, std::unique_ptr<PendingText>& pending)
       : pending_(fileSet ? nullptr : pending.get()) {
     const platform::LocalTime now = platform::now();
     if (fileSet) {
       file_ = std::make_unique<platform::AppendFile>(dailyFileName(fileBase, now).c_str());
       if (!file_->isOpen()) return;
-      if (pending) file_->append(*pending);
+      if (pending) file_->append(pending->text());
       pending.reset();
     }
     append(linePrefix(now, levelName));
@@ -76,18 +76,25 @@ class LogLine final {
     buffer_.clear();
   }
 
-  std::string* pending_;
+  PendingText* pending_;
   std::unique_ptr<platform::AppendFile> file_;
   std::string buffer_;
 };
 
 }  // namespace
 
-cLog::cLog() : pending_(std::make_unique<std::string>()) {}
+void PendingText::append(std::string_view text) {
+  if (full_) return;
+  full_ = text_.size() + text.size() > kLimit;
+  text_.append(full_ ? "\n暫存的 LOG 已滿, 其後內容捨棄\n"_big5 : text);
+}
+
+// Without memory there is no pending text and its lines are lost; loading the library must not fail for it.
+cLog::cLog() : pending_(new (std::nothrow) PendingText) {}
 
 cLog::~cLog() {
-  if (!pending_ || pending_->empty()) return;
-  std::fwrite(pending_->data(), 1, pending_->size(), stdout);
+  if (!pending_ || pending_->text().empty()) return;
+  std::fwrite(pending_->text().data(), 1, pending_->text().size(), stdout);
   std::fflush(stdout);
 }
 

@@ -32,6 +32,20 @@ inline constexpr LogLevel kWarn{"WARN", 30};
 inline constexpr LogLevel kError{"ERROR", 40};
 inline constexpr int kOffRank = 100;  // threshold only: nothing is written
 
+// PendingText: lines that wait for a file. It takes 16 MiB; a host that never chooses a file must not lose its memory to
+// the log.
+class PendingText final {
+ public:
+  static constexpr std::size_t kLimit = 16U << 20U;
+
+  void append(std::string_view text);
+  [[nodiscard]] const std::string& text() const noexcept { return text_; }
+
+ private:
+  std::string text_;
+  bool full_ = false;
+};
+
 // cLog: the write operations write unconditionally; callers ask isEnabled first, or use the log functions below.
 class cLog {
  public:
@@ -69,7 +83,7 @@ class cLog {
 
   int threshold_ = 0;
   bool fileSet_ = false;
-  std::unique_ptr<std::string> pending_;
+  std::unique_ptr<PendingText> pending_;
   std::string fileBase_;
 };
 

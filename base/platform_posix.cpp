@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 
 #include "base/platform.h"
@@ -70,12 +71,45 @@ AppendFile::~AppendFile() {
   if (isOpen()) close(static_cast<int>(handle_));
 }
 
+namespace {
+
+// FileSizeSignalBlock: a write beyond the process's file size limit raises SIGXFSZ, which would end the host; inside this
+// scope it is only an error of the write.
+class FileSizeSignalBlock final {
+ public:
+  FileSizeSignalBlock() noexcept {
+    sigemptyset(&signal_);
+    sigaddset(&signal_, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  }
+  ~FileSizeSignalBlock() {
+    if (raised_ && sigismember(&before_, SIGXFSZ) == 0) {
+      const std::timespec atOnce{};
+      sigtimedwait(&signal_, nullptr, &atOnce);
+    }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
+  FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
+
+  void noteRaised() noexcept { raised_ = true; }
+
+ private:
+  sigset_t signal_{};
+  sigset_t before_{};
+  bool raised_ = false;
+};
+
+}  // namespace
+
 bool AppendFile::isOpen() const noexcept { return handle_ >= 0; }
 
 void AppendFile::append(std::string_view text) noexcept {
+  FileSizeSignalBlock signalBlock;
   while (!text.empty()) {
     const ssize_t written = write(static_cast<int>(handle_), text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
+    if (written < 0 && errno == EFBIG) signalBlock.noteRaised();
     if (written <= 0) return;
     text.remove_prefix(static_cast<std::size_t>(written));
   }

@@ -13,7 +13,22 @@
 
 #include "base/platform.h"
 
+namespace __gnu_cxx {
+void __freeres();  // the C++ runtime's own; no header declares it
+}
+
 namespace zepasign::platform {
+namespace {
+
+// FreeEmergencyPool: the C++ runtime inside the DLL keeps about 73 KiB for exceptions thrown when memory is short and
+// never frees them; a host that loads and unloads the library for each signature would lose them every time. The
+// priority makes this the last object to be destroyed.
+struct FreeEmergencyPool {
+  ~FreeEmergencyPool() { __gnu_cxx::__freeres(); }
+};
+[[gnu::init_priority(101)]] const FreeEmergencyPool freeEmergencyPool;
+
+}  // namespace
 
 const char kFolderSeparator = '\\';
 

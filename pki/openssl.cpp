@@ -13,6 +13,7 @@ std::string OwnErrors::firstText() const {
 }
 
 cCryptoContext::cCryptoContext() : context_(OSSL_LIB_CTX_new()) {
+  if (!context_) return;  // every export reports it
   const ErrorQueueMark mark;
   defaultProvider_.reset(OSSL_PROVIDER_load(context_.get(), "default"));
   legacyProvider_.reset(OSSL_PROVIDER_load(context_.get(), "legacy"));

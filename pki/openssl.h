@@ -105,6 +105,9 @@ class CryptoScope final {
   CryptoScope(const CryptoScope&) = delete;
   CryptoScope& operator=(const CryptoScope&) = delete;
 
+  // isOpen: false when there was no memory for our context; the host's must not be used in its stead.
+  [[nodiscard]] bool isOpen() const noexcept { return cryptoContext.get() != nullptr; }
+
  private:
   ErrorQueueMark mark_;
   OSSL_LIB_CTX* host_;
