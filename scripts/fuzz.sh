@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# fuzz.sh [SECONDS [FUZZER...]]: builds the fuzzers and runs each for so long (20 seconds), from the committed seeds and
+# what earlier runs found (out/fuzz/<fuzzer>/corpus). Stops at the first finding; the input lies in out/fuzz/<fuzzer>.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-20}
+shift $(($# > 0 ? 1 : 0))
+scripts/install-deps.sh clang cmake libclang-rt-14-dev libssl-dev llvm ninja-build
+
+build=build/fuzz
+CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja --log-level=WARNING -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DBUILD_TESTING=OFF -DZEPASIGN_BUILD_FUZZERS=ON -DZEPASIGN_WARNINGS_AS_ERRORS=ON \
+  -DZEPASIGN_SANITIZE=address,undefined,fuzzer-no-link
+cmake --build "$build" >"$build/log" || { cat "$build/log"; exit 1; }
+
+mkdir -p out/fuzz
+[ $# -gt 0 ] || set -- $(basename -a fuzz/*_fuzzer.cpp | sed 's/_fuzzer.cpp//')
+"$build/fuzz/fuzz_seeds" out/fuzz/seeds
+export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
+
+# run FUZZER: its last lines tell the count of executions; a finding fails the script.
+run() {
+  local out=out/fuzz/$1
+  mkdir -p "$out/corpus" "out/fuzz/seeds/$1" "fuzz/corpus/$1"
+  local leaks=1
+  [ "$1" != exports ] || leaks=0 # a credential that another one replaces is dropped on purpose
+  if ! ASAN_OPTIONS=detect_leaks=$leaks "$build/fuzz/fuzz_$1" \
+    -max_total_time="$seconds" -detect_leaks=$leaks -timeout=25 -rss_limit_mb=4096 -artifact_prefix="$out/" \
+    -print_final_stats=1 "$out/corpus" "fuzz/corpus/$1" "out/fuzz/seeds/$1" >/dev/null 2>"$out/log"; then
+    tail -60 "$out/log"
+    echo "$1: a finding; its input lies in $out" >&2
+    exit 1
+  fi
+  echo "$1: $(grep -a stat::number_of_executed_units "$out/log" | awk '{print $2}') executions, nothing found"
+}
+for fuzzer in "$@"; do run "$fuzzer"; done
