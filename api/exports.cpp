@@ -1,9 +1,9 @@
-// The seventeen exported functions: each forwards to the signer. No exception leaves here, since hosts in other languages
-// cannot catch one, and the crypto library's state in the host's thread is as it was when a function returns.
+// The seventeen exported functions: each forwards to the signer. No exception leaves here, since hosts in other
+// languages cannot catch one, and the crypto library's state in the host's thread is as it was when a function returns.
 #include <new>
 
 #include "api/ZEPASignDLL.h"
-#include "api/failure.h"
+#include "api/exceptioncode.h"
 #include "api/pfxpassword.h"
 #include "api/zepasign.h"
 #include "base/cchars.h"
@@ -40,7 +40,8 @@ char* queried(Query query) noexcept {
 }
 
 char* queriedField(std::string (cX509::*field)() const) noexcept {
-  return queried([field] { return signer.queryCert([field](const cX509& certificate) { return (certificate.*field)(); }); });
+  return queried(
+      [field] { return signer.queryCert([field](const cX509& certificate) { return (certificate.*field)(); }); });
 }
 
 std::string certificateBase64(const cX509& certificate) {
@@ -62,8 +63,11 @@ int GetErrorCode() { return signer.errorCode(); }
 
 char* GetErrorMsg() {
   static char noMemory[] = "";
-  char* message = queried([] { return signer.errorMessage(); });
-  return message != nullptr ? message : noMemory;
+  try {
+    return signer.errorMessage();
+  } catch (...) {
+    return noMemory;
+  }
 }
 
 int MakeZEPASignPasswd(const char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {

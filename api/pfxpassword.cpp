@@ -1,15 +1,14 @@
 #include "api/pfxpassword.h"
 
 #include <algorithm>
-#include <new>
+#include <cstring>
 
-#include "api/failure.h"
 #include "base/big5.h"
 #include "base/caescipher.h"
 #include "base/cchars.h"
 #include "base/cleanse.h"
 #include "base/cproperty.h"
-#include "base/errors.h"
+#include "base/failure.h"
 #include "base/text.h"
 #include "pki/cx509.h"
 
@@ -34,7 +33,7 @@ bool setUpCallersCipher(cAesCipher& cipher, const std::string& license, const st
   SecretBytes authKeyBytes;
   SecretBytes vector;
   static_cast<void>(key.setFromHex(license.c_str()));
-  if (!authKeyBytes.set(authKey.data(), static_cast<int>(authKey.size()))) throw std::bad_alloc();
+  authKeyBytes.set(authKey.data(), static_cast<int>(authKey.size()));
   std::string digest = sha256Hex(authKeyBytes);
   const CleanseOnExit wipe(digest);
   return vector.setFromHex(digest.c_str()) && cipher.setKey(key.keyOrNull(), vector.data());
@@ -72,7 +71,8 @@ int resolveCallersForm(const std::string& license, const std::string& authKey, c
 }
 
 int resolveStoredForm(const cProperty& property, const std::string& license, std::string& password) {
-  const std::string stored = property.getProperty("PFX.pswdB64");
+  std::string stored = property.getProperty("PFX.pswdB64");
+  const CleanseOnExit wipe(stored);
   if (stored.empty()) return failed(kWrongParameter, "找不到 PFX.pswdB64"_big5);
   SecretBytes encoded;
   if (!encoded.base64Decode(stored.c_str())) return failed(kWrongParameter, "PFX.pswdB64 內容解碼失敗"_big5);
@@ -84,8 +84,8 @@ int resolveStoredForm(const cProperty& property, const std::string& license, std
   return kSuccess;
 }
 
-// handOver: the text to a caller's area that may be too small or, to ask for the length, null. The terminating zero comes
-// only from the clearing, so a capacity equal to the length gives an unterminated text.
+// handOver: the text to a caller's area that may be too small or, to ask for the length, null. The terminating zero
+// comes only from the clearing, so a capacity equal to the length gives an unterminated text.
 int handOver(const cChars& text, char* outBuf, int* outLen) {
   if (outBuf != nullptr) {
     if (*outLen > 0) std::memset(outBuf, 0, static_cast<std::size_t>(*outLen));
@@ -106,8 +106,12 @@ int resolvePfxPassword(const cProperty& property, const std::string& license, co
   std::string authKey = property.getProperty("PSWD.authKey");
   const CleanseOnExit wipe(authKey);
   if (!authKey.empty()) return resolveCallersForm(license, authKey, encedPfxPasswd, password);
-  password = property.getProperty("PFX.pswd");
-  if (!password.empty()) return kSuccess;
+  std::string plain = property.getProperty("PFX.pswd");
+  const CleanseOnExit wipePlain(plain);
+  if (!plain.empty()) {
+    password.assign(plain);  // a copy: moving a short text would leave its bytes behind
+    return kSuccess;
+  }
   logText(kWarn, "找不到 PFX.pswd 續找 PFX.pswdB64"_big5);
   return resolveStoredForm(property, license, password);
 }
@@ -137,7 +141,7 @@ int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, cons
     return failed(kEncryptionFailed, "加密失敗"_big5);
   }
   cChars text;
-  if (!text.base64Encode(area.data(), length)) return kOutOfMemory;
+  static_cast<void>(text.base64Encode(area.data(), length));
   return handOver(text, outBuf, outLen);
 }
 

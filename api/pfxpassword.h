@@ -12,8 +12,8 @@ namespace zepasign {
 
 class cProperty;
 
-// resolvePfxPassword: finds the password and writes it to `password`, which the caller wipes. Returns 0, 5005 or 5208, the
-// message logged. REQUIRES: `license` is the non-empty PSWD.license.
+// resolvePfxPassword: finds the password and writes it to `password`, which the caller wipes. Returns 0, 5005 or 5208,
+// the message logged. REQUIRES: `license` is the non-empty PSWD.license.
 [[nodiscard]] int resolvePfxPassword(const cProperty& property, const std::string& license, const char* encedPfxPasswd,
                                      std::string& password);
 

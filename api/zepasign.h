@@ -22,8 +22,8 @@ namespace zepasign {
 
 class cProperty;
 
-// OwnedText: a C string on the heap that its user frees. It has no destructor on purpose: a host may still read the texts
-// while the process ends.
+// OwnedText: a C string on the heap that its user frees. It has no destructor on purpose: a host may still read the
+// texts while the process ends.
 class OwnedText final {
  public:
   [[nodiscard]] char* get() const noexcept { return text_; }
@@ -93,7 +93,7 @@ class ZEPASign {
   int addCertMode_ = 1;
   bool addTimestamp_ = false;
   bool addPlainText_ = true;
-  cPkcs12* pkcs12_ = nullptr;  // owned; a credential that another one replaces is dropped, not deleted
+  cPkcs12* pkcs12_ = nullptr;          // owned; a credential that another one replaces is dropped, not deleted
   cSignedData* signedData_ = nullptr;  // owned; made with the first signature
   bool checkValidity_ = false;
   bool checkKeyUsage_ = false;

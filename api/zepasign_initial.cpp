@@ -1,14 +1,15 @@
 // Initialisation: the steps in the order in which the property file's settings take effect. A setting overwrites the
-// signer's field as it is read, so a failing call may leave some fields changed; the credential changes only on success.
+// signer's field as it is read, so a failing call may leave some fields changed; the credential changes only on
+// success.
 #include <memory>
 #include <stdexcept>
 
-#include "api/failure.h"
 #include "api/pfxpassword.h"
 #include "api/zepasign.h"
 #include "base/big5.h"
 #include "base/cleanse.h"
 #include "base/cproperty.h"
+#include "base/failure.h"
 #include "base/text.h"
 
 namespace zepasign {

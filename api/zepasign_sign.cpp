@@ -1,14 +1,14 @@
 // Signing: bytes, and text and files, which become bytes first.
-#include <exception>
-#include <new>
+#include <cstring>
 
-#include "api/failure.h"
+#include "api/exceptioncode.h"
 #include "api/zepasign.h"
 #include "base/base64.h"
 #include "base/big5.h"
 #include "base/cchars.h"
 #include "base/cfile.h"
 #include "base/charset.h"
+#include "base/failure.h"
 #include "base/text.h"
 
 namespace zepasign {
@@ -26,12 +26,6 @@ const EVP_MD* selectDigest(const char* name) {
   if (std::strcmp(name, "SHA1") == 0) return cryptoContext.sha1();
   if (std::strcmp(name, "SHA256") == 0) return cryptoContext.sha256();
   return nullptr;
-}
-
-// checkText: 0, or the parameter error with one of the two messages logged.
-int checkText(const char* text, const char* whenNull, const char* whenEmpty) {
-  if (!isEmpty(text)) return kSuccess;
-  return failed(kWrongParameter, text == nullptr ? whenNull : whenEmpty);
 }
 
 }  // namespace
@@ -105,7 +99,7 @@ int ZEPASign::storeSignature() {
   constexpr std::size_t kSpare = 5;
   const auto [head, content, tail] = signedData_->pieces();
   cChars text;
-  if (!text.allocate(base64::encodedLength(signedData_->size()), kSpare)) return kOutOfMemory;
+  text.allocate(base64::encodedLength(signedData_->size()), kSpare);
   base64::Encoder encoder(text.data());
   for (const cSignedData::Bytes piece : {head, content, tail}) encoder.add(piece);
   encoder.finish();
@@ -119,6 +113,7 @@ int ZEPASign::storeSignature() {
 int ZEPASign::signText(const char* plain, const char* encoding) {
   logText(kInfo, "begin ZEPASign::SignPkcs7()");
   errorCode_ = kSuccess;
+  signedPkcs7_.reset();
   return errorCode_ = trySignText(plain, encoding);
 }
 
@@ -126,7 +121,8 @@ int ZEPASign::trySignText(const char* plain, const char* encoding) {
   // Another code and text than signBin's for the same condition, on purpose.
   if (pkcs12_ == nullptr) return failed(kCertificateNotFound, "pfx 載入錯誤"_big5);
   if (const int code = checkText(plain, "參數 plain 內容為 NULL"_big5, "參數 plain 長度為 0"_big5)) return code;
-  if (const int code = checkText(encoding, "參數 encoding 內容為 NULL"_big5, "參數 encoding 長度為 0"_big5)) return code;
+  if (const int code = checkText(encoding, "參數 encoding 內容為 NULL"_big5, "參數 encoding 長度為 0"_big5))
+    return code;
 
   struct Encoding {
     const char* name;
@@ -155,12 +151,14 @@ int ZEPASign::trySignText(const char* plain, const char* encoding) {
 int ZEPASign::signFile(const char* fileName) {
   logText(kInfo, "begin ZEPASign::SignPkcs7File()");
   errorCode_ = kSuccess;
+  signedPkcs7_.reset();
   logValue(kParam, "fileName", fileName == nullptr ? "" : fileName);
   return errorCode_ = trySignFile(fileName);
 }
 
 int ZEPASign::trySignFile(const char* fileName) {
-  if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5)) return code;
+  if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5))
+    return code;
   cFile file;
   if (!file.loadFromFile(fileName)) {
     logErrorValue("讀取檔案失敗"_big5, fileName);

@@ -55,7 +55,8 @@ std::size_t decodeWholeGroups(std::string_view text, std::size_t& position, unsi
 }
 
 void skipBlanks(std::string_view text, std::size_t& position) {
-  while (position < text.size() && std::strchr("\r\n ", text[position]) != nullptr && text[position] != '\0') ++position;
+  while (position < text.size() && std::strchr("\r\n ", text[position]) != nullptr && text[position] != '\0')
+    ++position;
 }
 
 unsigned nextSymbol(std::string_view text, std::size_t& position) {

@@ -32,8 +32,8 @@ class Encoder final {
 [[nodiscard]] constexpr std::size_t decodedBound(std::size_t length) { return (length / 4 + 1) * 3; }
 
 // decode: writes the bytes of `text` to `out` and returns their count; nothing behind them is written to. CR, LF and
-// spaces are skipped. "=" has the value 64, what stands outside the alphabet 65, what lies behind the end 64: no text is
-// rejected. REQUIRES: `out` has room for decodedBound.
+// spaces are skipped. "=" has the value 64, what stands outside the alphabet 65, what lies behind the end 64: no text
+// is rejected. REQUIRES: `out` has room for decodedBound.
 [[nodiscard]] std::size_t decode(std::string_view text, unsigned char* out) noexcept;
 
 }  // namespace zepasign::base64

@@ -1,6 +1,6 @@
 // Chinese texts stand in the sources as readable UTF-8 and in the binary as Big5 (code page 950) bytes, whichever
-// compiler builds them: "簽章失敗"_big5 is converted at compile time. A character that is missing from big5_table.inc is
-// a compile error; scripts/big5-table.sh makes the table anew from the texts in the sources.
+// compiler builds them: "簽章失敗"_big5 is converted at compile time. A character that is missing from big5_table.inc
+// is a compile error; scripts/big5-table.sh makes the table anew from the texts in the sources.
 #ifndef ZEPASIGN_BASE_BIG5_H_
 #define ZEPASIGN_BASE_BIG5_H_
 

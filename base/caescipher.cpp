@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include <cstring>
 #include <memory>
 
 namespace zepasign {
@@ -29,13 +30,15 @@ cAesCipher::cAesCipher() {
   iv_.markSecret();
 }
 
-bool cAesCipher::setKey(const unsigned char* key, const unsigned char* iv) noexcept {
+bool cAesCipher::setKey(const unsigned char* key, const unsigned char* iv) {
   keyBits_ = -1;
   mode_ = -1;
   key_.clear();
   iv_.clear();
-  if (key == nullptr || !key_.set(key, kKeySize) || !iv_.allocate(kKeySize)) return false;
-  if (iv != nullptr && !iv_.set(iv, kKeySize)) return false;
+  if (key == nullptr) return false;
+  key_.set(key, kKeySize);
+  iv_.allocate(kKeySize);
+  if (iv != nullptr) std::memcpy(iv_.data(), iv, kKeySize);
   keyBits_ = 8 * kKeySize;
   mode_ = 0;
   return true;
@@ -49,12 +52,12 @@ int cAesCipher::decrypt(const unsigned char* in, int length, unsigned char* out,
   return run(Direction::kDecrypt, in, length, out, capacity);
 }
 
-int cAesCipher::run(Direction direction, const unsigned char* in, int length, unsigned char* out,
-                    int* capacity) const {
+int cAesCipher::run(Direction direction, const unsigned char* in, int length, unsigned char* out, int* capacity) const {
   if (key_.data() == nullptr || iv_.data() == nullptr || in == nullptr || length <= 0) return -1;
   cBytes work;
   work.markSecret();
-  if (length > kMaxLength - keyBits_ || !work.allocate(keyBits_ + length)) return -1;
+  if (length > kMaxLength - keyBits_) return -1;
+  work.allocate(keyBits_ + length);
   const int total = transform(direction, in, length, work.data());
   if (total < 0 || out == nullptr || capacity == nullptr || *capacity < total) return total;
   std::memcpy(out, work.data(), static_cast<std::size_t>(total));

@@ -17,12 +17,12 @@ class cAesCipher {
 
   // setKey: a 256-bit key and the initialisation vector, 32 bytes each, of which CBC uses the vector's first 16; a null
   // vector is all zero. Without a key: false, and every call fails until a key is set.
-  [[nodiscard]] bool setKey(const unsigned char* key, const unsigned char* iv) noexcept;
+  [[nodiscard]] bool setKey(const unsigned char* key, const unsigned char* iv);
 
-  // encrypt, decrypt: `length` bytes from `in`, padded as PKCS#7 pads blocks. When `out` is given and `*capacity` (bytes)
-  // suffices, the result is copied, `*capacity` becomes its length and 0 is returned. Otherwise nothing is copied and the
-  // length that the result would have is returned: too small a buffer is a question, not an error. -1 on failure: no
-  // key, no input, or (decrypt) a wrong key or damaged text.
+  // encrypt, decrypt: `length` bytes from `in`, padded as PKCS#7 pads blocks. When `out` is given and `*capacity`
+  // (bytes) suffices, the result is copied, `*capacity` becomes its length and 0 is returned. Otherwise nothing is
+  // copied and the length that the result would have is returned: too small a buffer is a question, not an error. -1 on
+  // failure: no key, no input, or (decrypt) a wrong key or damaged text.
   [[nodiscard]] int encrypt(const unsigned char* in, int length, unsigned char* out, int* capacity) const;
   [[nodiscard]] int decrypt(const unsigned char* in, int length, unsigned char* out, int* capacity) const;
 

@@ -2,14 +2,17 @@
 //
 //   data_ -> | payload (length_ bytes) | 0 0 ... |     null and 0 when empty
 //
-// Every block is zeroed before the payload is copied in and is at least two bytes longer, so a text buffer is a C string
-// and UTF-16 text is terminated as well. Filling replaces the content; nothing appends.
+// Every block is zeroed before the payload is copied in and is at least two bytes longer, so a text buffer is a C
+// string and UTF-16 text is terminated as well. Filling replaces the content; nothing appends. An operation that finds
+// nothing to do gives false; lack of memory, and a length beyond 32 bits, throws std::bad_alloc and leaves the buffer
+// empty.
 #ifndef ZEPASIGN_BASE_CBUFFER_H_
 #define ZEPASIGN_BASE_CBUFFER_H_
 
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "base/cleanse.h"
 
@@ -55,15 +58,14 @@ class cBuffer {
   cBuffer() = default;
 
   // replace: a zeroed block with room for `capacity` and `spare` zeros in place of the content; the length becomes
-  // `capacity`. False, and the buffer empty, when there is no memory.
-  [[nodiscard]] bool replace(std::size_t capacity, std::size_t spare = kSpare) noexcept {
+  // `capacity`. Throws std::bad_alloc, and the buffer is empty, when there is no memory or the length passes 32 bits.
+  void replace(std::size_t capacity, std::size_t spare = kSpare) {
     clear();
-    if (capacity > static_cast<std::size_t>(kMaxLength)) return false;
+    if (capacity > static_cast<std::size_t>(kMaxLength)) throw std::bad_alloc();
     data_ = static_cast<Char*>(std::calloc(capacity + spare, sizeof(Char)));
-    if (data_ == nullptr) return false;
+    if (data_ == nullptr) throw std::bad_alloc();
     length_ = static_cast<int>(capacity);
     blockSize_ = capacity + spare;
-    return true;
   }
 
   // shorten: a smaller length; what lies behind it must be zero.

@@ -1,5 +1,6 @@
 #include "base/cbytes.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string_view>
@@ -39,19 +40,21 @@ bool findArmouredBody(std::string_view text, std::string_view& body) {
 
 }  // namespace
 
-bool cBytes::set(const void* source, int length) noexcept {
+bool cBytes::set(const void* source, int length) {
   if (source == nullptr || length < 1) {
     clear();
     return false;
   }
-  if (!replace(static_cast<std::size_t>(length))) return false;
+  replace(static_cast<std::size_t>(length));
   std::memcpy(data(), source, static_cast<std::size_t>(length));
   return true;
 }
 
-bool cBytes::allocate(int length) noexcept {
+bool cBytes::allocate(int length) {
   clear();
-  return length >= 1 && replace(static_cast<std::size_t>(length));
+  if (length < 1) return false;
+  replace(static_cast<std::size_t>(length));
+  return true;
 }
 
 void cBytes::truncate(int length) noexcept {
@@ -59,21 +62,23 @@ void cBytes::truncate(int length) noexcept {
   shorten(static_cast<std::size_t>(length));
 }
 
-bool cBytes::setFromHex(const char* text) noexcept {
+bool cBytes::setFromHex(const char* text) {
   clear();
   const std::size_t length = text == nullptr ? 0 : std::strlen(text);
-  if (length == 0 || length % 2 != 0 || !replace(length / 2)) return false;
+  if (length == 0 || length % 2 != 0) return false;
+  replace(length / 2);
   for (std::size_t i = 0; i < length; i += 2) {
     data()[i / 2] = static_cast<unsigned char>(16 * hexDigit(text[i]) + hexDigit(text[i + 1]));
   }
   return true;
 }
 
-bool cBytes::base64Decode(const char* text) noexcept {
+bool cBytes::base64Decode(const char* text) {
   clear();
   std::string_view body = text == nullptr ? "" : text;
   if (body.find(kDashes) != std::string_view::npos && !findArmouredBody(body, body)) return false;
-  if (body.empty() || !replace(base64::decodedBound(body.size()))) return false;
+  if (body.empty()) return false;
+  replace(base64::decodedBound(body.size()));
   shorten(base64::decode(body, data()));
   if (length() == 0) clear();
   return length() > 0;

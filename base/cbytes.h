@@ -10,24 +10,23 @@ class cBytes : public cBuffer<unsigned char> {
  public:
   cBytes() = default;
 
-  // set: a copy of `length` bytes. False, and the buffer empty, when there is nothing to copy or no memory.
-  bool set(const void* source, int length) noexcept;
+  // set: a copy of `length` bytes. False, and the buffer empty, when there is nothing to copy.
+  bool set(const void* source, int length);
 
-  // allocate: `length` zero bytes to be filled through data(). False, and the buffer empty, when length is below 1 or
-  // there is no memory.
-  [[nodiscard]] bool allocate(int length) noexcept;
+  // allocate: `length` zero bytes to be filled through data(). False, and the buffer empty, when length is below 1.
+  bool allocate(int length);
 
   // truncate: keeps the first `length` bytes and zeroes the rest. REQUIRES: 0 <= length <= length().
   void truncate(int length) noexcept;
 
-  // setFromHex: two digits a byte in either case; a text that is empty or of odd length gives false. Other characters are
-  // not rejected, they give whatever the digit arithmetic yields.
-  [[nodiscard]] bool setFromHex(const char* text) noexcept;
+  // setFromHex: two digits a byte in either case; a text that is empty or of odd length gives false. Other characters
+  // are not rejected, they give whatever the digit arithmetic yields.
+  [[nodiscard]] bool setFromHex(const char* text);
 
   // base64Decode: RFC 4648 Base64, alone or framed by two marker lines of five or more dashes each (what they say is
   // never looked at). CR, LF and spaces are skipped; a character outside the alphabet counts as the value 65. True when
   // at least one byte came out.
-  [[nodiscard]] bool base64Decode(const char* text) noexcept;
+  [[nodiscard]] bool base64Decode(const char* text);
 };
 
 }  // namespace zepasign

@@ -4,10 +4,10 @@
 
 namespace zepasign {
 
-bool cChars::setHex(const unsigned char* source, int length) noexcept {
+bool cChars::setHex(const unsigned char* source, int length) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   if (source == nullptr || length < 1) return false;
-  if (!replace(2 * static_cast<std::size_t>(length))) return false;
+  replace(2 * static_cast<std::size_t>(length));
   char* out = data();
   for (int i = 0; i < length; ++i) {
     *out++ = kDigits[source[i] >> 4U];
@@ -16,11 +16,11 @@ bool cChars::setHex(const unsigned char* source, int length) noexcept {
   return true;
 }
 
-bool cChars::base64Encode(const unsigned char* source, int length) noexcept {
+bool cChars::base64Encode(const unsigned char* source, int length) {
   clear();
   if (source == nullptr || length < 1) return false;
   const auto size = static_cast<std::size_t>(length);
-  if (!replace(base64::encodedLength(size), size / 3 * 4 + 10 - base64::encodedLength(size))) return false;
+  replace(base64::encodedLength(size), size / 3 * 4 + 10 - base64::encodedLength(size));
   base64::Encoder encoder(data());
   encoder.add({source, size});
   encoder.finish();

@@ -12,14 +12,13 @@ class cChars : public cBuffer<char> {
 
   // setHex: two upper-case digits a byte. A null or empty source gives false and keeps the old text, on purpose unlike
   // cBytes::set.
-  [[nodiscard]] bool setHex(const unsigned char* source, int length) noexcept;
+  [[nodiscard]] bool setHex(const unsigned char* source, int length);
 
-  // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode, no memory,
-  // or the text would not fit the 32-bit length.
-  [[nodiscard]] bool base64Encode(const unsigned char* source, int length) noexcept;
+  // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode.
+  [[nodiscard]] bool base64Encode(const unsigned char* source, int length);
 
   // allocate: `length` zero characters and `spare` more, to be filled through data().
-  [[nodiscard]] bool allocate(std::size_t length, std::size_t spare) noexcept { return replace(length, spare); }
+  void allocate(std::size_t length, std::size_t spare) { replace(length, spare); }
 };
 
 }  // namespace zepasign

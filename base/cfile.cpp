@@ -1,7 +1,5 @@
 #include "base/cfile.h"
 
-#include <new>
-
 #include "base/clog.h"
 #include "base/platform.h"
 #include "base/text.h"
@@ -27,7 +25,7 @@ bool cFile::read(const char* path) {
     logInt(kError, "Read file size", 0);
     return false;
   }
-  if (!allocate(static_cast<int>(size))) throw std::bad_alloc();
+  allocate(static_cast<int>(size));
   const std::size_t count = std::fread(data(), 1, static_cast<std::size_t>(size), file.get());
   if (count == static_cast<std::size_t>(size)) return true;
   logInt(kError, "Read file size", static_cast<int>(count));

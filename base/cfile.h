@@ -8,9 +8,9 @@ namespace zepasign {
 
 class cFile : public cBytes {
  public:
-  // loadFromFile: the content of an ordinary file, its path passed to the system as it is. An empty file succeeds with an
-  // empty buffer; one beyond the signed 32-bit length fails. Throws std::bad_alloc when there is no memory for it. The
-  // buffer is empty unless the whole file was read.
+  // loadFromFile: the content of an ordinary file, its path passed to the system as it is. An empty file succeeds with
+  // an empty buffer; one beyond the signed 32-bit length fails. Throws std::bad_alloc when there is no memory for it.
+  // The buffer is empty unless the whole file was read.
   [[nodiscard]] bool loadFromFile(const char* path);
 
  private:

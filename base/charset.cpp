@@ -36,6 +36,16 @@ std::size_t convertAll(platform::Converter converter, const char* text, std::siz
   return inLeft == 0 && outLeft != 0 ? produced : 0;
 }
 
+void allocateArea(cBytes& area, std::size_t size) {
+  try {
+    if (size > static_cast<std::size_t>(kMaxLength)) throw std::bad_alloc();
+    area.allocate(static_cast<int>(size));
+  } catch (const std::bad_alloc&) {
+    logText(kError, "配置 記憶體 失敗"_big5);
+    throw;
+  }
+}
+
 }  // namespace
 
 bool convertUniCodeStringToAny(const char* text, const char* target, cBytes* output) {
@@ -47,18 +57,14 @@ bool convertUniCodeStringToAny(const char* text, const char* target, cBytes* out
     return false;
   }
   const std::size_t length = std::strlen(text);
-  const std::size_t areaSize = 2 * length + kSpareSpace;
-  if (areaSize > static_cast<std::size_t>(kMaxLength) || !output->allocate(static_cast<int>(areaSize))) {
-    logText(kError, "配置 記憶體 失敗"_big5);
-    throw std::bad_alloc();
-  }
+  allocateArea(*output, 2 * length + kSpareSpace);
   const std::size_t produced = convertAll(converter.get(), text, length, *output);
   if (produced == 0) {
     output->clear();
     return false;
   }
   output->truncate(static_cast<int>(produced));
-  if (equalsIgnoreCase(target, kSourceEncoding) && !output->set(text, static_cast<int>(length))) throw std::bad_alloc();
+  if (equalsIgnoreCase(target, kSourceEncoding)) output->set(text, static_cast<int>(length));
   return true;
 }
 

@@ -11,8 +11,8 @@ namespace zepasign {
 // cleanse: overwrites `size` bytes in a way that no optimiser removes.
 void cleanse(void* data, std::size_t size) noexcept;
 
-// CleanseOnExit: wipes the text, its spare capacity included, at the end of the scope. The text must not grow in between:
-// a block that it left behind would keep its bytes.
+// CleanseOnExit: wipes the text, its spare capacity included, at the end of the scope. The text must not grow in
+// between: a block that it left behind would keep its bytes.
 class CleanseOnExit final {
  public:
   explicit CleanseOnExit(std::string& text) noexcept : text_(text) {}

@@ -35,8 +35,8 @@ bool createFolders(const std::string& folder) {
   return true;
 }
 
-// LogLine: one line on its way to the day's file or, before a file is chosen, to the pending text; the line end comes
-// with the destructor. A file that opens takes the pending text first.
+// LogLine: one line on its way to the day's file or, before a file is chosen, to the pending text. A file that opens
+// takes the pending text first.
 class LogLine final {
  public:
   LogLine(const char* levelName, bool fileSet, const std::string& fileBase, std::unique_ptr<PendingText>& pending)
@@ -50,12 +50,14 @@ class LogLine final {
     }
     append(linePrefix(now, levelName));
   }
-  ~LogLine() {
+  LogLine(const LogLine&) = delete;
+  LogLine& operator=(const LogLine&) = delete;
+
+  // finish: the line's end; without it nothing more of the line is written.
+  void finish() {
     append("\n");
     flush();
   }
-  LogLine(const LogLine&) = delete;
-  LogLine& operator=(const LogLine&) = delete;
 
   [[nodiscard]] bool goesToFile() const { return file_ != nullptr; }
 
@@ -135,6 +137,7 @@ void cLog::writeParts(const char* levelName, std::initializer_list<std::string_v
   try {
     LogLine line(levelName, fileSet_, fileBase_, pending_);
     for (std::string_view part : parts) line.append(part);
+    line.finish();
   } catch (...) {  // a line for which there is no memory is lost; the caller's work goes on
   }
 }
@@ -178,6 +181,7 @@ void cLog::writeDump(const char* levelName, std::string_view label, int length,
                  [&line](std::string_view row) { line.append(row); });
     for (ByteSpan piece : pieces) dump.add(piece);
     dump.finish();
+    line.finish();
   } catch (...) {  // as in writeParts
   }
 }

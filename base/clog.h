@@ -32,8 +32,8 @@ inline constexpr LogLevel kWarn{"WARN", 30};
 inline constexpr LogLevel kError{"ERROR", 40};
 inline constexpr int kOffRank = 100;  // threshold only: nothing is written
 
-// PendingText: lines that wait for a file. It takes 16 MiB; a host that never chooses a file must not lose its memory to
-// the log.
+// PendingText: lines that wait for a file. It takes 16 MiB; a host that never chooses a file must not lose its memory
+// to the log.
 class PendingText final {
  public:
   static constexpr std::size_t kLimit = 16U << 20U;

@@ -26,8 +26,8 @@ class cProperty {
   // loadFromFile: effective until it first succeeds, which needs at least one pair; true at once afterwards.
   [[nodiscard]] bool loadFromFile(const std::string& fileName);
 
-  // parse: replaces all pairs by those of a NUL-terminated text; true when there is at least one. A line that is too long
-  // is refused: false, and no pair is kept.
+  // parse: replaces all pairs by those of a NUL-terminated text; true when there is at least one. A line that is too
+  // long is refused: false, and no pair is kept.
   [[nodiscard]] bool parse(const char* text);
 
   // getProperty: a copy of the value, empty when the key is null, empty or absent.

@@ -21,7 +21,7 @@ inline constexpr int kCertificateNotYetValid = 5012;
 inline constexpr int kKeyUsageUnsuitable = 5017;
 inline constexpr int kSigningFailed = 5061;
 inline constexpr int kEncryptionFailed = 5063;
-inline constexpr int kPfxNotLoaded = 5204;       // has no message of its own, on purpose
+inline constexpr int kPfxNotLoaded = 5204;        // has no message of its own, on purpose
 inline constexpr int kPasswordOrKeyWrong = 5208;  // has no message of its own, on purpose
 inline constexpr int kTextConversionFailed = 5901;
 

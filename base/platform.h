@@ -76,7 +76,8 @@ class AppendFile final {
 
 // The text converter, shaped like iconv_open, iconv and iconv_close. Both systems know the names "BIG5" and "UTF-16LE"
 // in any letter case; a sequence that is invalid in the source fails, it is never replaced.
-// openConverter: null when a name is unknown. convert: as iconv, with static_cast<std::size_t>(-1) and errno on failure.
+// openConverter: null when a name is unknown. convert: as iconv, with static_cast<std::size_t>(-1) and errno on
+// failure.
 using Converter = void*;
 [[nodiscard]] Converter openConverter(const char* target, const char* source) noexcept;
 [[nodiscard]] std::size_t convert(Converter converter, char** in, std::size_t* inLeft, char** out,

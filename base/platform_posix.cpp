@@ -19,8 +19,13 @@ LocalTime now() noexcept {
   std::tm local{};
   std::timespec_get(&clock, TIME_UTC);
   if (localtime_r(&clock.tv_sec, &local) == nullptr) return {};
-  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-          local.tm_min,         local.tm_sec,     static_cast<int>(clock.tv_nsec / 1'000'000)};
+  return {local.tm_year + 1900,
+          local.tm_mon + 1,
+          local.tm_mday,
+          local.tm_hour,
+          local.tm_min,
+          local.tm_sec,
+          static_cast<int>(clock.tv_nsec / 1'000'000)};
 }
 
 int processId() noexcept { return getpid(); }
@@ -38,7 +43,8 @@ bool listFolder(const std::string& folder, std::vector<std::string>& names) {
   };
   const std::unique_ptr<DIR, CloseFolder> search(opendir(folder.c_str()));
   if (!search) return false;
-  while (const dirent* entry = readdir(search.get())) names.emplace_back(entry->d_name);  // NOLINT(concurrency-mt-unsafe)
+  while (const dirent* entry = readdir(search.get()))
+    names.emplace_back(entry->d_name);  // NOLINT(concurrency-mt-unsafe)
   return true;
 }
 
@@ -73,8 +79,8 @@ AppendFile::~AppendFile() {
 
 namespace {
 
-// FileSizeSignalBlock: a write beyond the process's file size limit raises SIGXFSZ, which would end the host; inside this
-// scope it is only an error of the write.
+// FileSizeSignalBlock: a write beyond the process's file size limit raises SIGXFSZ, which would end the host; inside
+// this scope it is only an error of the write.
 class FileSizeSignalBlock final {
  public:
   FileSizeSignalBlock() noexcept {

@@ -7,7 +7,8 @@
 
 namespace zepasign {
 
-// equalsIgnoreCase: whether two NUL-terminated texts are equal after the C library's toupper; false when either is null.
+// equalsIgnoreCase: whether two NUL-terminated texts are equal after the C library's toupper; false when either is
+// null.
 [[nodiscard]] bool equalsIgnoreCase(const char* a, const char* b) noexcept;
 
 // isEmpty: whether a C string from outside holds nothing: null or "".

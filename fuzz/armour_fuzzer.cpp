@@ -1,4 +1,5 @@
-// Base64 between marker lines: the input is cut into the pieces of an armoured text, so that most inputs reach the body.
+// Base64 between marker lines: the input is cut into the pieces of an armoured text, so that most inputs reach the
+// body.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "base/cbytes.h"

@@ -17,19 +17,20 @@ void initialise(FuzzedDataProvider& input) {
   while (input.ConsumeBool()) {
     auto changed = properties.begin();
     std::advance(changed, input.ConsumeIntegralInRange<std::size_t>(0, properties.size() - 1));
-    if (changed->first != "P7B.path" && changed->first != "CRL.path") changed->second = input.ConsumeRandomLengthString(40);
+    if (changed->first != "P7B.path" && changed->first != "CRL.path")
+      changed->second = input.ConsumeRandomLengthString(40);
   }
   properties["LOG.level"] = "OFF";
-  const std::string file =
-      stage().folder.write("fuzz.properties", zepasign::testing::propertyText(properties) + input.ConsumeRandomLengthString(60));
+  const std::string file = stage().folder.write(
+      "fuzz.properties", zepasign::testing::propertyText(properties) + input.ConsumeRandomLengthString(60));
   const std::string password = input.ConsumeRandomLengthString(60);
   require(ZEPASignInitial(file.c_str(), password.c_str()) == (GetErrorCode() == 0));
 }
 
 void makePassword(FuzzedDataProvider& input) {
-  const std::string file = stage().folder.write(
-      "passwd.properties", "PSWD.license=" + input.ConsumeRandomLengthString(70) + "\nPSWD.authKey=" +
-                               input.ConsumeRandomLengthString(20) + "\n");
+  const std::string file =
+      stage().folder.write("passwd.properties", "PSWD.license=" + input.ConsumeRandomLengthString(70) +
+                                                    "\nPSWD.authKey=" + input.ConsumeRandomLengthString(20) + "\n");
   const std::string password = input.ConsumeRandomLengthString(600);
   std::string area(input.ConsumeIntegralInRange<std::size_t>(0, 1000), 'x');
   int capacity = static_cast<int>(area.size());
@@ -52,10 +53,10 @@ void sign(FuzzedDataProvider& input, int operation) {
 
 void query(FuzzedDataProvider& input) {
   using Query = char* (*)();
-  static constexpr Query kQueries[] = {GetSignerCertB64,       GetSignerCertSubjectCN, GetSignerCertSubject,
-                                       GetSignerCertIssuer,    GetSignerCertNotBefore, GetSignerCertNotAfter,
-                                       GetSignerCertSerial,    GetSignerCertFinger,    GetErrorMsg,
-                                       GetPkiVersion,          GetSignedPkcs7};
+  static constexpr Query kQueries[] = {GetSignerCertB64,    GetSignerCertSubjectCN, GetSignerCertSubject,
+                                       GetSignerCertIssuer, GetSignerCertNotBefore, GetSignerCertNotAfter,
+                                       GetSignerCertSerial, GetSignerCertFinger,    GetErrorMsg,
+                                       GetPkiVersion,       GetSignedPkcs7};
   const int code = GetErrorCode();
   const char* text = kQueries[input.ConsumeIntegralInRange<std::size_t>(0, std::size(kQueries) - 1)]();
   if (text != nullptr) static_cast<void>(std::strlen(text));

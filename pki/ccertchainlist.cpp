@@ -21,8 +21,8 @@ std::string titleOf(int index) { return "P7B" + std::to_string(index); }
 Pkcs7Ptr readChainFile(BIO* file) {
   const ErrorQueueMark mark;
   Pkcs7Ptr pkcs7(d2i_PKCS7_bio(file, nullptr));
-  const bool holdsCertificates = pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr &&
-                                 sk_X509_num(pkcs7->d.sign->cert) > 0;
+  const bool holdsCertificates =
+      pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr && sk_X509_num(pkcs7->d.sign->cert) > 0;
   if (!holdsCertificates) pkcs7.reset();
   return pkcs7;
 }
@@ -65,8 +65,7 @@ bool cCertChainList::listChainFiles(std::vector<std::string>& names) const {
   constexpr std::size_t kExtensionLength = 4;
   if (!platform::listFolder(folder_, names)) return false;
   std::erase_if(names, [](const std::string& name) {
-    return name.size() < kExtensionLength ||
-           !equalsIgnoreCase(name.c_str() + name.size() - kExtensionLength, ".p7b");
+    return name.size() < kExtensionLength || !equalsIgnoreCase(name.c_str() + name.size() - kExtensionLength, ".p7b");
   });
   return true;
 }

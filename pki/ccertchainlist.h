@@ -1,5 +1,5 @@
-// cCertChainList: the CA chains that a signature may carry, loaded once per process from the P7B files that the property
-// file names:
+// cCertChainList: the CA chains that a signature may carry, loaded once per process from the P7B files that the
+// property file names:
 //
 //   P7B.path = folder      P7B<i>.name = file      P7B<i>.SKI = subject key identifier of the issuing CA      i = 0..9
 #ifndef ZEPASIGN_PKI_CCERTCHAINLIST_H_
@@ -26,13 +26,14 @@ class cCertChainList {
 
   [[nodiscard]] bool isEmpty() const noexcept { return chains_.empty(); }
 
-  // loadCertChainFiles: files every sound chain under its configured key identifier. True when each chain file that could
-  // be opened was accepted, also when none is configured. Of two chains with one key identifier the first is kept.
+  // loadCertChainFiles: files every sound chain under its configured key identifier. True when each chain file that
+  // could be opened was accepted, also when none is configured. Of two chains with one key identifier the first is
+  // kept.
   bool loadCertChainFiles(const cProperty* property);
 
-  // prepareCertChain: the certificates above `signer`, from the root (when the chain reaches it) down to the issuing CA;
-  // null when no chain is filed under the signer's authority key identifier. The caller owns the list, the certificates
-  // stay with this object.
+  // prepareCertChain: the certificates above `signer`, from the root (when the chain reaches it) down to the issuing
+  // CA; null when no chain is filed under the signer's authority key identifier. The caller owns the list, the
+  // certificates stay with this object.
   [[nodiscard]] X509StackPtr prepareCertChain(X509* signer) const;
 
  private:

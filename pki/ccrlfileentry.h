@@ -1,5 +1,5 @@
-// cCrlFileEntry: one CRL file of a chain: loaded, tested for currency and logged. Nothing asks it whether a certificate is
-// revoked, and nothing about it ever rejects a chain or a signature.
+// cCrlFileEntry: one CRL file of a chain: loaded, tested for currency and logged. Nothing asks it whether a certificate
+// is revoked, and nothing about it ever rejects a chain or a signature.
 #ifndef ZEPASIGN_PKI_CCRLFILEENTRY_H_
 #define ZEPASIGN_PKI_CCRLFILEENTRY_H_
 

@@ -17,8 +17,8 @@ class cCrlList {
   cCrlList(const cCrlList&) = delete;
   cCrlList& operator=(const cCrlList&) = delete;
 
-  // addCrlFile: loads a file of the CRL folder under a title. True when a new entry was filed, whether its file could be
-  // loaded or not.
+  // addCrlFile: loads a file of the CRL folder under a title. True when a new entry was filed, whether its file could
+  // be loaded or not.
   bool addCrlFile(const std::string& title, const std::string& fileName);
 
  private:

@@ -5,19 +5,13 @@
 #include "base/big5.h"
 #include "base/clog.h"
 #include "base/errors.h"
+#include "base/failure.h"
 #include "base/platform.h"
 #include "base/text.h"
 #include "pki/cx509.h"
 
 namespace zepasign {
 namespace {
-
-// checkText: 0, or the parameter error with one of the two messages logged.
-int checkText(const char* text, const char* whenNull, const char* whenEmpty) {
-  if (text != nullptr && *text != '\0') return kSuccess;
-  logText(kError, text == nullptr ? whenNull : whenEmpty);
-  return kWrongParameter;
-}
 
 // drop: forgets without freeing.
 template <class Pointer>
@@ -39,8 +33,10 @@ int cPkcs12::loadPfxFile(const char* filePath, const char* fileName, const char*
 }
 
 int cPkcs12::loadContainer(const char* filePath, const char* fileName, const char* pfxPasswd) {
-  if (const int code = checkText(filePath, "參數 filePath 內容為 NULL"_big5, "參數 filePath 長度為 0"_big5)) return code;
-  if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5)) return code;
+  if (const int code = checkText(filePath, "參數 filePath 內容為 NULL"_big5, "參數 filePath 長度為 0"_big5))
+    return code;
+  if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5))
+    return code;
   const std::string path = std::string(filePath) + '/' + fileName;
   if (!platform::openForReading(path.c_str())) {
     logErrorValue("憑證檔不存在, 檔名"_big5, path);
@@ -109,7 +105,8 @@ int cPkcs12::checkKeyUsageForSign() const {
   int result = kCertificateNotFound;
   if (certificate_) {
     unsigned usage = 0;
-    if (cX509(certificate_.get()).getKeyUsage(usage)) logInt(kDebug, "憑證用途(KeyUsage)"_big5, static_cast<int>(usage));
+    if (cX509(certificate_.get()).getKeyUsage(usage))
+      logInt(kDebug, "憑證用途(KeyUsage)"_big5, static_cast<int>(usage));
     result = (usage & (kDigitalSignature | kNonRepudiation)) != 0 ? kSuccess : kKeyUsageUnsuitable;
   }
   logInt(kDebug, "end cPkcs12::checkKeyUsageForSign()", result);

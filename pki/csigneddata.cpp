@@ -78,8 +78,7 @@ bool setSignature(PKCS7_SIGNER_INFO* signerInfo, Bytes signature) {
 
 EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
   EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
-  if (!context || EVP_PKEY_sign_init(context.get()) != 1 ||
-      EVP_PKEY_CTX_set_signature_md(context.get(), digest) != 1) {
+  if (!context || EVP_PKEY_sign_init(context.get()) != 1 || EVP_PKEY_CTX_set_signature_md(context.get(), digest) != 1) {
     context.reset();
   }
   return context;
@@ -118,8 +117,8 @@ int cSignedData::sign(Bytes content) {
   return encode(content);
 }
 
-// fitsWith: the last signature, or zeros before the first, stand for the next one, which is as long or, for some kinds of
-// key, a few bytes off.
+// fitsWith: the last signature, or zeros before the first, stand for the next one, which is as long or, for some kinds
+// of key, a few bytes off.
 bool cSignedData::fitsWith(Bytes content) const {
   if (!options_.embedContent || content.size() < INT_MAX / 2) return true;
   const int frame = i2d_PKCS7(pkcs7_.get(), nullptr);

@@ -3,9 +3,9 @@
 //   head_ | content (when embedded) | tail_        the DER, in three pieces
 //
 // The crypto library builds and encodes everything except the content itself, which is hashed once where it lies and
-// never copied into a structure; only the headers that enclose the content are written anew. The result is byte for byte
-// what the crypto library writes for the whole. What depends on the credential and the options alone is built once and
-// used for every signature until one of them changes.
+// never copied into a structure; only the headers that enclose the content are written anew. The result is byte for
+// byte what the crypto library writes for the whole. What depends on the credential and the options alone is built once
+// and used for every signature until one of them changes.
 #ifndef ZEPASIGN_PKI_CSIGNEDDATA_H_
 #define ZEPASIGN_PKI_CSIGNEDDATA_H_
 
@@ -33,12 +33,12 @@ class cSignedData final {
     bool operator==(const Options&) const = default;
   };
 
-  // prepare: builds what all signatures with these options share, unless that is what it built last. Returns 0, 5002 (no
-  // memory) or 5061.
+  // prepare: builds what all signatures with these options share, unless that is what it built last. Returns 0, 5002
+  // (no memory) or 5061.
   [[nodiscard]] int prepare(const Options& options);
 
-  // sign: makes the signature over `content`, which must outlive the use of the pieces. Returns 0, 5002 (no memory, or the
-  // Base64 text of the result would pass the 32-bit length; such content is refused before it is hashed) or 5061.
+  // sign: makes the signature over `content`, which must outlive the use of the pieces. Returns 0, 5002 (no memory, or
+  // the Base64 text of the result would pass the 32-bit length; such content is refused before it is hashed) or 5061.
   // REQUIRES: the last `prepare` returned 0.
   [[nodiscard]] int sign(Bytes content);
 
@@ -57,7 +57,7 @@ class cSignedData final {
   [[nodiscard]] bool embed(Bytes detached, Bytes content);
 
   Options options_{};
-  Pkcs7Ptr pkcs7_;                         // without content; the attributes and the signature are replaced each time
+  Pkcs7Ptr pkcs7_;                           // without content; the attributes and the signature are replaced each time
   PKCS7_SIGNER_INFO* signerInfo_ = nullptr;  // of pkcs7_
   EvpPkeyCtxPtr keyContext_;
   std::vector<unsigned char> head_;

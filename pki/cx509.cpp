@@ -12,6 +12,7 @@ namespace {
 
 std::string hexText(const unsigned char* data, int length) {
   cChars text;
+  text.markSecret();  // some of what comes here is key material
   return text.setHex(data, length) ? text.data() : "";
 }
 
@@ -112,8 +113,8 @@ std::string cX509::getIssuerCN() const {
 std::string cX509::getSerial() const { return serialToText(X509_get0_serialNumber(x509_.get())); }
 
 std::string cX509::getSubjectKeyId() const {
-  const OctetStringPtr id(static_cast<ASN1_OCTET_STRING*>(
-      X509_get_ext_d2i(x509_.get(), NID_subject_key_identifier, nullptr, nullptr)));
+  const OctetStringPtr id(
+      static_cast<ASN1_OCTET_STRING*>(X509_get_ext_d2i(x509_.get(), NID_subject_key_identifier, nullptr, nullptr)));
   return id ? hexText(ASN1_STRING_get0_data(id.get()), ASN1_STRING_length(id.get())) : "";
 }
 
@@ -186,13 +187,13 @@ std::string serialToText(const ASN1_INTEGER* serial) {
 }
 
 std::string sha256Hex(const cBytes& bytes) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
+  SecretArea<EVP_MAX_MD_SIZE> digest;
   unsigned length = 0;
-  if (bytes.data() == nullptr || bytes.length() == 0 ||
-      EVP_Digest(bytes.data(), static_cast<std::size_t>(bytes.length()), digest, &length, EVP_sha256(), nullptr) != 1) {
+  if (bytes.length() == 0 || EVP_Digest(bytes.data(), static_cast<std::size_t>(bytes.length()), digest.data(), &length,
+                                        EVP_sha256(), nullptr) != 1) {
     return {};
   }
-  return hexText(digest, static_cast<int>(length));
+  return hexText(digest.data(), static_cast<int>(length));
 }
 
 }  // namespace zepasign

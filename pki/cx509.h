@@ -13,8 +13,8 @@ namespace zepasign {
 
 class cX509 {
  public:
-  // cX509: holds the certificate in its own right, so the caller's handle may go first. A reference, not a copy: nothing
-  // here changes a certificate, and a copy would cost more than all fields of a signature together.
+  // cX509: holds the certificate in its own right, so the caller's handle may go first. A reference, not a copy:
+  // nothing here changes a certificate, and a copy would cost more than all fields of a signature together.
   explicit cX509(X509* x509) : x509_(x509) { X509_up_ref(x509); }
   virtual ~cX509() = default;
   cX509(const cX509&) = delete;
@@ -48,7 +48,8 @@ class cX509 {
   [[nodiscard]] std::string getNotBefore() const;
   [[nodiscard]] std::string getNotAfter() const;
 
-  // getKeyUsage: whether there is a key usage extension; `usage` receives its first byte plus its second times 256, or 0.
+  // getKeyUsage: whether there is a key usage extension; `usage` receives its first byte plus its second times 256, or
+  // 0.
   bool getKeyUsage(unsigned& usage) const;
 
  private:
@@ -61,8 +62,8 @@ inline constexpr unsigned kNonRepudiation = 0x40;
 inline constexpr unsigned kKeyCertSign = 0x04;
 inline constexpr unsigned kCrlSign = 0x02;
 
-// asn1TimeToText: a certificate's or CRL's time as 14 digits of UTC+8 wall clock, free of the machine's zone; empty when
-// null. The digits are taken as they stand; a zone suffix is not read.
+// asn1TimeToText: a certificate's or CRL's time as 14 digits of UTC+8 wall clock, free of the machine's zone; empty
+// when null. The digits are taken as they stand; a zone suffix is not read.
 [[nodiscard]] std::string asn1TimeToText(const ASN1_TIME* time);
 
 // serialToText: a serial number as hexadecimal text, "-" before a negative one.

@@ -17,8 +17,8 @@
 
 namespace zepasign {
 
-// FilterSide: what tells the subject's conditions from the issuer's. The subject's CN needs only to contain the filter's,
-// the issuer's must equal it, on purpose.
+// FilterSide: what tells the subject's conditions from the issuer's. The subject's CN needs only to contain the
+// filter's, the issuer's must equal it, on purpose.
 struct FilterSide {
   const char* prefix;
   const char* endLabel;
@@ -89,7 +89,8 @@ bool conditionMissing(const std::string& key, const std::string& value) {
 
 // holdsAll: whether every wanted value is among the offered ones; the first missing one is logged.
 bool holdsAll(const std::string& key, const std::set<std::string>& wanted, const std::set<std::string>& offered) {
-  const auto missing = std::find_if(wanted.begin(), wanted.end(), [&](const auto& value) { return !offered.contains(value); });
+  const auto missing =
+      std::find_if(wanted.begin(), wanted.end(), [&](const auto& value) { return !offered.contains(value); });
   return missing == wanted.end() || conditionMissing(key, *missing);
 }
 
@@ -138,10 +139,10 @@ bool cPkcs12::checkFilter(const FilterSide& side, const std::string& filter, con
   const Names nameOU = parseCertDistingNames(name, "OU=");
   const std::string nameCN = parseCertDistingName(name, "CN=");
 
-  const bool holds = (wantedC.empty() || wantedC == nameC || conditionMissing(prefix + "C", wantedC)) &&
-                     holdsAll(prefix + "O", wantedO, nameO) && holdsAll(prefix + "OU", wantedOU, nameOU) &&
-                     (wantedCN.empty() || side.commonNameHolds(nameCN, wantedCN) ||
-                      conditionMissing(prefix + "CN", wantedCN));
+  const bool holds =
+      (wantedC.empty() || wantedC == nameC || conditionMissing(prefix + "C", wantedC)) &&
+      holdsAll(prefix + "O", wantedO, nameO) && holdsAll(prefix + "OU", wantedOU, nameOU) &&
+      (wantedCN.empty() || side.commonNameHolds(nameCN, wantedCN) || conditionMissing(prefix + "CN", wantedCN));
   logBool(kDebug, side.endLabel, holds);
   return holds;
 }

@@ -1,10 +1,10 @@
-#include "api/failure.h"
+#include "api/exceptioncode.h"
 
 #include <exception>
 #include <new>
 #include <stdexcept>
 
-#include "base/errors.h"
+#include "base/failure.h"
 
 namespace zepasign {
 
