@@ -5,6 +5,12 @@
 #include "base/cproperty.h"
 
 namespace zepasign {
+namespace {
+
+// kNotInitialised: what verifyAgainstStore gives when there was no memory for its context.
+constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
+
+}  // namespace
 
 cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
     : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
@@ -68,7 +74,7 @@ void cCertChainEntry::examine(X509* x509, Tally& tally) {
   if (verifyAuthority(std::move(certificate))) ++tally.verified;
 }
 
-// A certificate without key usage is still a root when it is self-issued, and an end entity otherwise.
+// kindOf: a certificate without key usage is still a root when it is self-issued, and an end entity otherwise.
 cCertChainEntry::Kind cCertChainEntry::kindOf(const cX509& certificate) {
   if (certificate.isSelfIssued()) return Kind::kRoot;
   unsigned usage = 0;
@@ -112,10 +118,7 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
 int cCertChainEntry::verifyAgainstStore(X509* certificate) const {
   const ErrorQueueMark mark;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
-  if (!context || X509_STORE_CTX_init(context.get(), store_.get(), certificate, nullptr) != 1) {
-    logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
-    return X509_V_ERR_UNSPECIFIED;
-  }
+  if (!context || X509_STORE_CTX_init(context.get(), store_.get(), certificate, nullptr) != 1) return kNotInitialised;
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
   return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
@@ -131,6 +134,7 @@ int cCertChainEntry::verifyCert(X509* certificate) const {
     logDebugValue("驗章 Subject"_big5, subject.getSubjectOneLine());
     if (isIssuerKnown(subject)) {
       result = verifyAgainstStore(certificate);
+      if (result == kNotInitialised) logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
     } else {
       logText(kError, "不在同一個憑證鏈!"_big5);
     }

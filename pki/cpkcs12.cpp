@@ -1,5 +1,6 @@
 #include "pki/cpkcs12.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "base/big5.h"
@@ -17,6 +18,18 @@ namespace {
 template <class Pointer>
 void drop(Pointer& pointer) {
   static_cast<void>(pointer.release());
+}
+
+// isMacAffordable: whether the MAC can be checked within seconds. A damaged or hostile file may name two thousand
+// million rounds, an hour of work; what lies behind the MAC was made by somebody who knows the password.
+bool isMacAffordable(const PKCS12* pkcs12) {
+  constexpr std::int64_t kMostRounds = 10'000'000;
+  const ASN1_INTEGER* rounds = nullptr;
+  PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, pkcs12);
+  std::int64_t count = 1;
+  if (rounds == nullptr || (ASN1_INTEGER_get_int64(&count, rounds) == 1 && count <= kMostRounds)) return true;
+  logText(kError, "pfx 檔 MAC 的重複次數過大"_big5);
+  return false;
 }
 
 }  // namespace
@@ -57,11 +70,12 @@ int cPkcs12::readContainer(const std::string& path) {
   return pkcs12_ ? kSuccess : kPfxFileUnreadable;
 }
 
-// The keys of this crypto library blind their private operation by themselves; nothing is to be switched on for it.
+// openContainer: the keys of this crypto library blind their private operation by themselves; nothing is switched on.
 int cPkcs12::openContainer(const char* pfxPasswd) {
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   STACK_OF(X509)* caCerts = nullptr;
+  if (!isMacAffordable(pkcs12_.get())) return kPasswordOrKeyWrong;
   if (PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) != 1 ||
       PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) != 1) {
     return kPasswordOrKeyWrong;
@@ -69,7 +83,10 @@ int cPkcs12::openContainer(const char* pfxPasswd) {
   EvpPkeyPtr ownedKey(key);
   X509Ptr ownedCertificate(certificate);
   X509StackPtr ownedCaCerts(caCerts);
-  if (!ownedKey || !ownedCertificate) return kPasswordOrKeyWrong;
+  if (!ownedKey || !ownedCertificate) {
+    sk_X509_pop_free(ownedCaCerts.release(), X509_free);
+    return kPasswordOrKeyWrong;
+  }
   privateKey_ = std::move(ownedKey);
   certificate_ = std::move(ownedCertificate);
   caCerts_ = std::move(ownedCaCerts);

@@ -46,9 +46,9 @@ class cPkcs12 {
  private:
   using Names = std::set<std::string>;
 
-  int loadContainer(const char* filePath, const char* fileName, const char* pfxPasswd);
-  int readContainer(const std::string& path);
-  int openContainer(const char* pfxPasswd);
+  [[nodiscard]] int loadContainer(const char* filePath, const char* fileName, const char* pfxPasswd);
+  [[nodiscard]] int readContainer(const std::string& path);
+  [[nodiscard]] int openContainer(const char* pfxPasswd);
   [[nodiscard]] int compareWithNow() const;
 
   [[nodiscard]] bool anyAlternativeHolds(const char* signerFilter) const;

@@ -89,25 +89,25 @@ EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
 int cSignedData::prepare(const Options& options) {
   if (pkcs7_ && options == options_) return kSuccess;
   const ErrorQueueMark mark;
+  pkcs7_.reset();  // and stays so until all of it is built
   options_ = options;
-  const int code = build();
-  if (code != kSuccess) pkcs7_.reset();
+  Pkcs7Ptr pkcs7(PKCS7_new());
+  const int code = pkcs7 ? build(pkcs7.get()) : kOutOfMemory;
+  if (code == kSuccess) pkcs7_ = std::move(pkcs7);
   return code;
 }
 
-int cSignedData::build() {
-  pkcs7_.reset(PKCS7_new());
-  if (!pkcs7_) return kOutOfMemory;
+int cSignedData::build(PKCS7* pkcs7) {
   if (options_.signer == nullptr || options_.key == nullptr) return kSigningFailed;
-  if (PKCS7_set_type(pkcs7_.get(), NID_pkcs7_signed) != 1) return kOutOfMemory;
-  signerInfo_ = PKCS7_add_signature(pkcs7_.get(), options_.signer, options_.key, options_.digest);
+  if (PKCS7_set_type(pkcs7, NID_pkcs7_signed) != 1) return kOutOfMemory;
+  signerInfo_ = PKCS7_add_signature(pkcs7, options_.signer, options_.key, options_.digest);
   keyContext_ = newSigningContext(options_.key, options_.digest);
   if (signerInfo_ == nullptr || !keyContext_) return kSigningFailed;
   for (X509* certificate : options_.certificates) {
-    if (PKCS7_add_certificate(pkcs7_.get(), certificate) != 1) return kSigningFailed;
+    if (PKCS7_add_certificate(pkcs7, certificate) != 1) return kSigningFailed;
   }
   const std::vector<unsigned char> noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
-  return setContentType(pkcs7_.get()) && setSignature(signerInfo_, noSignature) ? kSuccess : kOutOfMemory;
+  return setContentType(pkcs7) && setSignature(signerInfo_, noSignature) ? kSuccess : kOutOfMemory;
 }
 
 int cSignedData::sign(Bytes content) {
@@ -164,6 +164,7 @@ int cSignedData::encode(Bytes content) {
   return kSuccess;
 }
 
+// embed: splits the detached DER and writes the headers around the content anew.
 //   SEQUENCE { OID signedData, [0] { SEQUENCE { version, digestAlgorithms, contentInfo, ...rest... } } }
 //   contentInfo: SEQUENCE { OID data, [0] { OCTET STRING content } }, without the [0] in a detached signature
 bool cSignedData::embed(Bytes detached, Bytes content) {

@@ -48,7 +48,7 @@ class cSignedData final {
   [[nodiscard]] std::size_t size() const noexcept { return head_.size() + content_.size() + tail_.size(); }
 
  private:
-  [[nodiscard]] int build();
+  [[nodiscard]] int build(PKCS7* pkcs7);
   [[nodiscard]] bool fitsWith(Bytes content) const;
   [[nodiscard]] bool signContent(Bytes content);
   [[nodiscard]] bool signAttributes(Bytes digest);

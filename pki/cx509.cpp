@@ -27,6 +27,12 @@ const ASN1_STRING* firstCommonName(const X509_NAME* name) {
   return index < 0 ? nullptr : X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index));
 }
 
+// firstExtension: the decoded value of the first extension of a kind, which the caller frees; null when there is none.
+void* firstExtension(const X509* x509, int nid) {
+  const int index = X509_get_ext_by_NID(x509, nid, -1);
+  return index < 0 ? nullptr : X509V3_EXT_d2i(X509_get_ext(x509, index));
+}
+
 std::string bytesOf(const ASN1_STRING* text, int length) {
   return {reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)), static_cast<std::size_t>(length)};
 }
@@ -96,8 +102,8 @@ std::string cX509::getIssuerOneLine() const { return oneLine(X509_get_issuer_nam
 std::string cX509::getSubjectOneLine() const { return oneLine(X509_get_subject_name(x509_.get())); }
 bool cX509::isSelfIssued() const { return getIssuerOneLine() == getSubjectOneLine(); }
 
-// The count of bytes is the string's `flags`, not its length: hosts know this query to be empty. The crypto library
-// keeps a bookkeeping bit of its own in `flags`, which is no count.
+// getSubjectCN: the count of bytes is the string's `flags`, not its length: hosts know this query to be empty. The
+// crypto library keeps a bookkeeping bit of its own in `flags`, which is no count.
 std::string cX509::getSubjectCN() const {
   const ASN1_STRING* name = firstCommonName(X509_get_subject_name(x509_.get()));
   if (name == nullptr) return {};
@@ -113,19 +119,20 @@ std::string cX509::getIssuerCN() const {
 std::string cX509::getSerial() const { return serialToText(X509_get0_serialNumber(x509_.get())); }
 
 std::string cX509::getSubjectKeyId() const {
-  const OctetStringPtr id(
-      static_cast<ASN1_OCTET_STRING*>(X509_get_ext_d2i(x509_.get(), NID_subject_key_identifier, nullptr, nullptr)));
+  const ErrorQueueMark mark;
+  const OctetStringPtr id(static_cast<ASN1_OCTET_STRING*>(firstExtension(x509_.get(), NID_subject_key_identifier)));
   return id ? hexText(ASN1_STRING_get0_data(id.get()), ASN1_STRING_length(id.get())) : "";
 }
 
 std::string cX509::getAuthorityKeyId() const {
-  const AuthorityKeyIdPtr id(
-      static_cast<AUTHORITY_KEYID*>(X509_get_ext_d2i(x509_.get(), NID_authority_key_identifier, nullptr, nullptr)));
+  const ErrorQueueMark mark;
+  const AuthorityKeyIdPtr id(static_cast<AUTHORITY_KEYID*>(firstExtension(x509_.get(), NID_authority_key_identifier)));
   if (!id || id->keyid == nullptr) return {};
   return hexText(ASN1_STRING_get0_data(id->keyid), ASN1_STRING_length(id->keyid));
 }
 
 std::vector<std::string> cX509::getCrlDistPoints() const {
+  const ErrorQueueMark mark;
   std::vector<std::string> names;
   const CrlDistPointsPtr points(
       static_cast<CRL_DIST_POINTS*>(X509_get_ext_d2i(x509_.get(), NID_crl_distribution_points, nullptr, nullptr)));
@@ -147,6 +154,7 @@ std::string cX509::getNotBefore() const { return asn1TimeToText(X509_get0_notBef
 std::string cX509::getNotAfter() const { return asn1TimeToText(X509_get0_notAfter(x509_.get())); }
 
 bool cX509::getKeyUsage(unsigned& usage) const {
+  const ErrorQueueMark mark;
   usage = 0;
   const BitStringPtr bits(
       static_cast<ASN1_BIT_STRING*>(X509_get_ext_d2i(x509_.get(), NID_key_usage, nullptr, nullptr)));
