@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# docs_posix_test.sh SOURCE-FOLDER TOOL-FOLDER: runs what the manual tells its readers to run, with the zepasign of the
+# tool folder. The ```sh blocks of a page run in order in one shell, in an empty folder of their own. A block fails with
+# its first command that fails; each line of a ```text block must stand in the output of the last ```sh block before it.
+# A block behind <!-- not run: REASON --> is only read. And what the sources say must stand in the manual: messages, log
+# texts and property keys.
+set -euo pipefail
+source=$(realpath "$1")
+PATH=$(realpath "$2"):$PATH
+export LC_ALL=C.UTF-8
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+# splitPage PAGE FOLDER: every block of the page becomes a file NUMBER.LANGUAGE.
+splitPage() {
+  awk -v folder="$2" '
+    /^<!-- not run: / { skip = "not-run-" }
+    /^```/ { inside = !inside }
+    /^```/ && inside { file = sprintf("%s/%03d.%s%s", folder, ++count, skip, substr($0, 4)); skip = ""; next }
+    inside { print > file }' "$1"
+}
+
+# runBlocks FOLDER: in a shell of its own, which ends with the first failure and then shows it.
+runBlocks() (
+  exec 3>&2 # a failing block takes its redirections into the trap
+  trap '[ $? = 0 ] || { echo "$page fails:"; cat "$block"; echo "The last output:"; cat "$output"; } >&3' EXIT
+  mkdir "$1/work" && cd "$1/work"
+  for block in "$1"/*.*; do
+    case $block in
+      *.sh)
+        output=$block.output
+        # shellcheck source=/dev/null
+        source "$block" </dev/null >"$output" 2>&1
+        ;;
+      *.text) while IFS= read -r line; do grep -qF -e "$line" "$output"; done <"$block" ;;
+    esac
+  done
+)
+
+cd "$source"
+for page in README*.md CONTRIBUTING.md SECURITY.md docs/*.md; do
+  folder=$scratch/$(basename "$page")
+  mkdir "$folder"
+  splitPage "$page" "$folder"
+  runBlocks "$folder"
+  echo "$page: $(find "$folder" -maxdepth 1 -name '*.output' | wc -l) blocks ran"
+done
+
+# mustStandIn FILE...: fails for the first line of the standard input that stands in none of the files.
+mustStandIn() {
+  while IFS= read -r text; do grep -qF -e "$text" "$@" || { echo "not in $*: $text" >&2 && return 1; }; done
+}
+grep -rhoP '"\K([^"\\]|\\.)+(?="_big5)|(log\w+|failed\w*)\((k\w+, )?"\K([^"\\]|\\.)+' api base pki --include='*.cpp' |
+  sed -E 's/\\[tn]//g; s/\\"/"/g; s/^\|+--- //' | mustStandIn docs/log.md docs/error-codes.md
+sed -nE 's/\\"/"/g; s/^ *\{([0-9]+), "(.*)"_big5\},$/| \1 | \2(\1) |/p' base/errors.cpp | mustStandIn docs/error-codes.md
+grep -rhoP 'getProperty\w*\("\K[^"]+' api pki | mustStandIn docs/properties.md
