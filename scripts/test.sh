@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh clang cmake g++ libclang-rt-14-dev libgtest-dev libssl-dev llvm ninja-build openssl
+scripts/install-deps.sh clang cmake g++ libclang-rt-14-dev libgtest-dev libssl-dev llvm ninja-build openssl parallel
 
 # examine PRESET: configures, builds and tests.
 examine() {
