@@ -1,0 +1,31 @@
+# What is installed, in three components: library (what a host runs with), development (what a host is built with) and
+# tool, which tools/ installs. Nothing installed holds the prefix, so the tree can be moved.
+include(CMakePackageConfigHelpers)
+
+add_library(ZEPASignDLL::ZEPASignDLL ALIAS ZEPASignDLL)
+install(TARGETS ZEPASignDLL EXPORT ZEPASignDLLTargets
+  RUNTIME COMPONENT library
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
+  PUBLIC_HEADER COMPONENT development)
+
+# Away from /usr, where every package's programs find its libraries, the tool looks beside itself.
+if(TARGET zepasign AND NOT WIN32 AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set_target_properties(zepasign PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endif()
+
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZEPASignDLL)
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/ZEPASignDLLConfig.cmake.in ZEPASignDLLConfig.cmake
+  INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(ZEPASignDLLConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(EXPORT ZEPASignDLLTargets NAMESPACE ZEPASignDLL:: DESTINATION ${package_folder} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/ZEPASignDLLConfig.cmake ${PROJECT_BINARY_DIR}/ZEPASignDLLConfigVersion.cmake
+  DESTINATION ${package_folder} COMPONENT development)
+
+# In a .pc file "#" begins a comment.
+string(REPLACE "#" "\\#" ZEPA_PC_DESCRIPTION "${PROJECT_DESCRIPTION}")
+file(RELATIVE_PATH ZEPA_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" ZEPA_PC_TO_PREFIX "${ZEPA_PC_TO_PREFIX}")
+configure_file(${CMAKE_CURRENT_LIST_DIR}/ZEPASignDLL.pc.in ZEPASignDLL.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ZEPASignDLL.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
