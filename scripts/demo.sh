@@ -47,11 +47,9 @@ PFX.pswd = demo-password
 EOF
 
 echo "4. Signing the document through the library ..."
-"$out/sign" "$out/app.properties" "$out/document.md" >"$out/document.p7s.b64" 2>"$log" || {
-  iconv -f BIG5 -t UTF-8 "$log" >&2 # the library's messages are Big5
-  exit 1
-}
-echo "   $(cat "$log")"
+quietly "$out/sign" "$out/app.properties" "$out/document.md"
+head -n 1 "$log" >"$out/document.p7s.b64"
+echo "   Signed by $(sed -n 's/^subject=//p' "$log")"
 openssl base64 -d -A -in "$out/document.p7s.b64" -out "$out/document.p7s"
 
 echo "5. Asking openssl cms -verify ..."
