@@ -19,9 +19,9 @@ cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7
   sound_ = selfVerify() && loadCrlList(property);
 }
 
-const cX509* cCertChainEntry::findCertificate(const std::string& ski) const {
-  const auto found = certificates_.find(ski);
-  return found == certificates_.end() ? nullptr : found->second.get();
+const cCertChainEntry::Authority* cCertChainEntry::findAuthority(const std::string& ski) const {
+  const auto found = authorities_.find(ski);
+  return found == authorities_.end() ? nullptr : &found->second;
 }
 
 STACK_OF(X509) * cCertChainEntry::certificates() const noexcept { return pkcs7_->d.sign->cert; }
@@ -107,9 +107,12 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
     return false;
   }
-  subjects_.insert(certificate->getSubjectOneLine());
+  std::string subject = certificate->getSubjectOneLine();
+  subjects_.insert(subject);
   if (const std::string ski = certificate->getSubjectKeyId(); !ski.empty()) {
-    certificates_.try_emplace(ski, std::move(certificate));  // the first of several with one key is kept
+    Authority authority{nullptr, std::move(subject), certificate->getAuthorityKeyId(), certificate->isSelfIssued()};
+    authority.certificate = std::move(certificate);
+    authorities_.try_emplace(ski, std::move(authority));  // the first of several with one key is kept
   }
   logText(kDebug, "\t|\t|--- 驗證成功"_big5);
   return true;

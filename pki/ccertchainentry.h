@@ -28,8 +28,16 @@ class cCertChainEntry {
   // isSound: whether the chain verified itself and its CRL settings were read.
   [[nodiscard]] bool isSound() const noexcept { return sound_; }
 
-  // findCertificate: the root or CA with that subject key identifier, borrowed; null when the chain has none.
-  [[nodiscard]] const cX509* findCertificate(const std::string& ski) const;
+  // Authority: a verified root or CA and the fields by which a chain is climbed, since signing asks for them each time.
+  struct Authority {
+    std::unique_ptr<cX509> certificate;
+    std::string subject;
+    std::string authorityKeyId;
+    bool isRoot;
+  };
+
+  // findAuthority: the root or CA with that subject key identifier, borrowed; null when the chain has none.
+  [[nodiscard]] const Authority* findAuthority(const std::string& ski) const;
 
   // selfVerify: whether there is a root and every root and CA verifies against the file's own certificates now.
   [[nodiscard]] bool selfVerify();
@@ -64,7 +72,7 @@ class cCertChainEntry {
   Pkcs7Ptr pkcs7_;
   X509StorePtr store_;
   std::set<std::string> subjects_;
-  std::map<std::string, std::unique_ptr<cX509>> certificates_;
+  std::map<std::string, Authority> authorities_;
   std::unique_ptr<cCrlList> crlList_;
 };
 

@@ -96,7 +96,7 @@ cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, cons
 // isAcceptable: whether the chain is sound and holds the configured key identifier. A sound chain with another one gets
 // both lines, on purpose.
 bool cCertChainList::isAcceptable(const cCertChainEntry& chain, const std::string& ski) {
-  if (chain.isSound() && !ski.empty() && chain.findCertificate(ski) != nullptr) return true;
+  if (chain.isSound() && !ski.empty() && chain.findAuthority(ski) != nullptr) return true;
   if (chain.isSound()) logErrorValue("憑證鏈 SKI 與設定檔不符"_big5, ski);
   logText(kError, "內部驗證失敗, 這個憑證鏈捨棄不使用, 無法用來驗憑證鏈"_big5);
   return false;
@@ -115,12 +115,12 @@ X509StackPtr cCertChainList::climb(std::string key) const {
   if (!chain) throw std::bad_alloc();
   std::set<std::string> visited;
   while (!key.empty() && visited.insert(key).second) {
-    const cX509* authority = entry->second->findCertificate(key);
+    const cCertChainEntry::Authority* authority = entry->second->findAuthority(key);
     if (authority == nullptr) break;
-    logDebugValue("找到簽章 CA 的 subject"_big5, authority->getSubjectOneLine());
-    key = authority->getAuthorityKeyId();
-    if (sk_X509_unshift(chain.get(), authority->get0()) == 0) throw std::bad_alloc();
-    if (authority->isSelfIssued()) {
+    logDebugValue("找到簽章 CA 的 subject"_big5, authority->subject);
+    key = authority->authorityKeyId;
+    if (sk_X509_unshift(chain.get(), authority->certificate->get0()) == 0) throw std::bad_alloc();
+    if (authority->isRoot) {
       logText(kDebug, "這是 CA 的根憑證"_big5);
       break;
     }

@@ -8,73 +8,10 @@
 namespace zepasign {
 namespace {
 
-using Bytes = cSignedData::Bytes;
-
-// DerReader: walks over the elements of one DER text; every step throws away what it passed.
-class DerReader final {
- public:
-  explicit DerReader(Bytes der) : rest_(der) {}
-
-  // enter: passes the header of the next element and stands at its content; false when there is no sound element.
-  bool enter() {
-    const unsigned char* at = rest_.data();
-    long length = 0;
-    int tag = 0;
-    int tagClass = 0;
-    if ((ASN1_get_object(&at, &length, &tag, &tagClass, static_cast<long>(rest_.size())) & 0x80) != 0) return false;
-    rest_ = rest_.subspan(static_cast<std::size_t>(at - rest_.data()));
-    contentLength_ = static_cast<std::size_t>(length);
-    return true;
-  }
-  // take: passes the next element and gives it whole; empty when there is none.
-  Bytes take() {
-    const Bytes start = rest_;
-    if (!enter()) return {};
-    rest_ = rest_.subspan(contentLength_);
-    return start.first(start.size() - rest_.size());
-  }
-  [[nodiscard]] Bytes rest() const { return rest_; }
-
- private:
-  Bytes rest_;
-  std::size_t contentLength_ = 0;
-};
-
-// Header: one enclosing element that is written anew because the content lies inside it.
-struct Header {
-  int constructed;
-  int tag;
-  int tagClass;
-
-  // wrap: the size of an element with this header around `size` bytes, -1 when it passes the 32-bit length.
-  [[nodiscard]] int wrap(long long size) const {
-    return size < 0 || size > INT_MAX ? -1 : ASN1_object_size(constructed, static_cast<int>(size), tag);
-  }
-  void write(std::vector<unsigned char>& out, int contentSize) const {
-    unsigned char header[16];
-    unsigned char* end = header;
-    ASN1_put_object(&end, constructed, contentSize, tag, tagClass);
-    out.insert(out.end(), header, end);
-  }
-};
-constexpr Header kSequence{1, V_ASN1_SEQUENCE, V_ASN1_UNIVERSAL};
-constexpr Header kExplicit0{1, 0, V_ASN1_CONTEXT_SPECIFIC};
-constexpr Header kOctetString{0, V_ASN1_OCTET_STRING, V_ASN1_UNIVERSAL};
-
-void append(std::vector<unsigned char>& out, Bytes bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
+using Bytes = der::Bytes;
 
 // textFits: whether `size` bytes have a Base64 text, its ending included, within the 32-bit length.
 bool textFits(std::size_t size) { return base64::encodedLength(size) <= INT_MAX - 5; }
-
-// setContentType: content of type data, which is left out here in every case; see cSignedData::embed.
-bool setContentType(PKCS7* pkcs7) {
-  return PKCS7_content_new(pkcs7, NID_pkcs7_data) == 1 &&
-         PKCS7_ctrl(pkcs7, PKCS7_OP_SET_DETACHED_SIGNATURE, 1, nullptr) == 1;
-}
-
-bool setSignature(PKCS7_SIGNER_INFO* signerInfo, Bytes signature) {
-  return ASN1_OCTET_STRING_set(signerInfo->enc_digest, signature.data(), static_cast<int>(signature.size())) == 1;
-}
 
 EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
   EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
@@ -83,6 +20,26 @@ EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
   }
   return context;
 }
+
+// setContentType: content of type data, which itself is left out here; the headers around it are written by writeHead.
+bool setContentType(PKCS7* pkcs7) {
+  return PKCS7_content_new(pkcs7, NID_pkcs7_data) == 1 &&
+         PKCS7_ctrl(pkcs7, PKCS7_OP_SET_DETACHED_SIGNATURE, 1, nullptr) == 1;
+}
+
+// Digest: one pass of a digest.
+class Digest final {
+ public:
+  Digest(const EVP_MD* digest, Bytes data) {
+    if (EVP_Digest(data.data(), data.size(), value_, &length_, digest, nullptr) != 1) length_ = 0;
+  }
+  // value: empty when the crypto library failed.
+  [[nodiscard]] Bytes value() const { return {value_, length_}; }
+
+ private:
+  unsigned char value_[EVP_MAX_MD_SIZE];
+  unsigned length_ = 0;
+};
 
 }  // namespace
 
@@ -106,102 +63,123 @@ int cSignedData::build(PKCS7* pkcs7) {
   for (X509* certificate : options_.certificates) {
     if (PKCS7_add_certificate(pkcs7, certificate) != 1) return kSigningFailed;
   }
-  const std::vector<unsigned char> noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
-  return setContentType(pkcs7) && setSignature(signerInfo_, noSignature) ? kSuccess : kOutOfMemory;
+  return setContentType(pkcs7) && split(pkcs7) ? kSuccess : kOutOfMemory;
+}
+
+// split: encodes the structure, zeros standing for digest and signature, and takes it apart.
+//   SEQUENCE { OID signedData, [0] { SEQUENCE { version, digestAlgorithms, contentInfo, [0] certificates, signerInfos
+//   }}} signerInfos: SET { SEQUENCE { version, issuerAndSerial, digestAlgorithm, [0] attributes, algorithm, signature
+//   }}
+bool cSignedData::split(PKCS7* pkcs7) {
+  const der::Buffer zeros(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  const Bytes noDigest = Bytes(zeros).first(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
+  if (options_.addAttributes && !addAttributes(noDigest)) return false;
+  if (ASN1_OCTET_STRING_set(signerInfo_->enc_digest, zeros.data(), static_cast<int>(zeros.size())) != 1) return false;
+  unsigned char* encoded = nullptr;
+  const int size = i2d_PKCS7(pkcs7, &encoded);
+  const OpenSslBytesPtr owned(encoded);
+  if (size <= 0) return false;
+
+  const auto keep = [](der::Buffer& out, std::initializer_list<Bytes> parts) {
+    out.clear();
+    for (Bytes part : parts) der::append(out, part);
+  };
+  der::Reader reader({encoded, static_cast<std::size_t>(size)});
+  reader.enter();
+  keep(frame_.signedDataType, {reader.take()});
+  reader.enter();
+  reader.enter();
+  keep(frame_.versionAndDigest, {reader.take(), reader.take()});
+  reader.enter();
+  keep(frame_.contentType, {reader.take()});
+  keep(frame_.certificates, {reader.takeIf(0xA0)});
+  reader.enter();
+  reader.enter();
+  keep(frame_.signerInfoStart, {reader.take(), reader.take(), reader.take()});
+  static_cast<void>(reader.takeIf(0xA0));
+  keep(frame_.signatureAlgorithm, {reader.take()});
+  constexpr std::size_t kContentHeaders = 24;  // the most that headers grow by around content of up to INT_MAX bytes
+  frame_.size = static_cast<std::size_t>(size) + (options_.embedContent ? kContentHeaders : 0);
+  return !frame_.signatureAlgorithm.empty();
 }
 
 int cSignedData::sign(Bytes content) {
   const ErrorQueueMark mark;
-  if (!fitsWith(content)) return kOutOfMemory;
-  if (!signContent(content)) return kSigningFailed;
-  return encode(content);
+  if (!textFits(frame_.size + (options_.embedContent ? content.size() : 0))) return kOutOfMemory;
+  const Digest digest(options_.digest, content);
+  der::Buffer attributes;
+  der::Buffer signature;
+  const bool isSigned = options_.addAttributes ? signAttributes(digest.value(), attributes, signature)
+                                               : signDigest(digest.value(), signature);
+  if (!isSigned) return kSigningFailed;
+  content_ = options_.embedContent ? content : Bytes();
+  writeTail(attributes, signature);
+  writeHead();
+  return kSuccess;
 }
 
-// fitsWith: the last signature, or zeros before the first, stand for the next one, which is as long or, for some kinds
-// of key, a few bytes off.
-bool cSignedData::fitsWith(Bytes content) const {
-  if (!options_.embedContent || content.size() < INT_MAX / 2) return true;
-  const int frame = i2d_PKCS7(pkcs7_.get(), nullptr);
-  return frame > 0 && textFits(static_cast<std::size_t>(frame) + content.size());
-}
-
-bool cSignedData::signContent(Bytes content) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned length = 0;
-  if (EVP_Digest(content.data(), content.size(), digest, &length, options_.digest, nullptr) != 1) return false;
-  const Bytes value(digest, length);
-  return options_.addAttributes ? signAttributes(value) : signDigest(value);
-}
-
-bool cSignedData::signAttributes(Bytes digest) {
+bool cSignedData::addAttributes(Bytes digest) {
   sk_X509_ATTRIBUTE_pop_free(signerInfo_->auth_attr, X509_ATTRIBUTE_free);
   signerInfo_->auth_attr = nullptr;
   return PKCS7_add0_attrib_signing_time(signerInfo_, nullptr) == 1 &&
          PKCS7_add_attrib_content_type(signerInfo_, nullptr) == 1 &&
-         PKCS7_add1_attrib_digest(signerInfo_, digest.data(), static_cast<int>(digest.size())) == 1 &&
-         PKCS7_SIGNER_INFO_sign(signerInfo_) == 1;
+         PKCS7_add1_attrib_digest(signerInfo_, digest.data(), static_cast<int>(digest.size())) == 1;
 }
 
-// signDigest: the signature over the digest itself, as it is when there are no signed attributes.
-bool cSignedData::signDigest(Bytes digest) {
+bool cSignedData::signDigest(Bytes digest, der::Buffer& signature) const {
   const EvpPkeyCtxPtr context(EVP_PKEY_CTX_dup(keyContext_.get()));
-  std::vector<unsigned char> signature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  signature.resize(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
   std::size_t length = signature.size();
-  return context && EVP_PKEY_sign(context.get(), signature.data(), &length, digest.data(), digest.size()) == 1 &&
-         setSignature(signerInfo_, Bytes(signature).first(length));
-}
-
-int cSignedData::encode(Bytes content) {
-  unsigned char* der = nullptr;
-  const int size = i2d_PKCS7(pkcs7_.get(), &der);
-  if (size <= 0) return kOutOfMemory;
-  const OpenSslBytesPtr owned(der);
-  const Bytes detached(der, static_cast<std::size_t>(size));
-  if (options_.embedContent) return embed(detached, content) && textFits(this->size()) ? kSuccess : kOutOfMemory;
-  head_.assign(detached.begin(), detached.end());
-  tail_.clear();
-  content_ = {};
-  return kSuccess;
-}
-
-// embed: splits the detached DER and writes the headers around the content anew.
-//   SEQUENCE { OID signedData, [0] { SEQUENCE { version, digestAlgorithms, contentInfo, ...rest... } } }
-//   contentInfo: SEQUENCE { OID data, [0] { OCTET STRING content } }, without the [0] in a detached signature
-bool cSignedData::embed(Bytes detached, Bytes content) {
-  DerReader reader(detached);
-  if (!reader.enter()) return false;
-  const Bytes signedDataType = reader.take();
-  if (!reader.enter() || !reader.enter()) return false;
-  const Bytes version = reader.take();
-  const Bytes digestAlgorithms = reader.take();
-  if (!reader.enter()) return false;
-  const Bytes dataType = reader.take();
-  const Bytes rest = reader.rest();
-
-  const auto size = [](std::size_t bytes) { return static_cast<long long>(bytes); };
-  const int octets = kOctetString.wrap(size(content.size()));
-  const int explicitContent = kExplicit0.wrap(octets);
-  const int contentInfo = explicitContent < 0 ? -1 : kSequence.wrap(size(dataType.size()) + explicitContent);
-  const long long inside = size(version.size() + digestAlgorithms.size() + rest.size()) + contentInfo;
-  const int signedData = contentInfo < 0 ? -1 : kSequence.wrap(inside);
-  const int explicitSignedData = kExplicit0.wrap(signedData);
-  const long long whole = size(signedDataType.size()) + explicitSignedData;
-  if (explicitSignedData < 0 || kSequence.wrap(whole) < 0) return false;
-
-  head_.clear();
-  kSequence.write(head_, static_cast<int>(whole));
-  append(head_, signedDataType);
-  kExplicit0.write(head_, signedData);
-  kSequence.write(head_, static_cast<int>(inside));
-  append(head_, version);
-  append(head_, digestAlgorithms);
-  kSequence.write(head_, static_cast<int>(size(dataType.size()) + explicitContent));
-  append(head_, dataType);
-  kExplicit0.write(head_, octets);
-  kOctetString.write(head_, static_cast<int>(content.size()));
-  content_ = content;
-  tail_.assign(rest.begin(), rest.end());
+  if (!context || digest.empty() ||
+      EVP_PKEY_sign(context.get(), signature.data(), &length, digest.data(), digest.size()) != 1) {
+    return false;
+  }
+  signature.resize(length);
   return true;
+}
+
+// signAttributes: what is signed is the attributes as a SET; in the signature they stand under an implicit tag [0].
+bool cSignedData::signAttributes(Bytes digest, der::Buffer& attributes, der::Buffer& signature) {
+  if (digest.empty() || !addAttributes(digest)) return false;
+  unsigned char* encoded = nullptr;
+  const int size = ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE*>(signerInfo_->auth_attr), &encoded,
+                                 ASN1_ITEM_rptr(PKCS7_ATTR_SIGN));
+  const OpenSslBytesPtr owned(encoded);
+  if (size <= 0) return false;
+  attributes.assign(encoded, encoded + size);
+  if (!signDigest(Digest(options_.digest, attributes).value(), signature)) return false;
+  attributes.front() = 0xA0;
+  return true;
+}
+
+void cSignedData::writeTail(Bytes attributes, Bytes signature) {
+  const der::Buffer signatureValue = der::element(der::kOctetString, {signature});
+  const der::Buffer signerInfo =
+      der::element(der::kSequence, {frame_.signerInfoStart, attributes, frame_.signatureAlgorithm, signatureValue});
+  tail_ = frame_.certificates;
+  der::append(tail_, der::element(der::kSet, {signerInfo}));
+}
+
+// writeHead: contentInfo is SEQUENCE { OID data, [0] { OCTET STRING content } }, without the [0] when detached.
+void cSignedData::writeHead() {
+  const std::size_t octets = der::sizeOf(der::kOctetString, content_.size());
+  const std::size_t explicitContent = options_.embedContent ? der::sizeOf(der::kContext0, octets) : 0;
+  const std::size_t contentInfo = frame_.contentType.size() + explicitContent;
+  const std::size_t signedData =
+      frame_.versionAndDigest.size() + der::sizeOf(der::kSequence, contentInfo) + tail_.size();
+  const std::size_t explicitSignedData = der::sizeOf(der::kSequence, signedData);
+  head_.clear();
+  der::appendHeader(head_, der::kSequence,
+                    frame_.signedDataType.size() + der::sizeOf(der::kContext0, explicitSignedData));
+  der::append(head_, frame_.signedDataType);
+  der::appendHeader(head_, der::kContext0, explicitSignedData);
+  der::appendHeader(head_, der::kSequence, signedData);
+  der::append(head_, frame_.versionAndDigest);
+  der::appendHeader(head_, der::kSequence, contentInfo);
+  der::append(head_, frame_.contentType);
+  if (!options_.embedContent) return;
+  der::appendHeader(head_, der::kContext0, octets);
+  der::appendHeader(head_, der::kOctetString, content_.size());
 }
 
 }  // namespace zepasign

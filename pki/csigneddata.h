@@ -2,24 +2,23 @@
 //
 //   head_ | content (when embedded) | tail_        the DER, in three pieces
 //
-// The crypto library builds and encodes everything except the content itself, which is hashed once where it lies and
-// never copied into a structure; only the headers that enclose the content are written anew. The result is byte for
-// byte what the crypto library writes for the whole. What depends on the credential and the options alone is built once
-// and used for every signature until one of them changes.
+// What depends on the credential and the options alone is built and encoded once by the crypto library. A signature
+// then costs one pass of the digest over the content where it lies, the key operation, and the writing of the few
+// headers that enclose both. The result is byte for byte what the crypto library writes for the whole.
 #ifndef ZEPASIGN_PKI_CSIGNEDDATA_H_
 #define ZEPASIGN_PKI_CSIGNEDDATA_H_
 
 #include <array>
-#include <span>
 #include <vector>
 
+#include "pki/der.h"
 #include "pki/openssl.h"
 
 namespace zepasign {
 
 class cSignedData final {
  public:
-  using Bytes = std::span<const unsigned char>;
+  using Bytes = der::Bytes;
 
   // Options: what goes into the signatures. All pointers are borrowed and must stay valid as long as this object.
   struct Options {
@@ -48,20 +47,32 @@ class cSignedData final {
   [[nodiscard]] std::size_t size() const noexcept { return head_.size() + content_.size() + tail_.size(); }
 
  private:
+  // Frame: the encoded elements that all signatures share.
+  struct Frame {
+    der::Buffer signedDataType;
+    der::Buffer versionAndDigest;
+    der::Buffer contentType;
+    der::Buffer certificates;
+    der::Buffer signerInfoStart;  // version, issuer and serial number, digest algorithm
+    der::Buffer signatureAlgorithm;
+    std::size_t size = 0;  // of a whole signature without its content
+  };
+
   [[nodiscard]] int build(PKCS7* pkcs7);
-  [[nodiscard]] bool fitsWith(Bytes content) const;
-  [[nodiscard]] bool signContent(Bytes content);
-  [[nodiscard]] bool signAttributes(Bytes digest);
-  [[nodiscard]] bool signDigest(Bytes digest);
-  [[nodiscard]] int encode(Bytes content);
-  [[nodiscard]] bool embed(Bytes detached, Bytes content);
+  [[nodiscard]] bool split(PKCS7* pkcs7);
+  [[nodiscard]] bool addAttributes(Bytes digest);
+  [[nodiscard]] bool signDigest(Bytes digest, der::Buffer& signature) const;
+  [[nodiscard]] bool signAttributes(Bytes digest, der::Buffer& attributes, der::Buffer& signature);
+  void writeHead();
+  void writeTail(Bytes attributes, Bytes signature);
 
   Options options_{};
-  Pkcs7Ptr pkcs7_;                           // without content; the attributes and the signature are replaced each time
+  Pkcs7Ptr pkcs7_;                           // the attributes are made in it
   PKCS7_SIGNER_INFO* signerInfo_ = nullptr;  // of pkcs7_
   EvpPkeyCtxPtr keyContext_;
-  std::vector<unsigned char> head_;
-  std::vector<unsigned char> tail_;
+  Frame frame_;
+  der::Buffer head_;
+  der::Buffer tail_;
   Bytes content_;
 };
 
