@@ -1,0 +1,225 @@
+// zepasign_bench TABLE PLOT [OPTION...]: measures signatures by all contestants, with Google Benchmark's options, and
+// writes rows of the table (Markdown) and the points of the plot.
+#include <benchmark/benchmark.h>
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+
+#include "base/base64.h"
+#include "bench/job.h"
+#include "bench/measure.h"
+#include "bench/stage.h"
+
+namespace zepasign::bench {
+namespace {
+
+// Row: one job for all contestants.
+struct Row {
+  const char* title;
+  double limit;  // of the library's ratio to the yardstick; 0 is none
+  Job job;
+  bool plotted = false;
+};
+const Row kRows[] = {
+    {"1 KiB embedded with attributes", 1.03, {}, true},
+    {"1 KiB embedded without attributes", 1.03, {.attributes = false}},
+    {"1 KiB embedded with attributes and chain from the PFX", 1.04, {.certificates = Certificates::kChainInPfx}},
+    {"1 KiB embedded with attributes and chain from P7B", 1.04, {.certificates = Certificates::kChainInP7b}},
+    {"64 MiB detached with attributes", 1.02, {.size = 64 * kMiB, .embed = false}},
+    {"64 MiB embedded with attributes", 1.9, {.size = 64 * kMiB}, true},
+    {"1 GiB file embedded with attributes", 2.3, {.size = kGiB, .fromFile = true}},
+    {"1 GiB embedded with attributes", 0, {.size = kGiB}, true},
+    {"P-256 1 KiB embedded with attributes", 0, {.key = KeyKind::kP256}},
+    {"P-256 1 KiB embedded without attributes", 0, {.attributes = false, .key = KeyKind::kP256}},
+    {"RSA-4096 1 KiB embedded with attributes", 0, {.key = KeyKind::kRsa4096}},
+    {"RSA-4096 1 KiB embedded without attributes", 0, {.attributes = false, .key = KeyKind::kRsa4096}},
+    {"16 KiB embedded with attributes", 0, {.size = 16 * kKiB}, true},
+    {"256 KiB embedded with attributes", 0, {.size = 256 * kKiB}, true},
+    {"4 MiB embedded with attributes", 0, {.size = 4 * kMiB}, true},
+};
+// The first row's job once more with the log at INFO.
+const Row kLogRow{"1 KiB embedded with attributes and log at INFO", 0, {.logLevel = "INFO"}};
+constexpr double kLogLimit = 40;  // microseconds that the log may add
+
+constexpr double kBase64Limit = 1;  // GB/s
+const std::string kEncode = "Base64 encode 1 MiB";
+const std::string kDecode = "Base64 decode 1 MiB";
+
+std::string nameOf(const std::string& row, const char* contestant) { return row + "/" + contestant; }
+
+// Results: of each benchmark, the least processor seconds that one operation took and the median over all repetitions.
+// The least is what counts: other work on the machine can only add to it.
+class Results final : public benchmark::BenchmarkReporter {
+ public:
+  struct Timing {
+    double least = 0;
+    double median = 0;
+  };
+
+  bool ReportContext(const Context& context) override {
+    PrintBasicContext(&GetErrorStream(), context);
+    return true;
+  }
+  void ReportRuns(const std::vector<Run>& runs) override {
+    const std::string name = runs.front().run_name.function_name;
+    Timing& timing = timings_[name];
+    for (const Run& run : runs) {
+      if (run.aggregate_name == "min") timing.least = run.counters.at("least");
+      if (run.aggregate_name == "median") timing.median = run.counters.at("median");
+    }
+    GetOutputStream() << formatted("%12.6f ms, median %12.6f ms  ", timing.least * 1e3, timing.median * 1e3) << name
+                      << '\n';
+  }
+
+  [[nodiscard]] bool has(const std::string& row) const { return timings_.contains(nameOf(row, kOwn.name)); }
+  // of: zeros when that benchmark did not run.
+  [[nodiscard]] Timing of(const std::string& row, const char* contestant) const {
+    const auto found = timings_.find(nameOf(row, contestant));
+    return found == timings_.end() ? Timing{} : found->second;
+  }
+
+ private:
+  std::map<std::string, Timing> timings_;
+};
+
+// timeEach: runs the operation as often as Google Benchmark asks and times each by itself.
+void timeEach(benchmark::State& state, const Sign& operation) {
+  std::vector<double> seconds;
+  for (auto each : state) {
+    const double start = processorSeconds();
+    operation();
+    seconds.push_back(processorSeconds() - start);
+  }
+  state.counters["least"] = *std::ranges::min_element(seconds);
+  state.counters["median"] = medianOf(std::move(seconds));
+}
+
+void add(const std::string& name, int repetitions, std::function<void(benchmark::State&)> body) {
+  benchmark::RegisterBenchmark(name.c_str(), std::move(body))
+      ->MinTime(0.02)
+      ->Repetitions(repetitions)
+      ->ReportAggregatesOnly()
+      ->ComputeStatistics("min", [](const std::vector<double>& values) { return *std::ranges::min_element(values); });
+}
+
+// repetitionsOf: the peers stand for information and are measured less often.
+int repetitionsOf(const Job& job, bool peer) {
+  if (job.size >= kGiB) return peer ? 2 : 3;
+  if (job.size >= 64 * kMiB) return peer ? 4 : 24;
+  return peer ? 20 : 60;
+}
+
+void addSigning(const Row& row, const Contestant& contestant) {
+  const bool peer = &contestant != &kYardstick && &contestant != &kOwn;
+  add(nameOf(row.title, contestant.name), repetitionsOf(row.job, peer), [&row, &contestant](benchmark::State& state) {
+    const Sign sign = contestant.prepare(row.job);
+    if (row.job.size < kMiB) sign();  // what the first one builds for all is not its own cost
+    timeEach(state, sign);
+  });
+}
+
+void addBase64() {
+  static const std::span<unsigned char> bytes = stage().content(kMiB);
+  static std::vector<unsigned char> text(base64::encodedLength(kMiB) + 1);
+  static std::vector<unsigned char> decoded(base64::decodedBound(text.size()));
+  static char* const characters = reinterpret_cast<char*>(text.data());
+  static const std::size_t length = text.size() - 1;
+  const auto addOne = [](const std::string& row, const char* contestant, const Sign& work) {
+    add(nameOf(row, contestant), 60, [work](benchmark::State& state) { timeEach(state, work); });
+  };
+  addOne(kEncode, kOwn.name, [] {
+    base64::Encoder encoder(characters);
+    encoder.add(bytes);
+    require(encoder.finish() == characters + length, "Base64 encoding");
+  });
+  addOne(kEncode, kYardstick.name, [] { EVP_EncodeBlock(text.data(), bytes.data(), static_cast<int>(bytes.size())); });
+  EVP_EncodeBlock(text.data(), bytes.data(), static_cast<int>(bytes.size()));
+  addOne(kDecode, kOwn.name, [] {
+    require(base64::decode({characters, length}, decoded.data()) == bytes.size(), "Base64 decoding");
+  });
+  addOne(kDecode, kYardstick.name, [] {
+    require(EVP_DecodeBlock(decoded.data(), text.data(), static_cast<int>(length)) > 0, "EVP_DecodeBlock");
+  });
+}
+
+// ratioRow: the yardstick's time, and the ratios to it: of the least times, in parentheses of the medians.
+std::string ratioRow(const Row& row, const Results& results) {
+  const Results::Timing bare = results.of(row.title, kYardstick.name);
+  const double own = results.of(row.title, kOwn.name).least;
+  std::string title = row.title;
+  std::vector<std::string> cells = {formatted("%.3f ms", bare.least * 1e3)};
+  for (const Contestant& contestant : std::span(kContestants).subspan(1)) {
+    const Results::Timing timing = results.of(row.title, contestant.name);
+    const bool ran = timing.least > 0;
+    cells.push_back(ran ? formatted("%.3f (%.3f)", timing.least / bare.least, timing.median / bare.median) : "");
+    if (ran && timing.least < own) title += std::string("; **behind ") + contestant.name + "**";
+  }
+  return markdownRow(title, row.limit > 0 ? formatted("%.2f", row.limit) : "", cells, own <= row.limit * bare.least);
+}
+
+std::string logRow(const Results& results) {
+  const Results::Timing loud = results.of(kLogRow.title, kOwn.name);
+  const Results::Timing quiet = results.of(kRows[0].title, kOwn.name);
+  const double more = (loud.least - quiet.least) * 1e6;
+  const std::string cell = formatted("%.1f us (%.1f us)", more, (loud.median - quiet.median) * 1e6);
+  return markdownRow("1 KiB: what the log at INFO adds", formatted("%.0f us", kLogLimit), {"", cell},
+                     more <= kLogLimit);
+}
+
+// base64Row: in GB/s of bytes; the yardstick is EVP_EncodeBlock or EVP_DecodeBlock.
+std::string base64Row(const std::string& row, const std::string& limit, const Results& results) {
+  const auto speed = [&](const char* whose) { return static_cast<double>(kMiB) / results.of(row, whose).least / 1e9; };
+  return markdownRow(row + "; yardstick: EVP_" + (row == kEncode ? "EncodeBlock" : "DecodeBlock"), limit,
+                     {formatted("%.2f GB/s", speed(kYardstick.name)), formatted("%.2f GB/s", speed(kOwn.name))},
+                     speed(kOwn.name) >= kBase64Limit);
+}
+
+void writeTable(const Results& results, std::ostream& out) {
+  for (const Row& row : kRows) {
+    if (results.has(row.title)) out << ratioRow(row, results);
+  }
+  if (results.has(kLogRow.title)) out << logRow(results);
+  if (results.has(kEncode)) out << base64Row(kEncode, formatted("at least %.0f GB/s", kBase64Limit), results);
+  if (results.has(kDecode)) out << base64Row(kDecode, "", results);
+}
+
+// writePlot: a line for each size: bytes, then the contestants' seconds.
+void writePlot(const Results& results, std::ostream& out) {
+  for (const Row& row : kRows) {
+    if (!row.plotted || !results.has(row.title)) continue;
+    out << row.job.size;
+    for (const Contestant& contestant : kContestants) {
+      out << formatted(" %.9f", results.of(row.title, contestant.name).least);
+    }
+    out << '\n';
+  }
+}
+
+void prepare(int count, char** options) {
+  benchmark::Initialize(&count, options);
+  for (const Row& row : kRows) {
+    for (const Contestant& contestant : kContestants) addSigning(row, contestant);
+  }
+  addSigning(kLogRow, kOwn);
+  addBase64();
+}
+
+}  // namespace
+}  // namespace zepasign::bench
+
+int main(int argc, char** argv) {
+  using namespace zepasign::bench;
+  if (argc < 3) return 2;
+  std::string interleaved = "--benchmark_enable_random_interleaving=true";
+  std::vector<char*> options = {argv[0], interleaved.data()};
+  options.insert(options.end(), argv + 3, argv + argc);
+  prepare(static_cast<int>(options.size()), options.data());
+  Results results;
+  benchmark::RunSpecifiedBenchmarks(&results);
+  std::ofstream table(argv[1]);
+  std::ofstream plot(argv[2]);
+  writeTable(results, table);
+  writePlot(results, plot);
+}

@@ -1,0 +1,212 @@
+// zepasign_probe: what Google Benchmark does not measure, as lines of Markdown.
+//   zepasign_probe memory       the peak memory of one large signature, each in a fresh process
+//   zepasign_probe processes    what two processes on two cores do together, in terms of one
+//   zepasign_probe start        initialisation, beside libcrypto parsing the same files
+//   zepasign_probe soak         100,000 signatures with re-initialisations between, and what stays of the memory
+//   zepasign_probe sign CONTESTANT COUNT    signs 1 KiB COUNT times in signMany, for an instruction counter
+#include <malloc.h>
+#include <sched.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+#include "api/ZEPASignDLL.h"
+#include "bench/job.h"
+#include "bench/measure.h"
+#include "bench/stage.h"
+#include "bench/start_files.h"
+
+namespace zepasign::bench {
+
+// signMany: outside the anonymous namespace and never inlined, so that the instruction counter finds it by name.
+[[gnu::noinline]] void signMany(const Sign& sign, int count) {
+  for (int i = 0; i < count; ++i) sign();
+}
+
+namespace {
+
+constexpr double kMiBBytes = static_cast<double>(kMiB);
+
+void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+// peakAbove: the bytes by which one signature raises the peak above what is resident before, the content included.
+double peakAbove(const Contestant& contestant, const Job& job) {
+  Job small = job;
+  small.size = kKiB;
+  contestant.prepare(small)();
+  const Sign sign = contestant.prepare(job);
+  std::ofstream("/proc/self/clear_refs") << 5;  // the peak so far is forgotten
+  const double before = statusBytes("VmHWM");
+  sign();
+  return statusBytes("VmHWM") - before;
+}
+
+void printMemoryRow(const char* title, double limit, const Job& job) {
+  std::map<const char*, double> mebibytes;
+  std::vector<std::string> cells;
+  for (const Contestant& contestant : kContestants) {
+    mebibytes[contestant.name] = childResult(startChild([&] { return peakAbove(contestant, job); })) / kMiBBytes;
+    cells.push_back(formatted("%.2f MiB", mebibytes[contestant.name]));
+  }
+  print(markdownRow(title, formatted("%.2f MiB", limit), cells, mebibytes[kOwn.name] <= limit));
+}
+
+void memory() {
+  printMemoryRow("64 MiB embedded: peak memory above the content", 1.34 * 64 + 1, {.size = 64 * kMiB});
+  printMemoryRow("64 MiB detached: peak memory above the content", 1, {.size = 64 * kMiB, .embed = false});
+}
+
+using Clock = std::chrono::steady_clock;
+
+// secondsOnCore: from `start`, for which it waits when it is ready, to the end of `count` signatures of 1 KiB.
+double secondsOnCore(unsigned core, const Contestant& contestant, int count, Clock::time_point start) {
+  cpu_set_t cores;
+  CPU_ZERO(&cores);
+  CPU_SET(core, &cores);
+  require(sched_setaffinity(0, sizeof cores, &cores) == 0, "a core for each process");
+  const Sign sign = contestant.prepare({});
+  sign();
+  while (Clock::now() < start) continue;
+  signMany(sign, count);
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// together: how many times one process's work two processes do in the same time; the best of several rounds.
+double together(const Contestant& contestant) {
+  constexpr int kRounds = 30;
+  constexpr int kSignatures = 30;
+  double alone = 1e9;
+  double both = 1e9;
+  const auto soon = [] { return Clock::now() + std::chrono::milliseconds(100); };
+  const auto run = [&](unsigned core, Clock::time_point start) {
+    return startChild([&, core, start] { return secondsOnCore(core, contestant, kSignatures, start); });
+  };
+  for (int i = 0; i < kRounds; ++i) {
+    alone = std::min(alone, childResult(run(0, soon())));
+    const Clock::time_point start = soon();
+    const int first = run(0, start);
+    const int second = run(1, start);
+    const double firstSeconds = childResult(first);
+    both = std::min(both, std::max(firstSeconds, childResult(second)));
+  }
+  return 2 * alone / both;
+}
+
+void processes() {
+  constexpr double kLimit = 1.9;
+  static_cast<void>(stage().signer(KeyKind::kRsa2048));  // before the children, who would each make their own
+  const double bare = together(kYardstick);
+  const double own = together(kOwn);
+  print(markdownRow("1 KiB, two processes on two cores: one process's work, times", formatted("at least %.2f", kLimit),
+                    {formatted("%.2f", bare), formatted("%.2f", own)}, own >= kLimit));
+}
+
+double childSeconds(const std::function<void()>& work) {
+  return childResult(startChild([&work] {
+    const double start = processorSeconds();
+    work();
+    return processorSeconds() - start;
+  }));
+}
+
+void start() {
+  constexpr int kRounds = 15;
+  constexpr double kLimit = 1.5;
+  const StartFiles files;
+  std::vector<double> own;
+  std::vector<double> bare;
+  for (int i = 0; i < kRounds; ++i) {
+    bare.push_back(childSeconds([&] { files.parseWithLibcrypto(); }));
+    own.push_back(
+        childSeconds([&] { require(ZEPASignInitial(files.propertyFile().c_str(), nullptr), "ZEPASignInitial"); }));
+  }
+  const double least = std::ranges::min(bare);
+  const double ratio = std::ranges::min(own) / least;
+  print(markdownRow(
+      "Initialisation with 10 chains and 50 CRLs of 10,000 entries; libcrypto parsing them", formatted("%.2f", kLimit),
+      {formatted("%.1f ms", least * 1e3), formatted("%.3f (%.3f)", ratio, medianOf(own) / medianOf(bare))},
+      ratio <= kLimit));
+}
+
+// allocatedBytes: exact when glibc keeps no freed blocks per thread (glibc.malloc.tcache_count=0).
+double allocatedBytes() {
+  const struct mallinfo2 state = mallinfo2();
+  return static_cast<double>(state.uordblks) + static_cast<double>(state.hblkhd) - static_cast<double>(state.fsmblks);
+}
+
+// soakJob: the kinds of signature by turns. The first one's log file takes what would else go to standard output.
+Job soakJob(int turn) {
+  return {.embed = turn % 2 == 0,
+          .attributes = turn % 3 != 0,
+          .certificates = turn % 5 == 0 ? Certificates::kChainInPfx : Certificates::kSigner,
+          .key = turn % 4 == 3 ? KeyKind::kRsa2048 : KeyKind::kP256,
+          .logLevel = turn == 0 ? "INFO" : "OFF"};
+}
+
+// soakSize: 1 byte to 64 KiB, now and then 1 MiB.
+std::size_t soakSize(int i) {
+  return i % 997 == 0 ? kMiB : 1 + static_cast<std::size_t>(i) * 7919 % ((i % 16 == 0 ? 64 : 2) * kKiB);
+}
+
+void signBytes(std::size_t size) {
+  require(SignPkcs7Bin(stage().content(kMiB).data(), static_cast<int>(size)) == 0, "SignPkcs7Bin");
+}
+
+// keptBy: the bytes that stay allocated when the work is done.
+double keptBy(const std::function<void()>& work) {
+  const double before = allocatedBytes();
+  work();
+  return allocatedBytes() - before;
+}
+
+// Each part of a turn ends with the same small signature, so that the text kept is as long.
+void soak() {
+  constexpr int kTurns = 100;
+  constexpr int kSignatures = 1000;  // of each turn
+  double byStarts = 0;
+  double bySigning = 0;
+  double residentEarly = 0;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    if (turn == 1) residentEarly = statusBytes("VmRSS");
+    const std::string file = stage().propertyFile(soakJob(turn));
+    const double byStart = keptBy([&file] {
+      require(ZEPASignInitial(file.c_str(), nullptr), "ZEPASignInitial");
+      signBytes(1);
+    });
+    const double bySignatures = keptBy([turn] {
+      for (int i = turn * kSignatures + 2; i < (turn + 1) * kSignatures; ++i) signBytes(soakSize(i));
+      signBytes(1);
+    });
+    if (turn > 0) byStarts += byStart;
+    if (turn > 0) bySigning += bySignatures;
+  }
+  std::printf(
+      "Soak: %d signatures of 1 byte to 1 MiB, %d initialisations. Resident after the first thousand %.0f KiB, at the "
+      "end %.0f KiB. Left allocated in between by signing: %.1f KiB; by initialising anew: %.0f KiB, %.1f KiB each, "
+      "the "
+      "replaced credentials, which are dropped without being freed on purpose.\n",
+      kTurns * kSignatures, kTurns, residentEarly / 1024, statusBytes("VmRSS") / 1024, bySigning / 1024,
+      byStarts / 1024, byStarts / 1024 / (kTurns - 1));
+}
+
+}  // namespace
+}  // namespace zepasign::bench
+
+int main(int argc, char** argv) {
+  using namespace zepasign::bench;
+  static const std::map<std::string, void (*)()> kProbes = {
+      {"memory", memory}, {"processes", processes}, {"start", start}, {"soak", soak}};
+  const std::string what = argc > 1 ? argv[1] : "";
+  if (const auto probe = kProbes.find(what); probe != kProbes.end()) {
+    probe->second();
+  } else if (what == "sign" && argc == 4) {
+    const Sign sign = kContestants.at(static_cast<std::size_t>(std::atoi(argv[2]))).prepare({});
+    sign();
+    signMany(sign, std::atoi(argv[3]));
+  } else {
+    return 2;
+  }
+}
