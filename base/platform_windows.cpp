@@ -179,13 +179,14 @@ std::size_t fail(int error) {
 
 std::size_t failAsSystem() { return fail(GetLastError() == ERROR_INSUFFICIENT_BUFFER ? E2BIG : EILSEQ); }
 
+bool isLead(char byte) { return static_cast<unsigned char>(byte) >= 0x81; }
+
 // hasUserDefined: whether a character lies in the ranges that code page 950 leaves to each user (lead bytes 0x81 to
 // 0xA0 and 0xFA upwards). The system lets them pass, BIG5 does not know them.
 bool hasUserDefined(const char* text, std::size_t length) {
-  for (std::size_t i = 0; i < length; ++i) {
+  for (std::size_t i = 0; i < length; i += isLead(text[i]) ? 2 : 1) {
     const auto lead = static_cast<unsigned char>(text[i]);
     if (lead >= 0xFA || (lead >= 0x81 && lead <= 0xA0)) return true;
-    if (lead >= 0x81) ++i;
   }
   return false;
 }
@@ -198,6 +199,22 @@ std::size_t big5ToUtf16(const char* in, int length, char* out, int room) {
   return made > 0 ? static_cast<std::size_t>(made) * 2 : failAsSystem();
 }
 
+// big5ToUtf8 goes character by character: a call that names this encoding is refused in the end, whatever its length.
+std::size_t big5ToUtf8(const char* in, int length, char* out, int room) {
+  int used = 0;
+  for (int i = 0; i < length;) {
+    const int size = isLead(in[i]) && i + 1 < length ? 2 : 1;
+    wchar_t wide = L'\0';
+    if (big5ToUtf16(in + i, size, reinterpret_cast<char*>(&wide), sizeof wide) == kFailed) return kFailed;
+    if (used == room) return fail(E2BIG);  // 0 would ask for the length
+    const int made = WideCharToMultiByte(CP_UTF8, 0, &wide, 1, out + used, room - used, nullptr, nullptr);
+    if (made <= 0) return failAsSystem();
+    used += made;
+    i += size;
+  }
+  return static_cast<std::size_t>(used);
+}
+
 std::size_t validateBig5(const char* in, int length, char* out, int room) {
   const auto bytes = static_cast<std::size_t>(length);
   if (hasUserDefined(in, bytes)) return fail(EILSEQ);
@@ -207,7 +224,8 @@ std::size_t validateBig5(const char* in, int length, char* out, int room) {
   return bytes;
 }
 
-Conversion conversions[] = {{"BIG5", "BIG5", validateBig5}, {"UTF-16LE", "BIG5", big5ToUtf16}};
+Conversion conversions[] = {
+    {"BIG5", "BIG5", validateBig5}, {"UTF-16LE", "BIG5", big5ToUtf16}, {"UTF-8", "BIG5", big5ToUtf8}};
 
 int asInt(std::size_t length) { return static_cast<int>(std::min<std::size_t>(length, INT_MAX)); }
 
