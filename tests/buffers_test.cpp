@@ -1,0 +1,68 @@
+#include <openssl/evp.h>
+
+#include "base/base64.h"
+#include "base/cchars.h"
+#include "tests/support/base.h"
+
+namespace zepasign::testing {
+
+TEST(Buffers, FillingReplacesAndFailingEmpties) {
+  cBytes buffer;
+  EXPECT_TRUE(buffer.set("longer", 6) && buffer.set("a\0b", 3));
+  EXPECT_EQ(std::string(buffer.data(), buffer.data() + 5), std::string("a\0b\0\0", 5));
+  EXPECT_TRUE(!buffer.set("abc", 0) && buffer.data() == nullptr && buffer.length() == 0);
+  EXPECT_TRUE(buffer.set("old", 3) && !buffer.allocate(0) && buffer.data() == nullptr);
+  EXPECT_TRUE(buffer.set("abcdef", 6));
+  buffer.truncate(2);
+  EXPECT_EQ(bytesOf(buffer) + reinterpret_cast<const char*>(buffer.data()), "abab");
+}
+
+TEST(Buffers, Hex) {
+  cChars text;
+  EXPECT_TRUE(text.setHex(reinterpret_cast<const unsigned char*>("\0\xAB\x7F"), 3) && !text.setHex(nullptr, 3));
+  EXPECT_EQ(std::string(text.data(), text.data() + text.length()), "00AB7F");
+  cBytes bytes;
+  EXPECT_TRUE(bytes.setFromHex("0aFf!1/:g1Z9") && bytesOf(bytes) == "\x0A\xFF\x11\xF3\x01\x39");
+  for (const char* hex : {"", "0aF", kNull})
+    EXPECT_TRUE(bytes.set("old", 3) && !bytes.setFromHex(hex) && bytes.data() == nullptr) << hex;
+}
+
+TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
+  std::vector<unsigned char> bytes;
+  for (int length = 1; length <= 64; ++length) {
+    bytes.push_back(static_cast<unsigned char>(length * length * 37 + 250));
+    std::string text(base64::encodedLength(bytes.size()), '\0');
+    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), length);
+    cChars whole;
+    cBytes back;
+    ASSERT_TRUE(whole.base64Encode(bytes.data(), length) && back.base64Decode(whole.data()));
+    EXPECT_EQ(std::string(whole.data(), whole.data() + whole.length()), text);
+    EXPECT_EQ(bytesOf(back), std::string(bytes.begin(), bytes.end()));
+    for (std::size_t size = 1; size < 6; ++size) {
+      base64::Encoder encoder(whole.data());
+      for (ByteSpan rest(bytes); !rest.empty(); rest = rest.subspan(std::min(size, rest.size())))
+        encoder.add(rest.first(std::min(size, rest.size())));
+      EXPECT_EQ(std::string(whole.data(), encoder.finish()), text);
+    }
+    EXPECT_FALSE(whole.base64Encode(bytes.data(), 0) || whole.data() != nullptr);
+  }
+}
+
+TEST(Buffers, Base64IsReadLenientlyButNotFromOpenArmour) {
+  const TempFolder folder;
+  logInto(folder, "ERROR");
+  cBytes bytes;
+  std::string all;
+  for (const char* text :
+       {"QQ==", "QUI=", "QUI", "QUI=QUJD", "QUJD\r\n", " Q U\r\nJ\nD \r\nQQ==\n", "P", "=QQQ", "QU\tJ", "\xA4QQQ",
+        "-----BEGIN X-----\r\nQUJD\r\nQUI=\r\n-----END X-----\r\n", "note -----QUJD-----"}) {
+    all += bytes.base64Decode(text) ? bytesOf(bytes) + "|" : "failed";
+  }
+  EXPECT_EQ(all, "A|AB|AB|ABABC|ABC|ABCA|<|\x01\x04\x10|A@I|\x05\x04\x10|ABCAB|ABC|");
+  for (const char* text : {kNull, "", "\r\n ", "-----BEGIN X", "-----BEGIN X-----\r\nQUJD"})
+    EXPECT_TRUE(bytes.set("old", 3) && !bytes.base64Decode(text) && bytes.data() == nullptr) << text;
+  EXPECT_EQ(logOf(folder.path()), big5("ERROR cBytes::base64Decode() ----- BEGIN 不對稱\n"
+                                       "ERROR cBytes::base64Decode() ----- END 不對稱\n"));
+}
+
+}  // namespace zepasign::testing

@@ -1,0 +1,77 @@
+#include "base/clog.h"
+
+#include "base/platform.h"
+#include "base/text.h"
+#include "tests/support/base.h"
+
+namespace zepasign::testing {
+
+TEST(Log, WritesPendingLinesFirstIntoTheFileOfTheDay) {
+  const TempFolder folder;
+  const std::string many(100'000, '%'), row = "30 31 32 33 34 35 36 37 38 39 1f 20 7e 7f 80 ff : 0123456789. ~...\n";
+  const unsigned char bytes[] = "0123456789\x1F ~\x7F\x80\xFF%s\nA";
+  cLog log;
+  const auto writeAll = [&](const std::string& fill) {
+    log.writeText("INFO", "100%s%n%");
+    log.writeValue("PARAM", "%d", many);
+    log.writeInt("ERROR", "i", -5005);
+    log.writeBool("WARN", "%n", false);
+    log.writeHex("DEBUG", "a", nullptr, 10);
+    log.writeHex("DEBUG", "b", bytes, 16);
+    log.writeHex("DEBUG", "c", {{bytes, 7}, {}, {bytes + 7, 13}});
+    return "INFO 100%s%n%\nPARAM %d = " + many + "\nERROR i = 0xFFFFEC73(-5005)\nWARN %n = false\n" +
+           "DEBUG a(len=10, 0xA) = \nDEBUG b(len=16, 0x10) = \n 0x00000000 - " + row +
+           "DEBUG c(len=20, 0x14) = \n 0x00000000 - " + row + " 0x00000010 - 25 73 0a 41" + std::string(36, ' ') +
+           " : %s.A" + fill + "\n";
+  };
+  const std::string pending = writeAll(std::string(12, ' '));  // only pending rows are filled up
+  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x") && readLog(folder.path()).empty());
+  const std::string direct = writeAll("");
+  EXPECT_EQ(logOf(folder.path()), pending + "DEBUG end cFile::createFolder() return = true\n" + direct);
+  const std::string text = readFile(folder.path("x." + localDateText().substr(0, 8)));
+  EXPECT_EQ(text.find(" (PID=" + std::to_string(platform::processId()) + ") "), 23U);
+}
+
+TEST(Log, OnlyWhatNoFileTookGoesToTheStandardOutput) {
+  const TempFolder folder;
+  auto lost = std::make_unique<cLog>(), kept = std::make_unique<cLog>();
+  for (cLog* log : {lost.get(), kept.get()}) log->writeText("WARN", "pending");
+  for (int i = 0; i < 17; ++i) lost->writeText("WARN", std::string(1U << 20U, 'x'));
+  kept->setLogFile(folder.path().c_str(), "x");
+  kept->writeText("WARN", "again");
+  ::testing::internal::CaptureStdout();
+  for (auto* log : {&lost, &kept}) log->reset();
+  const std::string output = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(output.find("  WARN pending"), output.rfind("  WARN pending"));
+  EXPECT_TRUE(output.ends_with(big5("\n暫存的 LOG 已滿, 其後內容捨棄\n")));
+}
+
+TEST(Log, Levels) {
+  const TempFolder folder;
+  logInto(folder, "WARN");
+  for (const char* name : {"Error", "WARN ", "warn", "OFF", "", "Info", "debug"}) {
+    logger.setLevel(name);
+    logText(kDebug, name);
+    logValue(kParam, name, "");
+    logInt(kWarn, name, 1);
+    logBool(kError, name, true);
+  }
+  EXPECT_EQ(logOf(folder.path()),
+            big5("ERROR Error = true\nERROR WARN  = true\nWARN warn = 0x00000001(1)\nERROR warn = true\nINFO 重設 "
+                 "LOG Level = INFO\nPARAM Info = \nWARN Info = 0x00000001(1)\nERROR Info = true\nINFO 重設 LOG Level "
+                 "= DEBUG\nDEBUG debug\nPARAM debug = \nWARN debug = 0x00000001(1)\nERROR debug = true\n"));
+}
+
+TEST(Log, FileIsChosenOnceAndItsFoldersAreMade) {
+  const TempFolder folder;
+  const std::string belowAFile = folder.write("file", "") + "/a", nested = folder.path("a/b//c/");
+  cLog log;
+  EXPECT_FALSE(log.setLogFile(nullptr, "x") || log.setLogFile("", "x") || log.setLogFile(nested.c_str(), ""));
+  EXPECT_FALSE(log.setLogFile(belowAFile.c_str(), "x"));
+  EXPECT_TRUE(log.setLogFile(nested.c_str(), "x") && !log.setLogFile(folder.path().c_str(), "y"));
+  log.writeText("WARN", "here");
+  const std::string created = "DEBUG end cFile::createFolder() return = ";
+  EXPECT_EQ(logOf(nested), created + "false\n" + created + "true\nWARN here\n");
+}
+
+}  // namespace zepasign::testing

@@ -1,0 +1,31 @@
+// What the tests of the foundation share: a buffer's content and a log's lines as one string each.
+#ifndef ZEPASIGN_TESTS_SUPPORT_BASE_H_
+#define ZEPASIGN_TESTS_SUPPORT_BASE_H_
+
+#include <gtest/gtest.h>
+
+#include "base/cbytes.h"
+#include "base/clog.h"
+#include "tests/support/files.h"
+
+namespace zepasign::testing {
+
+inline constexpr const char* kNull = nullptr;
+
+inline std::string bytesOf(const cBytes& buffer) { return {buffer.data(), buffer.data() + buffer.length()}; }
+
+// logInto: the process's log goes into this folder from this level on; only once in a process.
+inline void logInto(const TempFolder& folder, const char* level) {
+  logger.setLevel(level);
+  logger.setLogFile(folder.path().c_str(), "log");
+}
+
+inline std::string logOf(const std::string& folder) {
+  std::string text;
+  for (const std::string& line : readLog(folder)) text += line + "\n";
+  return text;
+}
+
+}  // namespace zepasign::testing
+
+#endif  // ZEPASIGN_TESTS_SUPPORT_BASE_H_
