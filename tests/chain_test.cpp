@@ -1,0 +1,149 @@
+#include "base/cproperty.h"
+#include "pki/ccertchainlist.h"
+#include "tests/support/signer_test.h"
+
+namespace zepasign::testing {
+
+// Chain: loads the files of the stage's folder into a list of its own.
+class Chain : public SignerTest {
+ protected:
+  // loads: expects the result, whether a chain is filed then, and the lines of a level.
+  void loads(Properties properties, bool result, bool filed, const std::string& lines = "",
+             const std::string& level = "ERROR ") {
+    cProperty property;
+    properties.insert({"P7B.path", folder.path()});
+    EXPECT_TRUE(property.loadFromFile(folder.write("app.properties", propertyText(properties))));
+    taken();
+    list = std::make_unique<cCertChainList>();
+    EXPECT_EQ(list->loadCertChainFiles(&property), result) << lines;
+    EXPECT_EQ(list->isEmpty(), !filed);
+    EXPECT_EQ(taken(level), big5(lines));
+  }
+  void loadsFile(const std::string& file, const std::string& ski, bool accepted, const std::string& errors = "") {
+    folder.write("chain.p7b", file);
+    loads({{"P7B0.name", "chain.p7b"}, {"P7B0.SKI", ski}}, accepted, accepted, errors);
+  }
+  // carries: expects what a signature below the first of these carries, the issuing CA first.
+  void carries(const std::vector<Identity>& expected) {
+    const X509StackPtr chain = list->prepareCertChain(makeIdentity({.issuer = expected[0]}).certificate.get());
+    int at = sk_X509_num(chain.get());
+    ASSERT_EQ(at, std::ssize(expected));
+    for (const Identity& each : expected) {
+      EXPECT_EQ(X509_cmp(sk_X509_value(chain.get(), --at), each.certificate.get()), 0);
+    }
+  }
+  static std::string p7b(const std::vector<Identity>& identities) {
+    std::vector<Certificate> certificates;
+    for (const Identity& each : identities) certificates.push_back(each.certificate);
+    return makeP7b(certificates);
+  }
+  static std::string keyOf(const Identity& identity) { return subjectKeyIdOf(identity.certificate); }
+
+  std::unique_ptr<cCertChainList> list = {};
+  const Identity root = stage.root, ca = stage.ca;
+  const std::string key = keyOf(ca);
+};
+
+TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
+  const auto climbs = [&](const std::string& file, const std::vector<Identity>& expected, const char* errors = "") {
+    loadsFile(file, keyOf(expected[0]), true, errors);
+    carries(expected);
+  };
+  CertSpec sha1 = caSpec("SHA-1"), crossed = caSpec("Test CA", makeIdentity(caSpec("Root 2"))), bare = sha1;
+  sha1.digest = "SHA1";
+  crossed.key = ca.key;
+  bare.subjectKeyId = bare.authorityKeyId = "";
+  CertSpec here = caSpec("Here", makeIdentity(bare)), there = here;  // each names the other's key as its issuer's
+  here.subjectKeyId = "A1A1A1";
+  there.subjectKeyId = "B2B2B2";
+  here.authorityKeyId = there.authorityKeyId = "";
+  here.otherExtensions = {{"authorityKeyIdentifier", "DER:30058003B2B2B2"}};
+  there.otherExtensions = {{"authorityKeyIdentifier", "DER:30058003A1A1A1"}};
+  const Identity old = makeIdentity(sha1), renewed = makeIdentity(caSpec("Test CA", root));
+  const Identity cross = makeIdentity(crossed), first = makeIdentity(here), second = makeIdentity(there);
+  climbs(p7b({root}), {root});
+  climbs(p7b({old}), {old});
+  climbs(p7b({ca, renewed, root}), {renewed, root});
+  climbs(p7b({crossed.issuer, cross, root, ca}), {cross, crossed.issuer});
+  climbs(makeP7b({stage.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
+         "不在同一個憑證鏈!\n");
+  climbs(p7b({here.issuer, first, second}), {first, second});
+  folder.write("Chain.P7b", p7b({root, ca}));
+  folder.write("other.p7b", p7b({crossed.issuer, cross}));
+  loads({{"P7B8.name", "chaiN.p7B"}, {"P7B8.SKI", key}, {"P7B9.name", "other.p7b"}, {"P7B9.SKI", key}}, true, true);
+  carries({ca, root});
+}
+
+TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
+  CertSpec late = caSpec("Late", root), plain = late;
+  late.notAfter = "210101000000Z";
+  plain.keyUsage = "";
+  const Identity expired = makeIdentity(late), noUsage = makeIdentity(plain);
+  const std::string refused = "內部驗證失敗, 這個憑證鏈捨棄不使用, 無法用來驗憑證鏈\n", whole = p7b({root, ca});
+  const std::string other = "憑證鏈 SKI 與設定檔不符 = ", broken = "\t|\t|--- 驗章失敗, 原因 = ", path = folder.path();
+  loadsFile(whole, "", false, other + "\n" + refused);
+  loadsFile(whole, "a" + key, false, other + "a" + key + "\n" + refused);
+  loadsFile(p7b({root, noUsage}), keyOf(noUsage), false, other + keyOf(noUsage) + "\n" + refused);
+  loadsFile(p7b({root, ca, expired}), key, false, broken + "certificate has expired\n" + refused);
+  loadsFile(p7b({ca}), key, false, broken + "unable to get local issuer certificate\n找不到根憑證可供驗章\n" + refused);
+  loadsFile(pemOf("PKCS7", whole), key, false);
+  loadsFile(p7b({}), key, false);
+  loadsFile("\x30\x0B\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x07\x01", key, false);  // data, not signed data
+  loads({{"P7B.path", ""}}, false, false, "未指定 P7B 目錄!\n");
+  loads({{"P7B.path", path + "/none"}}, false, false, "無法讀取 P7B 目錄!\n");
+  folder.write("third.p7bx", whole);
+  folder.write("third.p7b", whole);
+  std::filesystem::create_directory(folder.path("folder.p7b"));
+  for (const auto& [index, name] :
+       {std::pair{"10", "third.p7b"}, {"0", "none.p7b"}, {"0", "third.p7bx"}, {"0", "folder.p7b"}}) {
+    const std::string title = std::string("P7B") + index;
+    loads({{title + ".name", name}, {title + ".SKI", key}}, true, false);
+  }
+  gives(list->loadCertChainFiles(nullptr), false, "參數錯誤 : property = NULL\n");
+}
+
+TEST_F(Chain, LogsEveryCertificateAndWhatItClimbs) {
+  const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
+  folder.write("chain.p7b", p7b({root, leaf, ca}));
+  const auto dump = [](const char* kind, const Identity& own, const Identity& issuer, const char* name,
+                       const char* use) {
+    const cX509 x(own.certificate.get());
+    const std::string at = "DEBUG \t|\t|--- ";
+    return std::string("DEBUG \t|--- ") + kind + "憑證, 憑證序號 = " + x.getSerial() + "\n" + at + "憑證 主旨 CN = \n" +
+           at + "憑證 發行者 CN = Test " + name + "\n" + at + "憑證 生效日 = 20200101080000\n" + at +
+           "憑證 到期日 = 21000101075959\n" + at + "憑證 摘要值 = " + x.getFingerprint() + "\n" + at +
+           "憑證 SKI = " + keyOf(own) + "\n" + at + "憑證 AKI = " + keyOf(issuer) + "\n" + at +
+           "金鑰使用方方式 = " + use + "\n";
+  };
+  const std::string verified = "DEBUG \t|\t|--- 驗證成功\n", crl = folder.path() + "/none.crl";
+  loads({{"P7B3.name", "chain.p7b"},
+         {"P7B3.SKI", key},
+         {"CRL.path", folder.path()},
+         {"P7B3.crlFile4", "none.crl"},
+         {"P7B3.crlFile5", "x"}},
+        true, true,
+        "INFO begin cCertChainList::loadCertChainFiles()\nINFO 執行載入 P7B3.name 檔 = chain.p7b\n"
+        "DEBUG begin cCertChainEntry::selfVerify()\n" +
+            dump("根", root, root, "Root", "0x00000006(6)") + verified +
+            dump("EE ", leaf, ca, "CA", "0x000000C0(192)") +
+            "DEBUG \t|\t|--- CrlDP = http://a\nDEBUG \t|\t|--- CrlDP = http://b\n"
+            "DEBUG \t|\t|--- 不予驗證\n" +
+            dump("CA ", ca, root, "Root", "0x00000006(6)") + verified +
+            "DEBUG begin cCertChainEntry::verifyCert()\nDEBUG 驗章 Subject = /C=TW/O=Zepa Test/CN=Test Signer\n"
+            "DEBUG end cCertChainEntry::verifyCert() = 0x00000000(0)\nINFO end cCertChainEntry::selfVerify() = true\n"
+            "DEBUG begin cCertChainEntry::loadCrlList()\nDEBUG begin cCrlList::addCrlFile()\nPARAM title = crlFile4\n"
+            "PARAM fileName = none.crl\nDEBUG 載入 CRL 檔案檔名 = " +
+            crl + "\nERROR Open file = " + crl +
+            "\nDEBUG end cFile::loadFromFile() return = false\nDEBUG end cCrlFileEntry::loadCrl() = false\n"
+            "DEBUG end cCrlList::addCrlFile() = true\nINFO 載入 crl 檔數量 = 0x00000001(1)\nINFO end "
+            "cCertChainEntry::loadCrlList()\n"
+            "INFO 載入 P7B3.name 檔成功\nINFO end cCertChainList::loadCertChainFiles() = true\n",
+        "");
+  carries({ca, root});
+  EXPECT_EQ(taken(),
+            big5("DEBUG 找到簽章 CA 的 subject = /C=TW/O=Zepa Test/CN=Test CA\nDEBUG 找到簽章 CA 的 subject = "
+                 "/C=TW/O=Zepa Test/CN=Test Root\n"
+                 "DEBUG 這是 CA 的根憑證\nDEBUG end cCertChainList::prepareCertChain() 數量 = 0x00000002(2)\n"));
+}
+
+}  // namespace zepasign::testing

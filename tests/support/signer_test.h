@@ -1,0 +1,66 @@
+// SignerTest: the ground on which the exports and the rooms behind them are tested.
+#ifndef ZEPASIGN_TESTS_SUPPORT_SIGNER_TEST_H_
+#define ZEPASIGN_TESTS_SUPPORT_SIGNER_TEST_H_
+
+#include <gtest/gtest.h>
+
+#include "api/ZEPASignDLL.h"
+#include "base/clog.h"
+#include "pki/cpkcs12.h"
+#include "pki/cx509.h"
+#include "tests/support/openssl_handles.h"
+#include "tests/support/signer_stage.h"
+
+namespace zepasign::testing {
+
+using Lines = std::vector<std::string>;
+
+// SignerTest: a stage, the log in its folder and the library's crypto context.
+class SignerTest : public ::testing::Test {
+ protected:
+  SignerTest() {
+    logger.setLogFile(folder.path().c_str(), "app.log");
+    logger.writeText("DEBUG", "brings the pending lines into the file");
+    taken();
+  }
+  // taken: of the lines since the last call those that begin with `start`, without it, each ended by "\n". Look-ups of
+  // properties are left out.
+  std::string taken(const std::string& start = "") {
+    const Lines all = stage.log();
+    std::string text;
+    for (; taken_ < all.size(); ++taken_) {
+      const bool lookUp = all[taken_].starts_with("DEBUG cProperty::getProperty");
+      if (!lookUp && all[taken_].starts_with(start)) text += all[taken_].substr(start.size()) + "\n";
+    }
+    return text;
+  }
+  // gives: expects the code and, since the last look at the log, these ERROR lines.
+  void gives(int returned, int code, const std::string& errors = "", int line = __builtin_LINE()) {
+    EXPECT_EQ(returned, code) << "called in line " << line;
+    EXPECT_EQ(taken("ERROR "), big5(errors)) << "called in line " << line;
+  }
+  bool initialise(const char* passwd = nullptr) { return ZEPASignInitial(stage.propertyFile().c_str(), passwd); }
+  void addChain() {
+    folder.write("chain.p7b", makeP7b({stage.root.certificate, stage.ca.certificate}));
+    const std::string key = subjectKeyIdOf(stage.ca.certificate);
+    stage.properties.merge(Properties{{"P7B.path", folder.path()}, {"P7B0.name", "chain.p7b"}, {"P7B0.SKI", key}});
+  }
+  static int sign(std::string content) {
+    return SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
+  }
+  static std::string signature() { return base64Decode(GetSignedPkcs7()); }
+  int load(cPkcs12& credential, const PfxSpec& spec) const {
+    folder.write("signer.pfx", makePfx(spec));
+    return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", "pfx-password");
+  }
+  SignerStage stage = {};
+  const TempFolder& folder = stage.folder;
+  CryptoScope scope = {};
+
+ private:
+  std::size_t taken_ = 0;
+};
+
+}  // namespace zepasign::testing
+
+#endif  // ZEPASIGN_TESTS_SUPPORT_SIGNER_TEST_H_
