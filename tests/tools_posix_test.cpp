@@ -1,0 +1,168 @@
+// The command line from end to end, as people use it: the built program, driven by the shell.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/command.h"
+#include "tests/support/files.h"
+
+namespace zepasign::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+// ToolTest: a folder with the demo of "zepasign init" and a second property file that logs nothing.
+class ToolTest : public ::testing::Test {
+ protected:
+  ToolTest() {
+    EXPECT_EQ(0, run("init --demo " + demo_).exitCode);
+    quiet_ = changed("quiet.properties", "INFO", "OFF");
+  }
+
+  // run: from inside the folder, in English unless the variables before it say otherwise.
+  CommandResult run(const std::string& arguments, const std::string& before = "LC_ALL=C") const {
+    return runCommand("cd '" + folder_.path() + "' && " + before + " " ZEPASIGN_TOOL " " + arguments);
+  }
+  Json json(const std::string& arguments) const { return Json::parse(run(arguments + " --json 2>&-").output); }
+
+  // changed: the demo's property file under another name, with one text replaced.
+  std::string changed(const std::string& name, const std::string& from, const std::string& to) const {
+    std::string text = readFile(demo_ + "/app.properties");
+    const std::size_t at = text.find(from);
+    EXPECT_NE(std::string::npos, at) << from;
+    return folder_.write(name, text.replace(at, from.size(), to));
+  }
+  void writeMany(int count) const {
+    for (int i = 0; i < count; ++i) folder_.write("in" + std::to_string(i), "content " + std::to_string(i));
+  }
+  // message: what check says of a key in a property file with one text replaced.
+  std::string message(const std::string& key, const std::string& from, const std::string& to) const {
+    for (const Json& each : json("check -c " + changed("bad.properties", from, to))["findings"]) {
+      if (each["key"] == key && each["level"] != "good") {
+        return each["line"].dump() + " " + each["message"].get<std::string>();
+      }
+    }
+    return "nothing";
+  }
+
+  TempFolder folder_;
+  std::string demo_ = folder_.path("demo");
+  std::string quiet_;
+};
+
+TEST_F(ToolTest, ChecksTheDemoAndSaysWhatIsWrongAndWhere) {
+  EXPECT_EQ(0, run("check -c " + demo_ + "/app.properties").exitCode);
+  EXPECT_NE(std::string::npos,
+            message("PKCS7.addcert", "PKCS7.addCert", "PKCS7.addcert").find("is PKCS7.addCert meant"));
+  EXPECT_EQ("12 x is no number, so initialisation fails (5005): set 0, 1 or 2",
+            message("PKCS7.addCert", "addCert = 2", "addCert = x"));
+  EXPECT_NE("nothing", message("PKCS7.digest", "SHA256\nPK", "sha256\nPK")) << "only this exact case signs";
+  EXPECT_EQ("1 longer than 511 characters, so the whole file is refused: shorten it",
+            message("", "# Settings", "# " + std::string(512, 'x')));
+  EXPECT_NE(std::string::npos, message("PFX.file", "signer.pfx", "chain.p7b").find("is no PFX"));
+  EXPECT_NE(std::string::npos, message("PFX.signerFilter", "demo signer//", "Chen//").find("/CN=zepasign demo signer"));
+  EXPECT_NE(std::string::npos, message("P7B0.SKI", "P7B0.SKI = ", "P7B0.SKI = 0").find("they have"));
+  EXPECT_NE("nothing", message("P7B0.crlFile0", "ca.crl", "ca.pem"));
+  EXPECT_EQ(3, run("check -c " + changed("a", "PSWD.license", "PSWD.licence")).exitCode);
+  EXPECT_EQ(1, run("check -c " + changed("b", "demo signer//", "Chen//")).exitCode) << "initialises, but cannot sign";
+}
+
+TEST_F(ToolTest, SignsOneFileAndTellsGoodFromTampered) {
+  const std::string file = folder_.write("a", "content");
+  EXPECT_EQ("", run("sign -c " + quiet_ + " a").output);
+  EXPECT_EQ(0, run("verify a.p7s.b64 --ca demo/ca.pem").exitCode);
+  EXPECT_EQ(
+      0, run("sign -c " + quiet_ + " --der - <a >a.der; openssl cms -verify -inform DER -in a.der -CAfile demo/ca.pem")
+             .exitCode);
+  const Json good = json("verify a.der --ca demo")[0];
+  EXPECT_EQ(true, good["good"]);
+  EXPECT_EQ(2U, good["signers"][0]["chain"].size());
+  EXPECT_EQ(20U, good["signers"][0]["signingTime"].get<std::string>().size());
+
+  std::string bytes = readFile(folder_.path("a.der"));
+  folder_.write("bad.der", bytes.replace(bytes.find("content"), 7, "CONTENT"));
+  EXPECT_EQ(1, run("verify bad.der").exitCode);
+  EXPECT_EQ(0, run("init --demo other && " ZEPASIGN_TOOL " verify a.der").exitCode);
+  EXPECT_EQ(1, run("verify a.der --ca other/ca.pem").exitCode) << "another CA's";
+}
+
+TEST_F(ToolTest, VerifiesADetachedSignatureOnlyWithItsContent) {
+  folder_.write("a", "content");
+  folder_.write("b", "other");
+  const std::string detached = changed("detached.properties", "addPlainText = TRUE", "addPlainText = FALSE");
+  EXPECT_EQ(0, run("sign --pem -o a.pem -c " + detached + " a").exitCode);
+  EXPECT_EQ(0, run("verify a.pem --content a").exitCode);
+  EXPECT_EQ(1, run("verify a.pem --content b").exitCode);
+  EXPECT_NE(std::string::npos, json("verify a.pem")[0]["reason"].get<std::string>().find("--content"));
+}
+
+TEST_F(ToolTest, SignsManyWithWorkersAndResumesWhatFailed) {
+  writeMany(20);
+  const std::string command = "sign -c " + quiet_ + " --out-dir out --jobs 2 --resume missing in*";
+  const CommandResult first = run(command);
+  EXPECT_EQ(1, first.exitCode);
+  EXPECT_NE(std::string::npos, first.output.find("zepasign: missing: "));
+  EXPECT_NE(std::string::npos, first.output.find("20 signed, 0 skipped, 1 failed"));
+  EXPECT_EQ(0, run("verify out/* --ca demo/ca.pem").exitCode);
+
+  folder_.write("missing", "found");
+  std::filesystem::remove(folder_.path("out/in7.p7s.b64"));
+  EXPECT_EQ((Json{{"signed", 2}, {"skipped", 19}, {"failed", 0}, {"failures", Json::array()}}), json(command));
+  EXPECT_EQ(2, run("sign -c " + quiet_ + " --out-dir out in1 ./in1").exitCode) << "one place for two";
+  EXPECT_EQ(3, run("sign -c missing --jobs 2 in1 in2").exitCode);
+}
+
+// The limit on file sizes kills the process in the middle of writing a signature.
+TEST_F(ToolTest, LeavesNoHalfWrittenFileWhenKilled) {
+  folder_.write("big", std::string(300'000, 'x'));
+  const std::string sign = "sign -c " + quiet_ + " -o big.p7s --resume big";
+  EXPECT_EQ(128 + SIGXFSZ, run("--version && ulimit -f 64 && exec " ZEPASIGN_TOOL " " + sign).exitCode);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s")));
+  EXPECT_EQ(0, run(sign).exitCode);
+  EXPECT_EQ(0, run("verify big.p7s").exitCode);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s.part")));
+}
+
+TEST_F(ToolTest, ShowsEveryKindOfFile) {
+  folder_.write("a", "content");
+  EXPECT_EQ(0, run("sign -c demo/app.properties a").exitCode);
+  const Json shown =
+      json("show a.p7s.b64 demo/chain.p7b demo/ca.crl demo/ca.pem demo/app.properties demo/zepasign.log.*");
+  std::string kinds;
+  for (const Json& each : shown) kinds += each["kind"].get<std::string>() + " ";
+  EXPECT_EQ("signature chain crl certificate properties log ", kinds);
+  EXPECT_EQ(2U, shown[0]["certificates"].size());
+  EXPECT_EQ(std::string::npos, shown[4].dump().find("PnS")) << "secrets stay hidden";
+  const Json pfx = Json::parse(run("show --json demo/signer.pfx", "echo demo-password |").output);
+  EXPECT_EQ("C = TW, O = zepasign demo, CN = zepasign demo signer", pfx[0]["certificate"]["subject"]);
+  EXPECT_EQ(1, run("show /dev/null").exitCode);
+}
+
+TEST_F(ToolTest, EnciphersThePasswordInBothForms) {
+  folder_.write("a", "content");
+  const std::string withKey = changed("key.properties", "#PSWD.authKey = ", "PSWD.authKey = any text");
+  EXPECT_EQ(3, run("sign -c " + withKey + " a </dev/null").exitCode) << "nobody to ask";
+  EXPECT_EQ(0, run("passwd -c " + withKey + " >enced", "echo demo-password |").exitCode);
+  EXPECT_EQ(0, run("sign -c " + withKey + " --enced-file enced a").exitCode);
+  const std::string stored = run("passwd --stored -c " + quiet_, "echo demo-password |").output;
+  EXPECT_NE(std::string::npos, readFile(quiet_).find("PFX.pswdB64 = " + stored));
+  EXPECT_EQ(1, run("passwd -c " + withKey + " </dev/null").exitCode);
+}
+
+TEST_F(ToolTest, KeepsTheLibrarysPendingLogOutOfItsOutput) {
+  folder_.write("a", "content");
+  const std::string noLog = changed("no-log.properties", "LOG.file", "#LOG.file");
+  EXPECT_EQ("", run("sign -c " + noLog + " a").output);
+  EXPECT_EQ(0, run("sign -c " + noLog + " --der -o - a | " ZEPASIGN_TOOL " verify /dev/stdin").exitCode);
+}
+
+TEST_F(ToolTest, SpeaksTheLocalesLanguageInItsEncoding) {
+  const std::string chinese = "zepasign: demo/app.properties: 已存在\n";
+  EXPECT_EQ("zepasign: demo/app.properties: exists already\n", run("init demo").output);
+  EXPECT_EQ(chinese, run("init demo", "LC_ALL=zh_TW.UTF-8").output);
+  EXPECT_EQ(big5(chinese), run("init demo", "LC_ALL=zh_TW.Big5").output);
+  EXPECT_EQ(2, run("init").exitCode);
+}
+
+}  // namespace
+}  // namespace zepasign::testing

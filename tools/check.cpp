@@ -1,0 +1,168 @@
+// zepasign check: the doctor's walk, then the library's own word: an initialisation and a trial signature.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+#include "api/ZEPASignDLL.h"
+#include "base/cleanse.h"
+#include "base/errors.h"
+#include "base/platform.h"
+#include "base/text.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/doctor.h"
+#include "tools/secret.h"
+#include "tools/signing.h"
+
+namespace zepasign::tools {
+
+void Doctor::examine() {
+  examineLines();
+  if (!properties_.longLines().empty() || properties_.pairs().empty()) return;  // the library reads nothing of it
+  examineLog();
+  examineOptions();
+  examinePfx();
+  examineChains();
+}
+
+void Doctor::add(const char* level, const std::string& key, const Message& what,
+                 std::initializer_list<std::string> arguments) {
+  addAtLine(level, properties_.line(key), key, say(what, arguments));
+}
+
+void Doctor::addAtLine(const char* level, int line, const std::string& key, const std::string& message) {
+  findings_.push_back({{"level", level}, {"line", line}, {"key", readable(key)}, {"message", message}});
+}
+
+void Doctor::examineLines() {
+  for (const int line : properties_.longLines()) {
+    addAtLine("error", line, "", say("longer than 511 characters, so the whole file is refused: shorten it"_m));
+    hasErrors_ = true;
+  }
+  for (const int line : properties_.ignoredLines()) {
+    addAtLine("warning", line, "",
+              say(R"(no "=", so the line is ignored: write key = value, or # before a comment)"_m));
+  }
+  if (properties_.pairs().empty()) error("", "the file holds no setting: write lines of the form key = value"_m);
+  for (const PropertyText::Pair& pair : properties_.pairs()) examineKey(pair);
+}
+
+void Doctor::examineKey(const PropertyText::Pair& pair) {
+  const auto warnHere = [&](const Message& what, std::initializer_list<std::string> arguments = {}) {
+    addAtLine("warning", pair.line, pair.key, say(what, arguments));
+  };
+  if (pair.line == 1 && pair.key.starts_with("\xEF\xBB\xBF")) {
+    return warnHere("a byte-order mark stands before the key, so it is not found: save the file without one"_m);
+  }
+  if (pair.key.starts_with('#') || pair.key.starts_with(';')) {
+    return warnHere("a comment only counts as one in the first column: remove the blanks before it"_m);
+  }
+  if (!isKnownKey(pair.key)) {
+    const std::string nearest = nearestKey(pair.key);
+    return nearest.empty() ? warnHere("unknown key, it is ignored"_m)
+                           : warnHere("unknown key, it is ignored: is {0} meant?"_m, {nearest});
+  }
+  if (const int last = properties_.line(pair.key); last != pair.line) {
+    return warnHere("overridden by line {0}: keep one of the two"_m, {std::to_string(last)});
+  }
+  if (!isSecretKey(pair.key) && pair.value.find(" #") != std::string::npos) {
+    warnHere(R"("#" does not begin a comment here, it belongs to the value: put the comment on its own line)"_m);
+  }
+}
+
+void Doctor::examineLog() {
+  static constexpr std::array kLevels = {"DEBUG", "INFO", "WARN", "ERROR", "OFF"};
+  const std::string level = properties_.value("LOG.level");
+  if (std::none_of(kLevels.begin(), kLevels.end(),
+                   [&](auto* known) { return equalsIgnoreCase(known, level.c_str()); })) {
+    warn("LOG.level", "not DEBUG, INFO, WARN, ERROR or OFF, so everything is logged"_m);
+  }
+  for (const char* key : {"LOG.path", "LOG.file"}) {
+    if (properties_.value(key).empty()) warn(key, "missing, so no log file is written"_m);
+  }
+}
+
+void Doctor::examineOptions() {
+  const std::string digest = properties_.value("PKCS7.digest");
+  if (digest == "SHA1") {
+    warn("PKCS7.digest", "SHA1 is no longer safe: use SHA256 where the receiver can"_m);
+  } else if (digest != "SHA256") {
+    error("PKCS7.digest", "must be SHA256 or SHA1, exactly so, else every signature fails (5061)"_m);
+  }
+  examineInt("PKCS7.addCert");
+  examineFlag("PKCS7.addTimestamp");
+  examineFlag("PKCS7.addPlainText");
+}
+
+void Doctor::examineInt(const std::string& key) {
+  const std::string value = properties_.value(key);
+  if (properties_.find(key) == nullptr) return warn(key, "missing, so signatures carry no certificate: set 1 or 2"_m);
+  char* end = nullptr;
+  errno = 0;
+  const long long number = std::strtoll(value.c_str(), &end, 10);
+  if (end == value.c_str() || errno != 0 || number < std::numeric_limits<int>::min() ||
+      number > std::numeric_limits<int>::max()) {
+    error(key, "{0} is no number, so initialisation fails (5005): set 0, 1 or 2"_m, {readable(value)});
+  } else if (number <= 0) {
+    warn(key, "signatures carry no certificate, receivers must have it from elsewhere"_m);
+  }
+}
+
+void Doctor::examineFlag(const std::string& key) {
+  const std::string value = properties_.value(key);
+  if (equalsIgnoreCase(value.c_str(), "TRUE") || equalsIgnoreCase(value.c_str(), "FALSE")) return;
+  value.empty() ? warn(key, "missing, which means FALSE"_m)
+                : warn(key, "{0} is neither TRUE nor FALSE, which means FALSE"_m, {readable(value)});
+}
+
+namespace {
+
+// tryLibrary: the code of a real initialisation and, after it, of a signature that nobody keeps.
+int tryLibrary(const std::string& propertyFile, const std::string& enced, bool& initialised) {
+  initialised = ZEPASignInitial(propertyFile.c_str(), enced.c_str());
+  std::array<unsigned char, 1> content = {'x'};
+  return initialised ? SignPkcs7Bin(content.data(), static_cast<int>(content.size())) : GetErrorCode();
+}
+
+void printFindings(const std::string& file, const Tree& findings) {
+  for (const Tree& each : findings) {
+    const std::string line = each["line"] == 0 ? "" : ":" + each["line"].dump();
+    const std::string place = sayLabel(each["level"].get<std::string>()) + "  " + file + line;
+    printLine(place + "  " + each["key"].get<std::string>() + ": " + each["message"].get<std::string>());
+  }
+}
+
+}  // namespace
+
+int runCheck(const CommonOptions& options) {
+  const std::string file = fromTerminal(options.propertyFile);
+  std::string bytes;
+  if (!readAll(options.propertyFile, bytes)) {
+    complain(say("{0}: cannot be read"_m, {file}) + ": " + sayCode(kPropertyFileUnreadable));
+    return kNotInitialised;
+  }
+  const CleanseOnExit wipe(bytes);
+  const PropertyText properties(bytes);
+  std::string enced;
+  if (!obtainEnced(options, properties, enced)) return kNotInitialised;
+  Doctor doctor(properties, enced);
+  doctor.examine();
+  bool initialised = false;
+  const int code = tryLibrary(options.propertyFile, enced, initialised);
+  const std::string verdict = code == kSuccess ? say("the library initialises and signs"_m)
+                              : initialised ? say("the library initialises, but does not sign: {0}"_m, {sayCode(code)})
+                                            : say("the library does not initialise: {0}"_m, {sayCode(code)});
+  const Tree listing = {{"file", file}, {"findings", doctor.findings()}, {"code", code}, {"verdict", verdict}};
+  if (options.json) {
+    printTree(listing, true);
+  } else {
+    printFindings(file, doctor.findings());
+    printLine(verdict);
+  }
+  if (!initialised) return kNotInitialised;
+  return code == kSuccess && !doctor.hasErrors() ? kGood : kFailed;
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,111 @@
+// The doctor's look at the signer: the password in its three forms, the PFX, the certificate and the filter.
+#include "base/cleanse.h"
+#include "base/errors.h"
+#include "pki/cpkcs12.h"
+#include "pki/cx509.h"
+#include "tools/console.h"
+#include "tools/describe.h"
+#include "tools/doctor.h"
+#include "tools/secret.h"
+
+namespace zepasign::tools {
+
+// findPassword: in the order in which the library looks; false when there is none to go on with.
+bool Doctor::findPassword(std::string& password) {
+  const std::string license = properties_.value("PSWD.license");
+  const std::string authKey = properties_.value("PSWD.authKey");
+  const std::string stored = properties_.value("PFX.pswdB64");
+  if (license.empty()) {
+    error("PSWD.license", "missing, so initialisation fails (5005), even with PFX.pswd: write 64 hexadecimal digits"_m);
+    return false;
+  }
+  password = properties_.value("PFX.pswd");
+  if (!authKey.empty()) {
+    if (!password.empty() || !stored.empty()) warn("PSWD.authKey", "PFX.pswd and PFX.pswdB64 are ignored beside it"_m);
+    return examineSecret("PSWD.authKey", decipherCallers(license, authKey, enced_, password));
+  }
+  if (!password.empty()) {
+    warn("PFX.pswd", "the password stands here in plain: use PFX.pswdB64 (zepasign passwd --stored)"_m);
+    return true;
+  }
+  if (!stored.empty()) {
+    return examineSecret("PFX.pswdB64", decipherStored(license, stored, password));
+  }
+  error("PFX.pswdB64", "no password: set PFX.pswdB64 (zepasign passwd --stored) or PSWD.authKey (5005)"_m);
+  return false;
+}
+
+bool Doctor::examineSecret(const std::string& key, Secret secret) {
+  if (secret == Secret::kNoKey) error("PSWD.license", "is no key: write 64 hexadecimal digits (5005, 5208)"_m);
+  if (secret == Secret::kWrong) {
+    error(key, "the enciphered password does not belong to this PSWD.license: make it anew (zepasign passwd)"_m);
+  }
+  return secret == Secret::kGood;
+}
+
+void Doctor::examinePfx() {
+  std::string password;
+  const CleanseOnExit wipe(password);
+  const bool hasPassword = findPassword(password);
+  for (const char* key : {"PFX.path", "PFX.file"}) {
+    if (properties_.value(key).empty()) return error(key, "missing, so initialisation fails (5005)"_m);
+  }
+  const std::string path = properties_.value("PFX.path") + "/" + properties_.value("PFX.file");
+  CryptoFile file;
+  if (!readCryptoFile(path, file))
+    return error("PFX.file", "{0} cannot be read (1102): check folder, name and rights"_m, {readable(path)});
+  if (!file.pfx || !file.isDer) return error("PFX.file", "{0} is no PFX in DER form (1102)"_m, {readable(path)});
+  if (!hasPassword) return;
+  PfxContent content;
+  if (!openPfx(file.pfx.get(), password, content)) {
+    return error("PFX.file", "the password does not open {0}, or it is damaged (5208)"_m, {readable(path)});
+  }
+  if (!content.key || !content.certificate) {
+    return error("PFX.file", "{0} holds no private key or no certificate to it (5208)"_m, {readable(path)});
+  }
+  pfxHasChain_ = sk_X509_num(content.others.get()) > 0;
+  signerIssuerKeyId_ = cX509(content.certificate.get()).getAuthorityKeyId();
+  examineSigner(content.certificate.get());
+  examineFilter(content.certificate.get(), password);
+}
+
+void Doctor::examineSigner(X509* certificate) {
+  constexpr int kSoon = 30;
+  const std::string name = nameText(X509_get_subject_name(certificate));
+  const int days = daysUntil(X509_get0_notAfter(certificate));
+  const std::string count = std::to_string(days);
+  if (X509_cmp_current_time(X509_get0_notBefore(certificate)) > 0) {
+    error("PFX.file", "the signer {0} is not yet valid"_m, {name});
+  } else if (days < 0) {
+    error("PFX.file", "the signer {0} has expired: signatures are made but receivers refuse them"_m, {name});
+  } else if (days <= kSoon) {
+    warn("PFX.file", "the signer {0} expires in {1} days: order a new certificate"_m, {name, count});
+  } else {
+    good("PFX.file", "the signer is {0}, {1} days until it expires"_m, {name, count});
+  }
+  unsigned usage = 0;
+  cX509(certificate).getKeyUsage(usage);
+  if ((usage & (kDigitalSignature | kNonRepudiation)) == 0) {
+    warn("PFX.file", "the certificate's key usage does not allow signatures"_m);
+  }
+}
+
+void Doctor::examineFilter(X509* certificate, const std::string& password) {
+  const std::string filter = properties_.value("PFX.signerFilter");
+  if (filter.empty()) return;
+  const std::size_t mark = filter.find("//");
+  if (mark == std::string::npos || filter.find("//", mark + 2) == std::string::npos) {
+    return error("PFX.signerFilter", R"(no condition between two "//" marks, so nobody may sign (5010))"_m);
+  }
+  cPkcs12 credential;
+  const int loaded = credential.loadPfxFile(properties_.value("PFX.path").c_str(),
+                                            properties_.value("PFX.file").c_str(), password.c_str());
+  if (loaded == kSuccess && credential.checkSignerFilter(filter.c_str()) == kSuccess) {
+    return good("PFX.signerFilter", "the signer satisfies it"_m);
+  }
+  const cX509 fields(certificate);
+  error("PFX.signerFilter", "the signer does not satisfy it (5010); subject {0}, issuer {1}"_m,
+        {readable(fields.getSubjectOneLine()), readable(fields.getIssuerOneLine())});
+}
+
+}  // namespace zepasign::tools

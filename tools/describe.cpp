@@ -1,0 +1,175 @@
+#include "tools/describe.h"
+
+#include <array>
+#include <ctime>
+
+#include "base/text.h"
+#include "pki/cx509.h"
+#include "tools/console.h"
+#include "tools/messages.h"
+
+namespace zepasign::tools {
+namespace {
+
+std::string algorithmText(const X509_ALGOR* algorithm) {
+  const ASN1_OBJECT* object = nullptr;
+  X509_ALGOR_get0(&object, nullptr, nullptr, algorithm);
+  std::array<char, 80> text{};
+  OBJ_obj2txt(text.data(), static_cast<int>(text.size()), object, 0);
+  return text.data();
+}
+
+std::string keyText(const EVP_PKEY* key) {
+  const char* type = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
+  return type == nullptr ? "?" : std::string(type) + " " + std::to_string(EVP_PKEY_get_bits(key));
+}
+
+Tree usageList(X509* certificate) {
+  static constexpr std::array<const char*, 9> kNames = {"digitalSignature", "nonRepudiation", "keyEncipherment",
+                                                        "dataEncipherment", "keyAgreement",   "keyCertSign",
+                                                        "cRLSign",          "encipherOnly",   "decipherOnly"};
+  const BitStringPtr bits(
+      static_cast<ASN1_BIT_STRING*>(X509_get_ext_d2i(certificate, NID_key_usage, nullptr, nullptr)));
+  Tree names = Tree::array();
+  for (std::size_t i = 0; bits && i < kNames.size(); ++i) {
+    if (ASN1_BIT_STRING_get_bit(bits.get(), static_cast<int>(i)) == 1) names.push_back(kNames[i]);
+  }
+  return names;
+}
+
+Tree describeAll(const STACK_OF(X509) * certificates) {
+  Tree list = Tree::array();
+  for (int i = 0; i < sk_X509_num(certificates); ++i)
+    list.push_back(describeCertificate(sk_X509_value(certificates, i)));
+  return list;
+}
+
+Tree attributeNames(const PKCS7_SIGNER_INFO* signer) {
+  Tree names = Tree::array();
+  for (int i = 0; i < sk_X509_ATTRIBUTE_num(signer->auth_attr); ++i) {
+    X509_ATTRIBUTE* attribute = sk_X509_ATTRIBUTE_value(signer->auth_attr, i);
+    std::array<char, 80> text{};
+    OBJ_obj2txt(text.data(), static_cast<int>(text.size()), X509_ATTRIBUTE_get0_object(attribute), 0);
+    names.push_back(text.data());
+  }
+  return names;
+}
+
+Tree signingTime(const PKCS7_SIGNER_INFO* signer) {
+  const ASN1_TYPE* value = PKCS7_get_signed_attribute(signer, NID_pkcs9_signingTime);
+  const bool isTime = value != nullptr && (value->type == V_ASN1_UTCTIME || value->type == V_ASN1_GENERALIZEDTIME);
+  return timeText(isTime ? value->value.asn1_string : nullptr);
+}
+
+}  // namespace
+
+std::string nameText(const X509_NAME* name) {
+  const BioPtr stream(BIO_new(BIO_s_mem()));
+  X509_NAME_print_ex(stream.get(), name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
+  char* text = nullptr;
+  const long length = BIO_get_mem_data(stream.get(), &text);
+  return readable(std::string(text, static_cast<std::size_t>(length)));
+}
+
+Tree timeText(const ASN1_TIME* time) {
+  std::tm utc{};
+  std::array<char, 32> text{};
+  if (time == nullptr || ASN1_TIME_to_tm(time, &utc) != 1) return nullptr;
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
+  return text.data();
+}
+
+int daysUntil(const ASN1_TIME* time) {
+  int days = 0;
+  int seconds = 0;
+  ASN1_TIME_diff(&days, &seconds, nullptr, time);
+  return seconds < 0 ? days - 1 : days;
+}
+
+Tree describeCertificate(X509* certificate) {
+  const cX509 fields(certificate);
+  Tree points = Tree::array();
+  for (const std::string& point : fields.getCrlDistPoints()) points.push_back(readable(point));
+  const X509_ALGOR* algorithm = nullptr;
+  X509_get0_signature(nullptr, &algorithm, certificate);
+  return {{"subject", nameText(X509_get_subject_name(certificate))},
+          {"issuer", nameText(X509_get_issuer_name(certificate))},
+          {"serial", fields.getSerial()},
+          {"notBefore", timeText(X509_get0_notBefore(certificate))},
+          {"notAfter", timeText(X509_get0_notAfter(certificate))},
+          {"publicKey", keyText(X509_get0_pubkey(certificate))},
+          {"signatureAlgorithm", algorithmText(algorithm)},
+          {"keyUsage", usageList(certificate)},
+          {"subjectKeyId", fields.getSubjectKeyId()},
+          {"authorityKeyId", fields.getAuthorityKeyId()},
+          {"crlDistributionPoints", points},
+          {"fingerprint", fields.getFingerprint()}};
+}
+
+Tree describeCrl(X509_CRL* crl) {
+  Tree revoked = Tree::array();
+  STACK_OF(X509_REVOKED)* entries = X509_CRL_get_REVOKED(crl);
+  for (int i = 0; i < sk_X509_REVOKED_num(entries); ++i) {
+    const X509_REVOKED* entry = sk_X509_REVOKED_value(entries, i);
+    revoked.push_back({{"serial", serialToText(X509_REVOKED_get0_serialNumber(entry))},
+                       {"revocationDate", timeText(X509_REVOKED_get0_revocationDate(entry))}});
+  }
+  const ASN1_TIME* next = X509_CRL_get0_nextUpdate(crl);
+  return {{"kind", "crl"},
+          {"issuer", nameText(X509_CRL_get_issuer(crl))},
+          {"lastUpdate", timeText(X509_CRL_get0_lastUpdate(crl))},
+          {"nextUpdate", timeText(next)},
+          {"expired", next != nullptr && daysUntil(next) < 0},
+          {"revoked", revoked}};
+}
+
+Tree describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates) {
+  X509_ALGOR* digest = nullptr;
+  PKCS7_SIGNER_INFO_get0_algs(signer, nullptr, &digest, nullptr);
+  const PKCS7_ISSUER_AND_SERIAL* id = signer->issuer_and_serial;
+  X509* certificate = X509_find_by_issuer_and_serial(candidates, id->issuer, id->serial);
+  return {{"subject", certificate == nullptr ? Tree() : Tree(nameText(X509_get_subject_name(certificate)))},
+          {"issuer", nameText(id->issuer)},
+          {"serial", serialToText(id->serial)},
+          {"digest", algorithmText(digest)},
+          {"signingTime", signingTime(signer)},
+          {"signedAttributes", attributeNames(signer)}};
+}
+
+Tree describePkcs7(PKCS7* pkcs7) {
+  STACK_OF(PKCS7_SIGNER_INFO)* signers = signersOf(pkcs7);
+  if (sk_PKCS7_SIGNER_INFO_num(signers) <= 0) {
+    return {{"kind", "chain"}, {"certificates", describeAll(certificatesOf(pkcs7))}};
+  }
+  Tree described = Tree::array();
+  for (int i = 0; i < sk_PKCS7_SIGNER_INFO_num(signers); ++i) {
+    described.push_back(describeSigner(sk_PKCS7_SIGNER_INFO_value(signers, i), certificatesOf(pkcs7)));
+  }
+  const PKCS7* contents = pkcs7->d.sign->contents;
+  const ASN1_OCTET_STRING* content = PKCS7_type_is_data(contents) ? contents->d.data : nullptr;
+  return {{"kind", "signature"},
+          {"detached", PKCS7_get_detached(pkcs7) != 0},
+          {"contentBytes", content == nullptr ? Tree() : Tree(ASN1_STRING_length(content))},
+          {"signers", described},
+          {"certificates", describeAll(certificatesOf(pkcs7))}};
+}
+
+Tree describePfx(PKCS12* pfx, const std::string& password) {
+  const X509_ALGOR* algorithm = nullptr;
+  const ASN1_INTEGER* iterations = nullptr;
+  PKCS12_get0_mac(nullptr, &algorithm, nullptr, &iterations, pfx);
+  const bool hasMac = PKCS12_mac_present(pfx) == 1;
+  Tree tree = {{"kind", "pfx"},
+               {"mac", hasMac ? Tree(algorithmText(algorithm)) : Tree()},
+               {"macIterations", iterations == nullptr ? 1 : ASN1_INTEGER_get(iterations)}};
+  PfxContent content;
+  const bool opened = openPfx(pfx, password, content);
+  tree["opened"] = opened;
+  if (!opened) return tree;
+  tree["privateKey"] = content.key ? Tree(keyText(content.key.get())) : Tree();
+  tree["certificate"] = content.certificate ? describeCertificate(content.certificate.get()) : Tree();
+  tree["otherCertificates"] = describeAll(content.others.get());
+  return tree;
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,29 @@
+// Certificates, signatures and their kin as listings.
+#ifndef ZEPASIGN_TOOLS_DESCRIBE_H_
+#define ZEPASIGN_TOOLS_DESCRIBE_H_
+
+#include "tools/cryptofile.h"
+#include "tools/output.h"
+
+namespace zepasign::tools {
+
+// nameText: "C=TW, O=..., CN=..." in UTF-8.
+[[nodiscard]] std::string nameText(const X509_NAME* name);
+// timeText: 2026-01-31T08:15:00Z; null when there is no time.
+[[nodiscard]] Tree timeText(const ASN1_TIME* time);
+// daysUntil: whole days from now; negative when the time has passed.
+[[nodiscard]] int daysUntil(const ASN1_TIME* time);
+
+[[nodiscard]] Tree describeCertificate(X509* certificate);
+[[nodiscard]] Tree describeCrl(X509_CRL* crl);
+// describeSigner: who signed, with which digest, and the signed attributes. The certificate is found among
+// `candidates`.
+[[nodiscard]] Tree describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates);
+// describePkcs7: a signature, or a chain when nobody signed it.
+[[nodiscard]] Tree describePkcs7(PKCS7* pkcs7);
+// describePfx: the outside alone when the password does not open it.
+[[nodiscard]] Tree describePfx(PKCS12* pfx, const std::string& password);
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_DESCRIBE_H_

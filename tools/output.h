@@ -1,0 +1,59 @@
+// Everything that the tool writes: its listings, its complaints and its files.
+#ifndef ZEPASIGN_TOOLS_OUTPUT_H_
+#define ZEPASIGN_TOOLS_OUTPUT_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace zepasign::tools {
+
+// Exit codes, the same for every sub-command.
+enum ExitCode { kGood = 0, kFailed = 1, kUsage = 2, kNotInitialised = 3 };
+
+// Tree: what a listing says; values are UTF-8. JSON shows it as it is, a terminal with indentation.
+using Tree = nlohmann::ordered_json;
+
+// openOutput: takes the process's standard output for the functions below; see takeStandardOutput.
+void openOutput();
+// closeOutput: false when something could not be written.
+[[nodiscard]] bool closeOutput();
+
+void printBytes(const std::string& bytes);
+void flushOutput();
+void printLine(const std::string& utf8);
+// printTree: as JSON (ASCII only, so that it does not depend on the locale) or as indented lines.
+void printTree(const Tree& tree, bool asJson);
+
+// complain: a line on the standard error.
+void complain(const std::string& utf8);
+
+// readAll: the whole content of a file or, for "-", of the standard input. False when it cannot be read.
+[[nodiscard]] bool readAll(const std::string& path, std::string& bytes);
+
+// writeFile: writes beside the place and renames, so that nobody ever sees half a file there; "-" is the standard
+// output.
+[[nodiscard]] bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate = false);
+
+// readSecret: one line, from the terminal without echo after the prompt, else from the standard input as it comes.
+// False when it is empty.
+[[nodiscard]] bool readSecret(const std::string& prompt, std::string& secret);
+
+// Progress: a bar on the standard error while that is a terminal; it is erased at the end of the scope.
+class Progress final {
+ public:
+  explicit Progress(std::size_t total);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(std::size_t done) const;
+
+ private:
+  std::size_t total_;
+  bool visible_;
+};
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_OUTPUT_H_

@@ -1,0 +1,11 @@
+// The log and the crypto context of the foundation's objects that the tool uses for its own inspections. The library
+// has its own of both.
+#include "base/clog.h"
+#include "pki/openssl.h"
+
+namespace zepasign {
+
+cLog logger;
+cCryptoContext cryptoContext;
+
+}  // namespace zepasign

@@ -1,0 +1,145 @@
+// zepasign sign: one file or thousands.
+#include <set>
+
+#include "base/cleanse.h"
+#include "base/errors.h"
+#include "base/platform.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/messages.h"
+#include "tools/output.h"
+#include "tools/secret.h"
+#include "tools/signing.h"
+
+namespace zepasign::tools {
+namespace {
+
+// Plan: what is to be done, and how much of it was done before.
+struct Plan {
+  std::vector<SigningJob> jobs;
+  std::size_t skipped = 0;
+};
+
+std::string formOf(const SignOptions& options) { return options.der ? "der" : options.pem ? "pem" : "base64"; }
+
+std::string extensionOf(const SignOptions& options) {
+  return options.der ? ".p7s" : options.pem ? ".p7s.pem" : ".p7s.b64";
+}
+
+// outputOf: the signature's place: as the user says, else beside the file, else the standard output.
+std::string outputOf(const SignOptions& options, const std::string& input) {
+  if (!options.output.empty()) return options.output;
+  const bool isStream = input == "-";
+  if (options.outputFolder.empty()) return isStream ? "-" : input + extensionOf(options);
+  return options.outputFolder + "/" + (isStream ? "stdin" : fileNameOf(input)) + extensionOf(options);
+}
+
+// isDone: whether a signature is there; files come to their place whole, so an empty one is not ours.
+bool isDone(const std::string& output) {
+  const platform::FilePtr file = output == "-" ? nullptr : platform::openForReading(output.c_str());
+  return file != nullptr && platform::fileSize(file.get()) > 0;
+}
+
+// makePlan: false, after a complaint, when what the user wants cannot be.
+bool makePlan(const SignOptions& options, Plan& plan) {
+  std::set<std::string> places;
+  for (const std::string& input : options.files) {
+    SigningJob job{input, outputOf(options, input)};
+    if (!places.insert(job.output).second) {
+      complain(say("{0}: two signatures would go there"_m, {fromTerminal(job.output)}));
+      return false;
+    }
+    if (options.resume && isDone(job.output)) {
+      ++plan.skipped;
+    } else {
+      plan.jobs.push_back(std::move(job));
+    }
+  }
+  if (!options.output.empty() && options.files.size() > 1) {
+    complain(say("-o takes one file; --out-dir takes many"_m));
+    return false;
+  }
+  if (options.json && places.contains("-")) {
+    complain(say("--json and a signature cannot both go to the standard output"_m));
+    return false;
+  }
+  return true;
+}
+
+// Tally: the outcome of each job in its order; a job that was never reached has none.
+class Tally final {
+ public:
+  explicit Tally(const Plan& plan) : plan_(plan), outcomes_(plan.jobs.size()), progress_(plan.jobs.size()) {}
+
+  void add(std::size_t index, const Outcome& outcome) {
+    outcomes_[index] = outcome;
+    ++(outcome.code == kSuccess ? signed_ : failed_);
+    progress_.show(signed_ + failed_);
+  }
+  [[nodiscard]] bool allGood() const { return signed_ == plan_.jobs.size(); }
+
+  [[nodiscard]] Tree summary() const {
+    Tree failures = Tree::array();
+    for (std::size_t i = 0; i < outcomes_.size(); ++i) {
+      const Outcome& outcome = outcomes_[i];
+      if (outcome.code == kSuccess) continue;
+      failures.push_back(
+          {{"file", fromTerminal(plan_.jobs[i].input)}, {"code", outcome.code}, {"message", outcome.meaning}});
+    }
+    return {{"signed", signed_}, {"skipped", plan_.skipped}, {"failed", failed_}, {"failures", failures}};
+  }
+
+ private:
+  const Plan& plan_;
+  std::vector<Outcome> outcomes_;
+  std::size_t signed_ = 0;
+  std::size_t failed_ = 0;
+  Progress progress_;
+};
+
+void report(const SignOptions& options, const Tree& summary) {
+  if (options.json) return printTree(summary, true);
+  for (const Tree& each : summary["failures"]) {
+    complain(each["file"].get<std::string>() + ": " + each["message"].get<std::string>());
+  }
+  if (options.files.size() < 2) return;
+  complain(say("{0} signed, {1} skipped, {2} failed"_m,
+               {summary["signed"].dump(), summary["skipped"].dump(), summary["failed"].dump()}));
+}
+
+// signPlan: the run itself; `summary` stays null when the library could not be initialised.
+int signPlan(const SignOptions& options, const SigningSetup& setup, const Plan& plan, Tree& summary) {
+  Tally tally(plan);
+  const Outcome initialised =
+      signAll(setup, plan.jobs, options.jobs,
+              [&tally](std::size_t index, const Outcome& outcome) { tally.add(index, outcome); });
+  if (initialised.code != kSuccess) {
+    complain(fromTerminal(options.propertyFile) + ": " + initialised.meaning);
+    complain(say("zepasign check -c tells what is wrong"_m));
+    return kNotInitialised;
+  }
+  summary = tally.summary();
+  return tally.allGood() ? kGood : kFailed;
+}
+
+}  // namespace
+
+int runSign(const SignOptions& options) {
+  Plan plan;
+  if (!makePlan(options, plan)) return kUsage;
+  std::string bytes;
+  static_cast<void>(readAll(options.propertyFile, bytes));  // the library will say what is wrong with it
+  const CleanseOnExit wipe(bytes);
+  SigningSetup setup{options.propertyFile, {}, options.encoding, formOf(options)};
+  if (!obtainEnced(options, PropertyText(bytes), setup.encedPassword)) return kNotInitialised;
+  if (!options.outputFolder.empty() && !platform::createFolder(options.outputFolder.c_str())) {
+    complain(say("{0}: cannot be written"_m, {fromTerminal(options.outputFolder)}));
+    return kFailed;
+  }
+  Tree summary;
+  const int result = signPlan(options, setup, plan, summary);
+  if (!summary.is_null()) report(options, summary);
+  return result;
+}
+
+}  // namespace zepasign::tools
