@@ -1,0 +1,28 @@
+#!/bin/bash
+# windows-check-dll.sh DLL PROCESSOR: fails unless the DLL (PROCESSOR x86_64 or i686) exports exactly the functions of
+# the public header, each under its plain name and the name that Microsoft's compiler gives it (Clang speaks its
+# language), and imports from nothing that does not come with Windows.
+set -euo pipefail
+dll=$1 processor=$2
+header=$(dirname "$0")/../api/ZEPASignDLL.h
+functions=$(sed -n 's/^ZEPASIGN_API.*[ *]\([A-Za-z0-9]*\)(.*/\1/p' "$header")
+
+decoratedNames() {
+  {
+    echo '#define ZEPASIGN_BUILDING'
+    sed 's/extern "C" {/extern "C++" {/' "$header"
+    awk '{ print "auto* use" $1 " = &" $1 ";" }' <<<"$functions"
+  } | clang++ --target="$processor-pc-windows-msvc" -x c++ -std=c++20 -c - -o "$1"
+  "$processor-w64-mingw32-nm" --undefined-only "$1" | awk '{ print $2 }'
+}
+
+object=$(mktemp)
+trap 'rm -f "$object"' EXIT
+expected=$({ echo "$functions"; decoratedNames "$object"; } | LC_ALL=C sort)
+table=$("$processor-w64-mingw32-objdump" -p "$dll")
+exported=$(sed -n '/Ordinal\/Name Pointer/,/^$/s/^\t\[ *[0-9]*\] //p' <<<"$table" | LC_ALL=C sort)
+diff <(echo "$expected") <(echo "$exported") || { echo "$dll: expected names (<) and exported names (>) differ" >&2; exit 1; }
+
+foreign=$(sed -n 's/^\tDLL Name: //p' <<<"$table" | grep -viE '^(advapi32|bcrypt|crypt32|gdi32|kernel32|msvcrt|user32|ws2_32)\.dll$' || true)
+[ -z "$foreign" ] || { echo "$dll needs $foreign, which does not come with Windows" >&2; exit 1; }
+echo "$dll: $(wc -l <<<"$exported") names exported, self-contained"

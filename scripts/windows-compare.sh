@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# windows-compare.sh BUILD-FOLDER: fails unless the DLL in that folder and the Linux library make the same signature,
+# byte for byte, from the same PFX and content. A C host signs on both sides; on Windows it is linked with the import
+# library, runs under Wine, and its property file has the line ends and backslashes of Windows.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+# quietly runs a command whose output, messages in Big5 among them, matters only when it fails.
+quietly() { "$@" 2>"$work/log" || { iconv -c -f BIG5 "$work/log" >&2; exit 1; }; }
+
+quietly cmake --preset release --log-level=WARNING >/dev/null
+quietly cmake --build --preset release >/dev/null
+gcc -Iapi examples/c/sign.c -o "$work/sign" -Lbuild/release/api -lZEPASignDLL -Wl,-rpath,"$PWD/build/release/api"
+x86_64-w64-mingw32-gcc-posix -Iapi examples/c/sign.c -o "$work/sign.exe" -L"$1/api" -lZEPASignDLL
+cp "$1/api/ZEPASignDLL.dll" "$work"
+
+cd "$work"
+mkdir keys
+quietly openssl req -x509 -newkey rsa:2048 -nodes -subj "/C=TW/CN=Signer" -addext keyUsage=digitalSignature -keyout key.pem \
+  -out certificate.pem
+quietly openssl pkcs12 -export -legacy -inkey key.pem -in certificate.pem -passout pass:secret -out keys/signer.pfx
+openssl rand -out content 100000
+sed 's/$/\r/' >windows.properties <<'EOF'
+LOG.level = ERROR
+LOG.path = logs\
+LOG.file = app.log
+PKCS7.digest = SHA256
+PKCS7.addCert = 1
+PKCS7.addPlainText = TRUE
+PSWD.license = 00112233445566778899AABBCCDDEEFF00112233445566778899AABBCCDDEEFF
+PFX.path = keys\
+PFX.file = signer.pfx
+PFX.pswd = secret
+EOF
+sed 's/\r//; s#\\#/#' windows.properties >linux.properties
+quietly ./sign linux.properties content >linux.b64
+quietly /usr/lib/wine/wine64 sign.exe windows.properties content >windows.b64
+diff --strip-trailing-cr linux.b64 windows.b64
+echo "windows-compare.sh: the signatures of both libraries are equal ($(wc -c <linux.b64) bytes)"
