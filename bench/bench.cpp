@@ -49,59 +49,53 @@ const std::string kDecode = "Base64 decode 1 MiB";
 
 std::string nameOf(const std::string& row, const char* contestant) { return row + "/" + contestant; }
 
-// Results: of each benchmark, the least processor seconds that one operation took and the median over all repetitions.
-// The least is what counts: other work on the machine can only add to it.
-class Results final : public benchmark::BenchmarkReporter {
+// Samples: the processor seconds of each single operation, by benchmark.
+using Samples = std::map<std::string, std::vector<double>>;
+
+// Timing: the fifth percentile and the median. The percentile is what counts: other work on the machine spoils many
+// operations, and the very least may be the one that met a moment of higher clock rate.
+struct Timing {
+  double low = 0;
+  double median = 0;
+};
+
+class Results final {
  public:
-  struct Timing {
-    double least = 0;
-    double median = 0;
-  };
-
-  bool ReportContext(const Context& context) override {
-    PrintBasicContext(&GetErrorStream(), context);
-    return true;
+  explicit Results(Samples samples) : samples_(std::move(samples)) {
+    for (auto& [name, seconds] : samples_) std::ranges::sort(seconds);
   }
-  void ReportRuns(const std::vector<Run>& runs) override {
-    const std::string name = runs.front().run_name.function_name;
-    Timing& timing = timings_[name];
-    for (const Run& run : runs) {
-      if (run.aggregate_name == "min") timing.least = run.counters.at("least");
-      if (run.aggregate_name == "median") timing.median = run.counters.at("median");
-    }
-    GetOutputStream() << formatted("%12.6f ms, median %12.6f ms  ", timing.least * 1e3, timing.median * 1e3) << name
-                      << '\n';
-  }
-
-  [[nodiscard]] bool has(const std::string& row) const { return timings_.contains(nameOf(row, kOwn.name)); }
+  [[nodiscard]] bool has(const std::string& row) const { return of(row, kOwn.name).low > 0; }
   // of: zeros when that benchmark did not run.
   [[nodiscard]] Timing of(const std::string& row, const char* contestant) const {
-    const auto found = timings_.find(nameOf(row, contestant));
-    return found == timings_.end() ? Timing{} : found->second;
+    const auto found = samples_.find(nameOf(row, contestant));
+    if (found == samples_.end()) return {};
+    const std::vector<double>& seconds = found->second;
+    return {.low = seconds[seconds.size() / 20], .median = seconds[seconds.size() / 2]};
   }
 
  private:
-  std::map<std::string, Timing> timings_;
+  Samples samples_;
 };
 
 // timeEach: runs the operation as often as Google Benchmark asks and times each by itself.
-void timeEach(benchmark::State& state, const Sign& operation) {
-  std::vector<double> seconds;
+void timeEach(benchmark::State& state, const Sign& operation, std::vector<double>& samples) {
   for (auto each : state) {
     const double start = processorSeconds();
     operation();
-    seconds.push_back(processorSeconds() - start);
+    samples.push_back(processorSeconds() - start);
   }
-  state.counters["least"] = *std::ranges::min_element(seconds);
-  state.counters["median"] = medianOf(std::move(seconds));
 }
 
-void add(const std::string& name, int repetitions, std::function<void(benchmark::State&)> body) {
-  benchmark::RegisterBenchmark(name.c_str(), std::move(body))
+// add: Google Benchmark has each repetition's mean only; the samples go their own way.
+void add(Samples& samples, const std::string& name, int repetitions, std::function<Sign()> prepare) {
+  const auto body = [&samples, name, prepare = std::move(prepare)](benchmark::State& state) {
+    timeEach(state, prepare(), samples[name]);
+  };
+  benchmark::RegisterBenchmark(name.c_str(), body)
+      ->Unit(benchmark::kMillisecond)
       ->MinTime(0.02)
       ->Repetitions(repetitions)
-      ->ReportAggregatesOnly()
-      ->ComputeStatistics("min", [](const std::vector<double>& values) { return *std::ranges::min_element(values); });
+      ->ReportAggregatesOnly();
 }
 
 // repetitionsOf: the peers stand for information and are measured less often.
@@ -111,23 +105,23 @@ int repetitionsOf(const Job& job, bool peer) {
   return peer ? 20 : 60;
 }
 
-void addSigning(const Row& row, const Contestant& contestant) {
+void addSigning(Samples& samples, const Row& row, const Contestant& contestant) {
   const bool peer = &contestant != &kYardstick && &contestant != &kOwn;
-  add(nameOf(row.title, contestant.name), repetitionsOf(row.job, peer), [&row, &contestant](benchmark::State& state) {
-    const Sign sign = contestant.prepare(row.job);
+  add(samples, nameOf(row.title, contestant.name), repetitionsOf(row.job, peer), [&row, &contestant] {
+    Sign sign = contestant.prepare(row.job);
     if (row.job.size < kMiB) sign();  // what the first one builds for all is not its own cost
-    timeEach(state, sign);
+    return sign;
   });
 }
 
-void addBase64() {
+void addBase64(Samples& samples) {
   static const std::span<unsigned char> bytes = stage().content(kMiB);
   static std::vector<unsigned char> text(base64::encodedLength(kMiB) + 1);
   static std::vector<unsigned char> decoded(base64::decodedBound(text.size()));
   static char* const characters = reinterpret_cast<char*>(text.data());
   static const std::size_t length = text.size() - 1;
-  const auto addOne = [](const std::string& row, const char* contestant, const Sign& work) {
-    add(nameOf(row, contestant), 60, [work](benchmark::State& state) { timeEach(state, work); });
+  const auto addOne = [&samples](const std::string& row, const char* contestant, const Sign& work) {
+    add(samples, nameOf(row, contestant), 60, [work] { return work; });
   };
   addOne(kEncode, kOwn.name, [] {
     base64::Encoder encoder(characters);
@@ -144,25 +138,25 @@ void addBase64() {
   });
 }
 
-// ratioRow: the yardstick's time, and the ratios to it: of the least times, in parentheses of the medians.
+// ratioRow: the yardstick's time, and the ratios to it, of the percentiles and in parentheses of the medians.
 std::string ratioRow(const Row& row, const Results& results) {
-  const Results::Timing bare = results.of(row.title, kYardstick.name);
-  const double own = results.of(row.title, kOwn.name).least;
+  const Timing bare = results.of(row.title, kYardstick.name);
+  const double own = results.of(row.title, kOwn.name).low;
   std::string title = row.title;
-  std::vector<std::string> cells = {formatted("%.3f ms", bare.least * 1e3)};
+  std::vector<std::string> cells = {formatted("%.3f ms", bare.low * 1e3)};
   for (const Contestant& contestant : std::span(kContestants).subspan(1)) {
-    const Results::Timing timing = results.of(row.title, contestant.name);
-    const bool ran = timing.least > 0;
-    cells.push_back(ran ? formatted("%.3f (%.3f)", timing.least / bare.least, timing.median / bare.median) : "");
-    if (ran && timing.least < own) title += std::string("; **behind ") + contestant.name + "**";
+    const Timing timing = results.of(row.title, contestant.name);
+    const bool ran = timing.low > 0;
+    cells.push_back(ran ? formatted("%.3f (%.3f)", timing.low / bare.low, timing.median / bare.median) : "");
+    if (ran && timing.low < own) title += std::string("; **behind ") + contestant.name + "**";
   }
-  return markdownRow(title, row.limit > 0 ? formatted("%.2f", row.limit) : "", cells, own <= row.limit * bare.least);
+  return markdownRow(title, row.limit > 0 ? formatted("%.2f", row.limit) : "", cells, own <= row.limit * bare.low);
 }
 
 std::string logRow(const Results& results) {
-  const Results::Timing loud = results.of(kLogRow.title, kOwn.name);
-  const Results::Timing quiet = results.of(kRows[0].title, kOwn.name);
-  const double more = (loud.least - quiet.least) * 1e6;
+  const Timing loud = results.of(kLogRow.title, kOwn.name);
+  const Timing quiet = results.of(kRows[0].title, kOwn.name);
+  const double more = (loud.low - quiet.low) * 1e6;
   const std::string cell = formatted("%.1f us (%.1f us)", more, (loud.median - quiet.median) * 1e6);
   return markdownRow("1 KiB: what the log at INFO adds", formatted("%.0f us", kLogLimit), {"", cell},
                      more <= kLogLimit);
@@ -170,7 +164,7 @@ std::string logRow(const Results& results) {
 
 // base64Row: in GB/s of bytes; the yardstick is EVP_EncodeBlock or EVP_DecodeBlock.
 std::string base64Row(const std::string& row, const std::string& limit, const Results& results) {
-  const auto speed = [&](const char* whose) { return static_cast<double>(kMiB) / results.of(row, whose).least / 1e9; };
+  const auto speed = [&](const char* whose) { return static_cast<double>(kMiB) / results.of(row, whose).low / 1e9; };
   return markdownRow(row + "; yardstick: EVP_" + (row == kEncode ? "EncodeBlock" : "DecodeBlock"), limit,
                      {formatted("%.2f GB/s", speed(kYardstick.name)), formatted("%.2f GB/s", speed(kOwn.name))},
                      speed(kOwn.name) >= kBase64Limit);
@@ -191,19 +185,22 @@ void writePlot(const Results& results, std::ostream& out) {
     if (!row.plotted || !results.has(row.title)) continue;
     out << row.job.size;
     for (const Contestant& contestant : kContestants) {
-      out << formatted(" %.9f", results.of(row.title, contestant.name).least);
+      out << formatted(" %.9f", results.of(row.title, contestant.name).low);
     }
     out << '\n';
   }
 }
 
-void prepare(int count, char** options) {
+Samples measure(int count, char** options) {
+  Samples samples;
   benchmark::Initialize(&count, options);
   for (const Row& row : kRows) {
-    for (const Contestant& contestant : kContestants) addSigning(row, contestant);
+    for (const Contestant& contestant : kContestants) addSigning(samples, row, contestant);
   }
-  addSigning(kLogRow, kOwn);
-  addBase64();
+  addSigning(samples, kLogRow, kOwn);
+  addBase64(samples);
+  benchmark::RunSpecifiedBenchmarks();
+  return samples;
 }
 
 }  // namespace
@@ -215,9 +212,7 @@ int main(int argc, char** argv) {
   std::string interleaved = "--benchmark_enable_random_interleaving=true";
   std::vector<char*> options = {argv[0], interleaved.data()};
   options.insert(options.end(), argv + 3, argv + argc);
-  prepare(static_cast<int>(options.size()), options.data());
-  Results results;
-  benchmark::RunSpecifiedBenchmarks(&results);
+  const Results results(measure(static_cast<int>(options.size()), options.data()));
   std::ofstream table(argv[1]);
   std::ofstream plot(argv[2]);
   writeTable(results, table);
