@@ -5,7 +5,7 @@
 
 namespace zepasign {
 
-cLog logger;
-cCryptoContext cryptoContext;
+cLog logger;                   // NOLINT(cert-err58-cpp): without memory for these there is no program
+cCryptoContext cryptoContext;  // NOLINT(cert-err58-cpp)
 
 }  // namespace zepasign

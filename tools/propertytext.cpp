@@ -47,10 +47,10 @@ bool sameLetter(char a, char b) {
 std::size_t distance(std::string_view from, std::string_view to) {
   std::vector<std::size_t> row(to.size() + 1);
   std::iota(row.begin(), row.end(), 0);
-  for (std::size_t i = 0; i < from.size(); ++i) {
+  for (const char letter : from) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t changed = diagonal + (sameLetter(from[i], to[j]) ? 0 : 1);
+      const std::size_t changed = diagonal + (sameLetter(letter, to[j]) ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, changed});
     }
