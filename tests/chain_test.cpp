@@ -102,48 +102,48 @@ TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
   gives(list->loadCertChainFiles(nullptr), false, "參數錯誤 : property = NULL\n");
 }
 
-TEST_F(Chain, LogsEveryCertificateAndWhatItClimbs) {
+TEST_F(Chain, LogsEveryCertificateEveryCrlAndWhatItClimbs) {
   const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
   folder.write("chain.p7b", p7b({root, leaf, ca}));
-  const auto dump = [](const char* kind, const Identity& own, const Identity& issuer, const char* name,
-                       const char* use) {
+  folder.write("ca.crl", makeCrl({.issuer = stage.signer, .serials = {"0A", "0B", "0A"}}));
+  const auto dump = [](const Identity& own, const Identity& issuer, const char* kind, const char* usage) {
     const cX509 x(own.certificate.get());
-    const std::string at = "DEBUG \t|\t|--- ";
-    return std::string("DEBUG \t|--- ") + kind + "憑證, 憑證序號 = " + x.getSerial() + "\n" + at + "憑證 主旨 CN = \n" +
-           at + "憑證 發行者 CN = Test " + name + "\n" + at + "憑證 生效日 = 20200101080000\n" + at +
-           "憑證 到期日 = 21000101075959\n" + at + "憑證 摘要值 = " + x.getFingerprint() + "\n" + at +
-           "憑證 SKI = " + keyOf(own) + "\n" + at + "憑證 AKI = " + keyOf(issuer) + "\n" + at +
-           "金鑰使用方方式 = " + use + "\n";
+    char text[1000];
+    std::snprintf(
+        text, sizeof text,
+        "DEBUG \t|--- %s憑證, 憑證序號 = %s\nDEBUG \t|\t|--- 憑證 主旨 CN = \nDEBUG \t|\t|--- 憑證 發行者 CN = %s\n"
+        "DEBUG \t|\t|--- 憑證 生效日 = 20200101080000\nDEBUG \t|\t|--- 憑證 到期日 = 21000101075959\n"
+        "DEBUG \t|\t|--- 憑證 摘要值 = %s\nDEBUG \t|\t|--- 憑證 SKI = %s\nDEBUG \t|\t|--- 憑證 AKI = %s\n"
+        "DEBUG \t|\t|--- 金鑰使用方方式 = %s\n",
+        kind, x.getSerial().c_str(), x.getIssuerCN().c_str(), x.getFingerprint().c_str(), keyOf(own).c_str(),
+        keyOf(issuer).c_str(), usage);
+    return std::string(text);
   };
-  const std::string verified = "DEBUG \t|\t|--- 驗證成功\n", crl = folder.path() + "/none.crl";
-  loads({{"P7B3.name", "chain.p7b"},
-         {"P7B3.SKI", key},
-         {"CRL.path", folder.path()},
-         {"P7B3.crlFile4", "none.crl"},
-         {"P7B3.crlFile5", "x"}},
-        true, true,
+  const std::string path = folder.path(), verified = "DEBUG \t|\t|--- 驗證成功\n";
+  loads({{"P7B3.name", "chain.p7b"}, {"P7B3.SKI", key}, {"CRL.path", path}, {"P7B3.crlFile4", "ca.crl"}}, true, true,
         "INFO begin cCertChainList::loadCertChainFiles()\nINFO 執行載入 P7B3.name 檔 = chain.p7b\n"
         "DEBUG begin cCertChainEntry::selfVerify()\n" +
-            dump("根", root, root, "Root", "0x00000006(6)") + verified +
-            dump("EE ", leaf, ca, "CA", "0x000000C0(192)") +
-            "DEBUG \t|\t|--- CrlDP = http://a\nDEBUG \t|\t|--- CrlDP = http://b\n"
-            "DEBUG \t|\t|--- 不予驗證\n" +
-            dump("CA ", ca, root, "Root", "0x00000006(6)") + verified +
+            dump(root, root, "根", "0x00000006(6)") + verified + dump(leaf, ca, "EE ", "0x000000C0(192)") +
+            "DEBUG \t|\t|--- CrlDP = http://a\nDEBUG \t|\t|--- CrlDP = http://b\nDEBUG \t|\t|--- 不予驗證\n" +
+            dump(ca, root, "CA ", "0x00000006(6)") + verified +
             "DEBUG begin cCertChainEntry::verifyCert()\nDEBUG 驗章 Subject = /C=TW/O=Zepa Test/CN=Test Signer\n"
             "DEBUG end cCertChainEntry::verifyCert() = 0x00000000(0)\nINFO end cCertChainEntry::selfVerify() = true\n"
             "DEBUG begin cCertChainEntry::loadCrlList()\nDEBUG begin cCrlList::addCrlFile()\nPARAM title = crlFile4\n"
-            "PARAM fileName = none.crl\nDEBUG 載入 CRL 檔案檔名 = " +
-            crl + "\nERROR Open file = " + crl +
-            "\nDEBUG end cFile::loadFromFile() return = false\nDEBUG end cCrlFileEntry::loadCrl() = false\n"
-            "DEBUG end cCrlList::addCrlFile() = true\nINFO 載入 crl 檔數量 = 0x00000001(1)\nINFO end "
-            "cCertChainEntry::loadCrlList()\n"
-            "INFO 載入 P7B3.name 檔成功\nINFO end cCertChainList::loadCertChainFiles() = true\n",
+            "PARAM fileName = ca.crl\nDEBUG 載入 CRL 檔案檔名 = " +
+            path +
+            "/ca.crl\nDEBUG end cFile::loadFromFile() return = true\nDEBUG 載入 CRL 檔案長度 = 0x000001CC(460)\n"
+            "DEBUG begin cCrlFileEntry::parseCrl() = crlFile4\nDEBUG CRL 下次發佈時間 = 21000101075959\n"
+            "DEBUG 驗 CRL 效期 : 有效 CRL\nDEBUG CRL廢止數量 = 0x00000003(3)\nDEBUG CRL廢止數量 = 0x00000002(2)\n"
+            "DEBUG end cCrlFileEntry::parseCrl()\nDEBUG end cCrlFileEntry::loadCrl() = true\n"
+            "DEBUG end cCrlList::addCrlFile() = true\nINFO 載入 crl 檔數量 = 0x00000001(1)\n"
+            "INFO end cCertChainEntry::loadCrlList()\nINFO 載入 P7B3.name 檔成功\n"
+            "INFO end cCertChainList::loadCertChainFiles() = true\n",
         "");
   carries({ca, root});
-  EXPECT_EQ(taken(),
-            big5("DEBUG 找到簽章 CA 的 subject = /C=TW/O=Zepa Test/CN=Test CA\nDEBUG 找到簽章 CA 的 subject = "
-                 "/C=TW/O=Zepa Test/CN=Test Root\n"
-                 "DEBUG 這是 CA 的根憑證\nDEBUG end cCertChainList::prepareCertChain() 數量 = 0x00000002(2)\n"));
+  const std::string found = "DEBUG 找到簽章 CA 的 subject = /C=TW/O=Zepa Test/CN=Test ";
+  EXPECT_EQ(taken(), big5(found + "CA\n" + found +
+                          "Root\nDEBUG 這是 CA 的根憑證\n"
+                          "DEBUG end cCertChainList::prepareCertChain() 數量 = 0x00000002(2)\n"));
 }
 
 }  // namespace zepasign::testing

@@ -19,29 +19,26 @@ TEST(Exports, AreTheSeventeenFunctionsUnderBothNamesAndNothingElse) {
       "GetSignerCertSerial();GetSignerCertFinger()");
   std::set<std::string> expected, found;
   for (std::string each; std::getline(signatures, each, ';');) expected.insert({each, each.substr(0, each.find('('))});
-  EXPECT_EQ(expected.size(), 34U);
   void* library = dlopen(ZEPASIGN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library, nullptr) << dlerror();
   std::istringstream listing(runCommand("nm -D --defined-only --format=posix '" ZEPASIGN_LIBRARY "'").output);
   for (std::string line; std::getline(listing, line);) {
     const std::string name = line.substr(0, line.find(' '));
-    char* const readable = abi::__cxa_demangle(name.c_str(), nullptr, nullptr, nullptr);
-    const std::string signature = readable == nullptr ? name : readable;
-    std::free(readable);
+    char* const demangled = abi::__cxa_demangle(name.c_str(), nullptr, nullptr, nullptr);
+    const std::string signature = demangled == nullptr ? name : demangled,
+                      plain = signature.substr(0, signature.find('('));
+    std::free(demangled);
     found.insert(signature);
-    EXPECT_EQ(dlsym(library, name.c_str()), dlsym(library, signature.substr(0, signature.find('(')).c_str())) << name;
+    EXPECT_EQ(dlsym(library, name.c_str()), dlsym(library, plain.c_str())) << name;
   }
   EXPECT_EQ(found, expected);
-  EXPECT_STREQ(reinterpret_cast<char* (*)()>(dlsym(library, "GetPkiVersion"))(), "2.0.1.2");
   EXPECT_EQ(dlclose(library), 0);
 }
 
 TEST(Exports, TheHeaderIsPlainCAndOldCpp) {
-  for (const char* language : {"cc -std=c99 -x c", "c++ -std=c++98 -x c++"}) {
-    const CommandResult result =
-        runCommand(std::string("echo '#include \"ZEPASignDLL.h\"' | ") + language +
-                   " -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I '" ZEPASIGN_HEADER_FOLDER "' -");
-    EXPECT_EQ(result.exitCode, 0) << result.output;
+  for (const std::string language : {"c -std=c99", "c++ -std=c++98"}) {
+    const std::string compiler = "cc -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x " + language;
+    EXPECT_EQ(runCommand(compiler + " '" ZEPASIGN_HEADER "'").output, "");
   }
 }
 

@@ -13,9 +13,9 @@ TEST_F(SignPosix, TheOpensslCommandVerifiesEveryChoiceOfOptions) {
   const std::string content = "line\r\nline\n";
   const Lines ders = {derOf(stage.signer.certificate), derOf(stage.ca.certificate), derOf(stage.root.certificate)};
   for (unsigned choice = 0; choice < 24; ++choice) {
-    const bool sha256 = (choice & 1U) != 0, attributes = (choice & 2U) != 0, embedded = (choice & 4U) != 0;
+    const bool attributes = (choice & 2U) != 0, embedded = (choice & 4U) != 0;
     const int addCert = choice < 8 ? -1 : choice < 16 ? 1 : 2;
-    stage.properties["PKCS7.digest"] = sha256 ? "SHA256" : "SHA1";
+    stage.properties["PKCS7.digest"] = (choice & 1U) != 0 ? "SHA256" : "SHA1";
     stage.properties["PKCS7.addCert"] = std::to_string(addCert);
     stage.properties["PKCS7.addTimestamp"] = attributes ? "true" : "false";
     stage.properties["PKCS7.addPlainText"] = embedded ? "true" : "false";
@@ -23,9 +23,8 @@ TEST_F(SignPosix, TheOpensslCommandVerifiesEveryChoiceOfOptions) {
     ASSERT_EQ(sign(content), 0);
     const SignatureFacts facts = factsOf(signature());
     EXPECT_EQ(facts.digest, stage.properties["PKCS7.digest"]);
-    EXPECT_EQ(facts.detached, !embedded);
+    EXPECT_TRUE(facts.detached != embedded && facts.attributes.size() == (attributes ? 3 : 0)) << choice;
     EXPECT_EQ(facts.certificates, Lines(ders.begin(), ders.begin() + (addCert < 0 ? 0 : 2 * addCert - 1)));
-    EXPECT_EQ(facts.attributes.size(), attributes ? 3U : 0U);
     for (const char* tool : {"cms", "smime"}) {
       Question question = {.signature = signature(), .trusted = {stage.root.certificate}, .tool = tool};
       if (addCert < 2) question.trusted.push_back(stage.ca.certificate);
@@ -47,12 +46,11 @@ TEST_F(SignPosix, LocalTimeDecidesWhatIsValidNow) {
     tzset();
     cPkcs12 credential;
     cCrlFileEntry crl("crlFile0", folder.path(), "old.crl");
-    ASSERT_EQ(load(credential, {.identity = makeIdentity({.notBefore = fourHoursAgo})}), 0);
+    EXPECT_EQ(load(credential, {.identity = makeIdentity({.notBefore = fourHoursAgo})}), 0);
     EXPECT_EQ(credential.checkCertValid(), fresh) << zone;
-    ASSERT_EQ(load(credential, {.identity = makeIdentity({.notAfter = fourHoursAgo})}), 0);
+    EXPECT_EQ(load(credential, {.identity = makeIdentity({.notAfter = fourHoursAgo})}), 0);
     EXPECT_EQ(credential.checkCertValid(), old) << zone;
-    EXPECT_TRUE(crl.loadCrl());
-    EXPECT_EQ(crl.isExpired(), old != 0) << zone;
+    EXPECT_EQ(crl.loadCrl() && crl.isExpired(), old != 0) << zone;
   }
 }
 
