@@ -1,9 +1,9 @@
 #include "base/cproperty.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 
@@ -17,11 +17,13 @@
 namespace zepasign {
 namespace {
 
-constexpr std::array<std::string_view, 4> kSecretKeys = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
+constexpr const char* kSecretKeys[] = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
 
-// loggedValue: what the log may show of a value.
-std::string_view loggedValue(std::string_view key, std::string_view value) {
-  return std::find(kSecretKeys.begin(), kSecretKeys.end(), key) != kSecretKeys.end() ? "********" : value;
+// loggedValue: what the log may show of a value; a secret key that is written in another letter case counts as one.
+std::string_view loggedValue(const std::string& key, std::string_view value) {
+  const bool isSecret = std::any_of(std::begin(kSecretKeys), std::end(kSecretKeys),
+                                    [&key](const char* secret) { return equalsIgnoreCase(secret, key.c_str()); });
+  return isSecret ? "********" : value;
 }
 
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -118,7 +120,7 @@ void cProperty::insert(std::string_view key, std::string_view value) {
     return;
   }
   logDebugValue("Insert MAP Name", key);
-  logDebugValue("Insert MAP Value", loggedValue(key, value));
+  logDebugValue("Insert MAP Value", loggedValue(std::string(key), value));
 }
 
 void cProperty::forget(Properties::iterator pair) {
