@@ -63,6 +63,7 @@ TEST_F(ToolTest, ChecksTheDemoAndSaysWhatIsWrongAndWhere) {
   EXPECT_NE(std::string::npos, message("PFX.file", "signer.pfx", "chain.p7b").find("is no PFX"));
   EXPECT_NE(std::string::npos, message("PFX.signerFilter", "demo signer//", "Chen//").find("/CN=zepasign demo signer"));
   EXPECT_NE(std::string::npos, message("P7B0.SKI", "P7B0.SKI = ", "P7B0.SKI = 0").find("they have"));
+  EXPECT_NE("nothing", message("LOG.path", "LOG.path = ", "LOG.path = /dev/null/"));
   EXPECT_NE("nothing", message("P7B0.crlFile0", "ca.crl", "ca.pem"));
   EXPECT_EQ(3, run("check -c " + changed("a", "PSWD.license", "PSWD.licence")).exitCode);
   EXPECT_EQ(1, run("check -c " + changed("b", "demo signer//", "Chen//")).exitCode) << "initialises, but cannot sign";
@@ -143,6 +144,7 @@ TEST_F(ToolTest, EnciphersThePasswordInBothForms) {
   folder_.write("a", "content");
   const std::string withKey = changed("key.properties", "#PSWD.authKey = ", "PSWD.authKey = any text");
   EXPECT_EQ(3, run("sign -c " + withKey + " a </dev/null").exitCode) << "nobody to ask";
+  EXPECT_EQ(3, run("check -c " + withKey + " </dev/null").exitCode);
   EXPECT_EQ(0, run("passwd -c " + withKey + " >enced", "echo demo-password |").exitCode);
   EXPECT_EQ(0, run("sign -c " + withKey + " --enced-file enced a").exitCode);
   const std::string stored = run("passwd --stored -c " + quiet_, "echo demo-password |").output;

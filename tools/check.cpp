@@ -1,4 +1,5 @@
-// zepasign check: the doctor's walk, then the library's own word: an initialisation and a trial signature.
+// zepasign check: the library's own word, an initialisation and a trial signature, then the doctor's walk, which finds
+// the log's folder made.
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -79,8 +80,14 @@ void Doctor::examineLog() {
                    [&](auto* known) { return equalsIgnoreCase(known, level.c_str()); })) {
     warn("LOG.level", "not DEBUG, INFO, WARN, ERROR or OFF, so everything is logged"_m);
   }
-  for (const char* key : {"LOG.path", "LOG.file"}) {
-    if (properties_.value(key).empty()) warn(key, "missing, so no log file is written"_m);
+  const std::string folder = properties_.value("LOG.path");
+  const std::string file = properties_.value("LOG.file");
+  if (folder.empty()) return warn("LOG.path", "missing, so no log file is written"_m);
+  if (file.empty()) return warn("LOG.file", "missing, so no log file is written"_m);
+  const std::string today = folder + platform::kFolderSeparator + file + "." + localDateText().substr(0, 8);
+  const bool isWanted = !equalsIgnoreCase(level.c_str(), "OFF");
+  if (!isFolder(folder) || (isWanted && !platform::AppendFile(today.c_str()).isOpen())) {
+    warn("LOG.path", "{0} cannot be written, so no log file is written"_m, {readable(isWanted ? today : folder)});
   }
 }
 
@@ -146,11 +153,11 @@ int runCheck(const CommonOptions& options) {
   const CleanseOnExit wipe(bytes);
   const PropertyText properties(bytes);
   std::string enced;
-  if (!obtainEnced(options, properties, enced)) return kNotInitialised;
-  Doctor doctor(properties, enced);
-  doctor.examine();
+  static_cast<void>(obtainEnced(options, properties, enced));  // without it the walk goes on
   bool initialised = false;
   const int code = tryLibrary(options.propertyFile, enced, initialised);
+  Doctor doctor(properties, enced);
+  doctor.examine();
   const std::string verdict = code == kSuccess ? say("the library initialises and signs"_m)
                               : initialised ? say("the library initialises, but does not sign: {0}"_m, {sayCode(code)})
                                             : say("the library does not initialise: {0}"_m, {sayCode(code)});

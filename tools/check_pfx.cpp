@@ -22,6 +22,10 @@ bool Doctor::findPassword(std::string& password) {
   password = properties_.value("PFX.pswd");
   if (!authKey.empty()) {
     if (!password.empty() || !stored.empty()) warn("PSWD.authKey", "PFX.pswd and PFX.pswdB64 are ignored beside it"_m);
+    if (enced_.empty()) {
+      error("PSWD.authKey", "the property file has PSWD.authKey: give the enciphered password with --enced-file"_m);
+      return false;
+    }
     return examineSecret("PSWD.authKey", decipherCallers(license, authKey, enced_, password));
   }
   if (!password.empty()) {
