@@ -1,4 +1,5 @@
-// A host as users write them: it knows the library only as the built file, and does its deeds in processes of their own.
+// A host as users write them: it knows the library only as the built file, and does its deeds in processes of their
+// own.
 #ifndef ZEPASIGN_TESTS_SUPPORT_HOST_POSIX_H_
 #define ZEPASIGN_TESTS_SUPPORT_HOST_POSIX_H_
 
@@ -52,8 +53,8 @@ class Library final {
   void* handle_;
 };
 
-// inChild: does the deed in a forked process, which must end by itself within the time and without a failed expectation.
-// Returns whether it did.
+// inChild: does the deed in a forked process, which must end by itself within the time and without a failed
+// expectation. Returns whether it did.
 template <class Deed>
 bool inChild(Deed deed, const std::string& what) {
   static const ::testing::TestInfo* const test = ::testing::UnitTest::GetInstance()->current_test_info();
