@@ -45,7 +45,7 @@ std::uint64_t loadBigEndian(const unsigned char* in) {
 // encodeTwoGroups: six bytes, loaded at once. REQUIRES: eight bytes to read.
 void encodeTwoGroups(const unsigned char* in, char* out) {
   const std::uint64_t bits = loadBigEndian(in);
-  std::memcpy(out, kPairs[bits >> 52U].data(), 2);
+  std::memcpy(out, kPairs[static_cast<std::size_t>(bits >> 52U)].data(), 2);
   std::memcpy(out + 2, kPairs[bits >> 40U & 0xFFFU].data(), 2);
   std::memcpy(out + 4, kPairs[bits >> 28U & 0xFFFU].data(), 2);
   std::memcpy(out + 6, kPairs[bits >> 16U & 0xFFFU].data(), 2);
