@@ -32,7 +32,7 @@ TEST(FilePosix, LoadsOnlyOrdinaryFilesThatCanBeReadWhole) {
   const TempFolder folder;
   const std::string fifo = folder.path("fifo"), huge = folder.write("huge", "x");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  fs::resize_file(huge, std::uintmax_t{kMaxLength} + 1);
+  fs::resize_file(huge, std::uintmax_t{1} << 32U | 1U);
   cFile file;
   EXPECT_TRUE(file.loadFromFile(folder.write("C:\\\xB3\\\xA5\\", "x").c_str()));
   for (const std::string& path : {fifo, huge, std::string("/sys/devices/system/cpu/online")})  // claims 4096 bytes

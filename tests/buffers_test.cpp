@@ -30,15 +30,15 @@ TEST(Buffers, Hex) {
 TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
   std::vector<unsigned char> bytes;
   for (int length = 1; length <= 64; ++length) {
-    bytes.push_back(static_cast<unsigned char>(length * length * 37 + 250));
+    bytes.push_back(static_cast<unsigned char>(length * length * 37 - 37));
     std::string text(base64::encodedLength(bytes.size()), '\0');
     EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), length);
     cChars whole;
     cBytes back;
-    ASSERT_TRUE(whole.base64Encode(bytes.data(), length) && back.base64Decode(whole.data()));
+    ASSERT_TRUE(whole.base64Encode(std::vector(bytes).data(), length) && back.base64Decode(whole.data()));
     EXPECT_EQ(std::string(whole.data(), whole.data() + whole.length()), text);
     EXPECT_EQ(bytesOf(back), std::string(bytes.begin(), bytes.end()));
-    for (std::size_t size = 1; size < 6; ++size) {
+    for (std::size_t size = 1; size < 8; ++size) {
       base64::Encoder encoder(whole.data());
       for (ByteSpan rest(bytes); !rest.empty(); rest = rest.subspan(std::min(size, rest.size())))
         encoder.add(rest.first(std::min(size, rest.size())));
@@ -53,12 +53,12 @@ TEST(Buffers, Base64IsReadLenientlyButNotFromOpenArmour) {
   logInto(folder, "ERROR");
   cBytes bytes;
   std::string all;
-  for (const char* text :
-       {"QQ==", "QUI=", "QUI", "QUI=QUJD", "QUJD\r\n", " Q U\r\nJ\nD \r\nQQ==\n", "P", "=QQQ", "QU\tJ", "\xA4QQQ",
-        "-----BEGIN X-----\r\nQUJD\r\nQUI=\r\n-----END X-----\r\n", "note -----QUJD-----"}) {
+  for (const char* text : {"QQ==", "QUI=", "QUI", "QUI=QUJD", "QUJD\r\n", " Q U\r\nJ\nD \r\nQQ==\n", "P", "=QQQ",
+                           "QU\tJ", "\xA4QQQ", "-----BEGIN X-----\r\nQUJD\r\nQUI=\r\n-----END X-----\r\n",
+                           "note -----QUJD-----", "-----X-----\n-----E-----"}) {
     all += bytes.base64Decode(text) ? bytesOf(bytes) + "|" : "failed";
   }
-  EXPECT_EQ(all, "A|AB|AB|ABABC|ABC|ABCA|<|\x01\x04\x10|A@I|\x05\x04\x10|ABCAB|ABC|");
+  EXPECT_EQ(all, "A|AB|AB|ABABC|ABC|ABCA|<|\x01\x04\x10|A@I|\x05\x04\x10|ABCAB|ABC|\x10|");
   for (const char* text : {kNull, "", "\r\n ", "-----BEGIN X", "-----BEGIN X-----\r\nQUJD"})
     EXPECT_TRUE(bytes.set("old", 3) && !bytes.base64Decode(text) && bytes.data() == nullptr) << text;
   EXPECT_EQ(logOf(folder.path()), big5("ERROR cBytes::base64Decode() ----- BEGIN 不對稱\n"

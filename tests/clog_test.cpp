@@ -48,18 +48,18 @@ TEST(Log, OnlyWhatNoFileTookGoesToTheStandardOutput) {
 
 TEST(Log, Levels) {
   const TempFolder folder;
-  logInto(folder, "WARN");
+  logInto(folder, kNull);
   for (const char* name : {"Error", "WARN ", "warn", "OFF", "", "Info", "debug"}) {
     logger.setLevel(name);
-    logText(kDebug, name);
-    logValue(kParam, name, "");
-    logInt(kWarn, name, 1);
-    logBool(kError, name, true);
+    logText(kDebug, "text");
+    logValue(kParam, "value", "v");
+    logInt(kWarn, "int", 1);
+    logBool(kError, "bool", true);
   }
-  EXPECT_EQ(logOf(folder.path()),
-            big5("ERROR Error = true\nERROR WARN  = true\nWARN warn = 0x00000001(1)\nERROR warn = true\nINFO 重設 "
-                 "LOG Level = INFO\nPARAM Info = \nWARN Info = 0x00000001(1)\nERROR Info = true\nINFO 重設 LOG Level "
-                 "= DEBUG\nDEBUG debug\nPARAM debug = \nWARN debug = 0x00000001(1)\nERROR debug = true\n"));
+  const std::string error = "ERROR bool = true\n", warn = "WARN int = 0x00000001(1)\n" + error;
+  EXPECT_EQ(logOf(folder.path()), big5("DEBUG end cFile::createFolder() return = true\n" + error + error + warn +
+                                       "INFO 重設 LOG Level = INFO\nPARAM value = v\n" + warn +
+                                       "INFO 重設 LOG Level = DEBUG\nDEBUG text\nPARAM value = v\n" + warn));
 }
 
 TEST(Log, FileIsChosenOnceAndItsFoldersAreMade) {
