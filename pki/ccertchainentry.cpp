@@ -1,5 +1,7 @@
 #include "pki/ccertchainentry.h"
 
+#include <new>
+
 #include "base/big5.h"
 #include "base/clog.h"
 #include "base/cproperty.h"
@@ -105,6 +107,7 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
   const int code = verifyAgainstStore(certificate->get0());
   if (code != X509_V_OK) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
+    if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be sound
     return false;
   }
   std::string subject = certificate->getSubjectOneLine();

@@ -17,10 +17,11 @@ constexpr int kMaxChains = 10;
 
 std::string titleOf(int index) { return "P7B" + std::to_string(index); }
 
-// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates.
+// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates. Throws std::bad_alloc.
 Pkcs7Ptr readChainFile(BIO* file) {
-  const ErrorQueueMark mark;
+  const OwnErrors errors;
   Pkcs7Ptr pkcs7(d2i_PKCS7_bio(file, nullptr));
+  if (!pkcs7 && errors.lackMemory()) throw std::bad_alloc();
   const bool holdsCertificates =
       pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr && sk_X509_num(pkcs7->d.sign->cert) > 0;
   if (!holdsCertificates) pkcs7.reset();
@@ -31,7 +32,13 @@ Pkcs7Ptr readChainFile(BIO* file) {
 
 bool cCertChainList::loadCertChainFiles(const cProperty* property) {
   logText(kInfo, "begin cCertChainList::loadCertChainFiles()");
-  const bool accepted = load(property);
+  bool accepted = false;
+  try {
+    accepted = load(property);
+  } catch (const std::bad_alloc&) {
+    chains_.clear();  // so that the next initialisation loads them all
+    throw;
+  }
   logBool(kInfo, "end cCertChainList::loadCertChainFiles()", accepted);
   return accepted;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <new>
 
 #include "base/cchars.h"
 #include "base/text.h"
@@ -27,10 +28,17 @@ const ASN1_STRING* firstCommonName(const X509_NAME* name) {
   return index < 0 ? nullptr : X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index));
 }
 
-// firstExtension: the decoded value of the first extension of a kind, which the caller frees; null when there is none.
-void* firstExtension(const X509* x509, int nid) {
-  const int index = X509_get_ext_by_NID(x509, nid, -1);
-  return index < 0 ? nullptr : X509V3_EXT_d2i(X509_get_ext(x509, index));
+// extension: the decoded value of an extension, null when there is none that can be read. With `isFirst` the first one
+// of its kind counts; otherwise one that stands there twice counts as none. Throws std::bad_alloc: for lack of memory
+// none must seem to be missing.
+template <class Pointer>
+Pointer extension(const X509* x509, int nid, bool isFirst = false) {
+  const OwnErrors errors;
+  int index = -1;
+  Pointer value(
+      static_cast<typename Pointer::pointer>(X509_get_ext_d2i(x509, nid, nullptr, isFirst ? &index : nullptr)));
+  if (!value && errors.lackMemory()) throw std::bad_alloc();
+  return value;
 }
 
 std::string bytesOf(const ASN1_STRING* text, int length) {
@@ -119,23 +127,19 @@ std::string cX509::getIssuerCN() const {
 std::string cX509::getSerial() const { return serialToText(X509_get0_serialNumber(x509_.get())); }
 
 std::string cX509::getSubjectKeyId() const {
-  const ErrorQueueMark mark;
-  const OctetStringPtr id(static_cast<ASN1_OCTET_STRING*>(firstExtension(x509_.get(), NID_subject_key_identifier)));
+  const auto id = extension<OctetStringPtr>(x509_.get(), NID_subject_key_identifier, true);
   return id ? hexText(ASN1_STRING_get0_data(id.get()), ASN1_STRING_length(id.get())) : "";
 }
 
 std::string cX509::getAuthorityKeyId() const {
-  const ErrorQueueMark mark;
-  const AuthorityKeyIdPtr id(static_cast<AUTHORITY_KEYID*>(firstExtension(x509_.get(), NID_authority_key_identifier)));
+  const auto id = extension<AuthorityKeyIdPtr>(x509_.get(), NID_authority_key_identifier, true);
   if (!id || id->keyid == nullptr) return {};
   return hexText(ASN1_STRING_get0_data(id->keyid), ASN1_STRING_length(id->keyid));
 }
 
 std::vector<std::string> cX509::getCrlDistPoints() const {
-  const ErrorQueueMark mark;
   std::vector<std::string> names;
-  const CrlDistPointsPtr points(
-      static_cast<CRL_DIST_POINTS*>(X509_get_ext_d2i(x509_.get(), NID_crl_distribution_points, nullptr, nullptr)));
+  const auto points = extension<CrlDistPointsPtr>(x509_.get(), NID_crl_distribution_points);
   for (int i = 0; i < sk_DIST_POINT_num(points.get()); ++i) {
     const DIST_POINT* point = sk_DIST_POINT_value(points.get(), i);
     if (point->distpoint != nullptr) appendNames(point->distpoint, names);
@@ -154,10 +158,8 @@ std::string cX509::getNotBefore() const { return asn1TimeToText(X509_get0_notBef
 std::string cX509::getNotAfter() const { return asn1TimeToText(X509_get0_notAfter(x509_.get())); }
 
 bool cX509::getKeyUsage(unsigned& usage) const {
-  const ErrorQueueMark mark;
   usage = 0;
-  const BitStringPtr bits(
-      static_cast<ASN1_BIT_STRING*>(X509_get_ext_d2i(x509_.get(), NID_key_usage, nullptr, nullptr)));
+  const auto bits = extension<BitStringPtr>(x509_.get(), NID_key_usage);
   if (!bits) return false;
   const unsigned char* data = ASN1_STRING_get0_data(bits.get());
   const int length = ASN1_STRING_length(bits.get());

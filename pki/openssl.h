@@ -68,8 +68,12 @@ class OwnErrors final {
   // firstText: the first error queued since, as the crypto library prints it; the last one when the host's own entries
   // stand in front. Empty when there is none.
   [[nodiscard]] std::string firstText() const;
+  // lackMemory: whether that error is a lack of memory.
+  [[nodiscard]] bool lackMemory() const noexcept;
 
  private:
+  [[nodiscard]] unsigned long first() const noexcept;
+
   bool hostHasErrors_ = ERR_peek_error() != 0;
   ErrorQueueMark mark_;
 };
