@@ -23,14 +23,16 @@ class SignerTest : public ::testing::Test {
     logger.writeText("DEBUG", "brings the pending lines into the file");
     taken();
   }
-  // taken: of the lines since the last call those that begin with `start`, without it, each ended by "\n". Look-ups of
-  // properties are left out.
+  // taken: of the lines since the last call, which go from the log, those that begin with `start`, without it, each
+  // ended by "\n". Look-ups of properties are left out.
   std::string taken(const std::string& start = "") {
-    const Lines all = stage.log();
     std::string text;
-    for (; taken_ < all.size(); ++taken_) {
-      const bool lookUp = all[taken_].starts_with("DEBUG cProperty::getProperty");
-      if (!lookUp && all[taken_].starts_with(start)) text += all[taken_].substr(start.size()) + "\n";
+    for (const std::string& line : stage.log()) {
+      const bool lookUp = line.starts_with("DEBUG cProperty::getProperty");
+      if (!lookUp && line.starts_with(start)) text += line.substr(start.size()) + "\n";
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+      if (entry.path().stem() == "app.log") std::filesystem::remove(entry);
     }
     return text;
   }
@@ -56,9 +58,6 @@ class SignerTest : public ::testing::Test {
   SignerStage stage = {};
   const TempFolder& folder = stage.folder;
   CryptoScope scope = {};
-
- private:
-  std::size_t taken_ = 0;
 };
 
 }  // namespace zepasign::testing
