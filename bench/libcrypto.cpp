@@ -3,7 +3,7 @@
 
 #include "api/ZEPASignDLL.h"
 #include "bench/stage.h"
-#include "tests/support/openssl_handles.h"
+#include "tools/demo/handles.h"
 
 namespace zepasign::bench {
 namespace {

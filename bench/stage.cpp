@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "tests/support/containers.h"
-#include "tests/support/openssl_handles.h"
+#include "tests/support/pki.h"
+#include "tools/demo/handles.h"
 
 namespace zepasign::bench {
 namespace {
@@ -58,7 +58,7 @@ std::string Stage::contentFile(std::size_t size) {
 // The files' names bear the process's number, since children share the folder.
 std::string Stage::propertyFile(const Job& job) {
   const std::string process = std::to_string(getpid());
-  testing::PfxSpec pfx{.identity = signer(job.key)};
+  testing::PfxPlan pfx{.identity = signer(job.key)};
   if (job.certificates == Certificates::kChainInPfx) pfx.caCertificates = {ca_.certificate, root_.certificate};
   folder_.write(process + ".pfx", testing::makePfx(pfx));
   folder_.write(process + ".p7b", testing::makeP7b({ca_.certificate, root_.certificate}));

@@ -5,8 +5,8 @@
 #include <map>
 
 #include "bench/job.h"
-#include "tests/support/certificates.h"
 #include "tests/support/files.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::bench {
 
@@ -23,8 +23,8 @@ class Stage final {
 
  private:
   testing::TempFolder folder_;
-  testing::Identity root_ = testing::makeIdentity(testing::caSpec("Bench Root"));
-  testing::Identity ca_ = testing::makeIdentity(testing::caSpec("Bench CA", root_));
+  testing::Identity root_ = testing::makeIdentity(testing::caPlan("Bench Root"));
+  testing::Identity ca_ = testing::makeIdentity(testing::caPlan("Bench CA", root_));
   std::map<KeyKind, testing::Identity> signers_;
   std::map<std::size_t, std::vector<unsigned char>> contents_;
 };

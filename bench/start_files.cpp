@@ -4,8 +4,8 @@
 
 #include "bench/measure.h"
 #include "bench/stage.h"
-#include "tests/support/containers.h"
-#include "tests/support/openssl_handles.h"
+#include "tests/support/pki.h"
+#include "tools/demo/handles.h"
 
 namespace zepasign::bench {
 namespace {
@@ -27,7 +27,7 @@ void parsePfx(const std::string& der) {
   const Pkcs12Ptr pfx(testing::decode<d2i_PKCS12>(der));
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
-  require(PKCS12_parse(pfx.get(), testing::PfxSpec{}.password.c_str(), &key, &certificate, nullptr) == 1, "the PFX");
+  require(PKCS12_parse(pfx.get(), testing::PfxPlan{}.password.c_str(), &key, &certificate, nullptr) == 1, "the PFX");
 }
 
 }  // namespace
@@ -41,14 +41,14 @@ StartFiles::StartFiles() {
                                     {"PKCS7.addCert", "1"},
                                     {"PFX.path", folder_.path()},
                                     {"PFX.file", "signer.pfx"},
-                                    {"PFX.pswd", testing::PfxSpec{}.password},
+                                    {"PFX.pswd", testing::PfxPlan{}.password},
                                     {"PSWD.license", std::string(64, 'A')}};
   folder_.write("signer.pfx", testing::makePfx({.identity = stage().signer(KeyKind::kRsa2048)}));
-  const testing::Identity root = testing::makeIdentity(testing::caSpec("Start Root"));
+  const testing::Identity root = testing::makeIdentity(testing::caPlan("Start Root"));
   const std::vector<std::string> serials = manySerials();
   for (int i = 0; i < 10; ++i) {
     const std::string title = formatted("P7B%d", i);
-    const testing::Identity ca = testing::makeIdentity(testing::caSpec("CA of " + title, root));
+    const testing::Identity ca = testing::makeIdentity(testing::caPlan("CA of " + title, root));
     folder_.write(title + ".p7b", testing::makeP7b({ca.certificate, root.certificate}));
     properties[title + ".name"] = title + ".p7b";
     properties[title + ".SKI"] = testing::subjectKeyIdOf(ca.certificate);

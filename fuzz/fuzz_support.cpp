@@ -2,10 +2,10 @@
 
 namespace zepasign::fuzz {
 
-Stage::Stage() : root(testing::makeIdentity(testing::caSpec("Fuzz Root"))) {
-  testing::CertSpec spec = testing::signerSpec(root);
-  spec.key = testing::newEcKey();  // signs faster than RSA
-  signer = testing::makeIdentity(spec);
+Stage::Stage() : root(testing::makeIdentity(testing::caPlan("Fuzz Root"))) {
+  testing::CertPlan plan = testing::signerPlan(root);
+  plan.key = testing::newEcKey();  // signs faster than RSA
+  signer = testing::makeIdentity(plan);
   folder.write("signer.pfx", testing::makePfx({.identity = signer}));
   folder.write("chain.p7b", testing::makeP7b({root.certificate}));
   folder.write("list.crl", testing::makeCrl({.issuer = root, .serials = {"01", "02", "02"}}));
@@ -24,7 +24,7 @@ testing::Properties Stage::properties() const {
           {"PSWD.license", std::string(64, 'A')},
           {"PFX.path", folder.path()},
           {"PFX.file", "signer.pfx"},
-          {"PFX.pswd", testing::PfxSpec{}.password}};
+          {"PFX.pswd", testing::PfxPlan{}.password}};
 }
 
 const Stage& stage() {

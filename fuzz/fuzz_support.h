@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/support/containers.h"
 #include "tests/support/files.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::fuzz {
 

@@ -15,7 +15,7 @@ void writeSeeds(const std::filesystem::path& corpus) {
   };
   const testing::Identity& root = fuzz::stage().root;
   const testing::Identity& signer = fuzz::stage().signer;
-  testing::CertSpec withEverything = testing::signerSpec(root);
+  testing::CertPlan withEverything = testing::signerPlan(root);
   withEverything.crlUris = {"http://crl.example/a", "ldap://crl.example/b"};
   withEverything.notBefore = "700101000000Z";
   write("certificate", "root", testing::derOf(root.certificate));

@@ -49,17 +49,17 @@ TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
     loadsFile(file, keyOf(expected[0]), true, errors);
     carries(expected);
   };
-  CertSpec sha1 = caSpec("SHA-1"), crossed = caSpec("Test CA", makeIdentity(caSpec("Root 2"))), bare = sha1;
+  CertPlan sha1 = caPlan("SHA-1"), crossed = caPlan("Test CA", makeIdentity(caPlan("Root 2"))), bare = sha1;
   sha1.digest = "SHA1";
   crossed.key = ca.key;
   bare.subjectKeyId = bare.authorityKeyId = "";
-  CertSpec here = caSpec("Here", makeIdentity(bare)), there = here;  // each names the other's key as its issuer's
+  CertPlan here = caPlan("Here", makeIdentity(bare)), there = here;  // each names the other's key as its issuer's
   here.subjectKeyId = "A1A1A1";
   there.subjectKeyId = "B2B2B2";
   here.authorityKeyId = there.authorityKeyId = "";
   here.otherExtensions = {{"authorityKeyIdentifier", "DER:30058003B2B2B2"}};
   there.otherExtensions = {{"authorityKeyIdentifier", "DER:30058003A1A1A1"}};
-  const Identity old = makeIdentity(sha1), renewed = makeIdentity(caSpec("Test CA", root));
+  const Identity old = makeIdentity(sha1), renewed = makeIdentity(caPlan("Test CA", root));
   const Identity cross = makeIdentity(crossed), first = makeIdentity(here), second = makeIdentity(there);
   climbs(p7b({root}), {root});
   climbs(p7b({old}), {old});
@@ -75,7 +75,7 @@ TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
 }
 
 TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
-  CertSpec late = caSpec("Late", root), plain = late;
+  CertPlan late = caPlan("Late", root), plain = late;
   late.notAfter = "210101000000Z";
   plain.keyUsage = "";
   const Identity expired = makeIdentity(late), noUsage = makeIdentity(plain);

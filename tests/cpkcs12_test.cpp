@@ -48,10 +48,10 @@ TEST_F(Pkcs12, OldAndNewFormsLoadWithAndWithoutCaCertificates) {
 }
 
 TEST_F(Pkcs12, ValidityAndKeyUsage) {
-  const auto check = [&](const CertSpec& spec, int validity, int usage, const std::string& lines) {
+  const auto check = [&](const CertPlan& plan, int validity, int usage, const std::string& lines) {
     cPkcs12 credential;
     EXPECT_EQ(credential.checkCertValid() + credential.checkKeyUsageForSign(), 2 * 5010);
-    ASSERT_EQ(load(credential, {.identity = makeIdentity(spec)}), 0);
+    ASSERT_EQ(load(credential, {.identity = makeIdentity(plan)}), 0);
     taken();
     EXPECT_EQ(credential.checkCertValid(), validity);
     EXPECT_EQ(credential.checkKeyUsageForSign(), usage);

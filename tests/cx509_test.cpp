@@ -25,7 +25,7 @@ TEST(X509, DatesAreUtcPlusEightInEveryZone) {
 }
 
 TEST(X509, NamesSerialsAndUsages) {
-  const Identity chen = makeIdentity({.subject = {{"OU", "A"}, {"CN", "Chen"}}, .issuer = makeIdentity(caSpec("CA"))});
+  const Identity chen = makeIdentity({.subject = {{"OU", "A"}, {"CN", "Chen"}}, .issuer = makeIdentity(caPlan("CA"))});
   const X509Ptr decoded(decode<d2i_X509>(derOf(chen.certificate)));
   EXPECT_EQ(cX509(decoded.get()).getSubjectCN(), "");  // as hosts know it, whatever the name says
   EXPECT_FALSE(cX509(decoded.get()).isSelfIssued());
@@ -51,7 +51,7 @@ TEST(X509, WhatIsAbsentIsEmpty) {
   EXPECT_EQ(certificate.getIssuerCN() + certificate.getSubjectCN() + certificate.getSubjectKeyId(), "");
   EXPECT_EQ(certificate.getAuthorityKeyId(), "");
   EXPECT_TRUE(certificate.getCrlDistPoints().empty());
-  const CertSpec serialAlone{.authorityKeyId = "", .otherExtensions = {{"authorityKeyIdentifier", "DER:3003820101"}}};
+  const CertPlan serialAlone{.authorityKeyId = "", .otherExtensions = {{"authorityKeyIdentifier", "DER:3003820101"}}};
   EXPECT_EQ(cX509(makeIdentity(serialAlone).certificate.get()).getAuthorityKeyId(), "");
   EXPECT_EQ(sha256Hex(cBytes()), "");
 }

@@ -5,10 +5,10 @@ namespace zepasign::testing {
 using Queries = SignerTest;
 
 TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
-  CertSpec spec = signerSpec(stage.ca);
-  spec.serial = "0A1B2C";
-  spec.notBefore = "200229235959Z";
-  const std::string der = derOf((stage.signer = makeIdentity(spec)).certificate);
+  CertPlan plan = signerPlan(stage.ca);
+  plan.serial = "0A1B2C";
+  plan.notBefore = "200229235959Z";
+  const std::string der = derOf((stage.signer = makeIdentity(plan)).certificate);
   folder.write("signer.pfx", makePfx({.identity = stage.signer}));
   const auto answers = [] {
     Lines texts;
@@ -38,7 +38,7 @@ TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
   EXPECT_EQ(told, expected);
   EXPECT_EQ(base64Decode(told[7]), der);
   EXPECT_EQ(GetErrorMsg(), big5("成功(0)"));
-  folder.write("signer.pfx", makePfx({.identity = makeIdentity(spec)}));
+  folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
   ASSERT_TRUE(initialise());
   EXPECT_EQ(sign(""), 5005);
   EXPECT_EQ(answers(), told) << "the new credential has not signed yet";

@@ -35,11 +35,11 @@ TEST_F(Sign, EachBadArgumentHasItsCodeAndItsLine) {
 }
 
 TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
-  CertSpec expired = signerSpec(stage.ca), unfit = expired;
+  CertPlan expired = signerPlan(stage.ca), unfit = expired;
   expired.notAfter = "210101000000Z";
   unfit.keyUsage = "keyEncipherment";
-  const auto ends = [&](const CertSpec& spec, int code, const std::string& errors) {
-    folder.write("signer.pfx", makePfx({.identity = makeIdentity(spec)}));
+  const auto ends = [&](const CertPlan& plan, int code, const std::string& errors) {
+    folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
     ASSERT_TRUE(initialise());
     taken();
     gives(sign("x"), code, errors);
@@ -51,10 +51,10 @@ TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
   ends(expired, 5011, "驗憑證效期 : 憑證 已過期\n驗憑證效期失敗, 返回 = 0x00001393(5011)\n");
   ends(unfit, 5017, "驗憑證用途失敗, 返回 = 0x00001399(5017)\n");
   stage.properties["PFX.signerFilter"] = "S_CN=no";
-  ends(signerSpec(stage.ca), 5010, "簽章憑證條件失敗, 返回 = 0x00001392(5010)\n");
+  ends(signerPlan(stage.ca), 5010, "簽章憑證條件失敗, 返回 = 0x00001392(5010)\n");
   stage.properties["PFX.signerFilter"] = "////";
   stage.properties["PKCS7.digest"] = "sha256";
-  ends(signerSpec(stage.ca), 5061, "簽章條件錯誤, 演算法 = 0x00000000(0)\n");
+  ends(signerPlan(stage.ca), 5061, "簽章條件錯誤, 演算法 = 0x00000000(0)\n");
 }
 
 TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
@@ -78,7 +78,7 @@ TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
 }
 
 TEST_F(Sign, ThePfxsOwnCaListGoesBeforeTheLoadedChain) {
-  const Certificate other = makeIdentity(caSpec("Other")).certificate, root = stage.root.certificate;
+  const Certificate other = makeIdentity(caPlan("Other")).certificate, root = stage.root.certificate;
   folder.write("signer.pfx", makePfx({.identity = stage.signer, .caCertificates = {other, root}}));
   stage.properties["PKCS7.addCert"] = "3";
   addChain();

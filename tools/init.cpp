@@ -2,7 +2,7 @@
 #include "base/platform.h"
 #include "tools/commands.h"
 #include "tools/console.h"
-#include "tools/demo.h"
+#include "tools/demo/files.h"
 #include "tools/messages.h"
 #include "tools/output.h"
 #include "tools/secret.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/certificates.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::testing {
 

@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/certificates.h"
-#include "tests/support/containers.h"
 #include "tests/support/files.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::testing {
 
@@ -15,9 +14,9 @@ namespace zepasign::testing {
 // which initialisation succeeds. A test changes `properties` or writes other files, then asks for `propertyFile`.
 struct SignerStage {
   TempFolder folder = {};
-  Identity root = makeIdentity(caSpec("Test Root"));
-  Identity ca = makeIdentity(caSpec("Test CA", root));
-  Identity signer = makeIdentity(signerSpec(ca));
+  Identity root = makeIdentity(caPlan("Test Root"));
+  Identity ca = makeIdentity(caPlan("Test CA", root));
+  Identity signer = makeIdentity(signerPlan(ca));
   Properties properties = {{"LOG.level", "DEBUG"},
                            {"LOG.path", folder.path()},
                            {"LOG.file", "app.log"},
@@ -27,7 +26,7 @@ struct SignerStage {
                            {"PSWD.license", std::string(64, 'A')},
                            {"PFX.path", folder.path()},
                            {"PFX.file", "signer.pfx"},
-                           {"PFX.pswd", PfxSpec{}.password}};
+                           {"PFX.pswd", PfxPlan{}.password}};
 
   SignerStage() { folder.write("signer.pfx", makePfx({.identity = signer})); }
 

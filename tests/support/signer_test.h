@@ -8,7 +8,7 @@
 #include "base/clog.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
-#include "tests/support/openssl_handles.h"
+#include "tools/demo/handles.h"
 #include "tests/support/signer_stage.h"
 
 namespace zepasign::testing {
@@ -51,8 +51,8 @@ class SignerTest : public ::testing::Test {
     return SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
   }
   static std::string signature() { return base64Decode(GetSignedPkcs7()); }
-  int load(cPkcs12& credential, const PfxSpec& spec) const {
-    folder.write("signer.pfx", makePfx(spec));
+  int load(cPkcs12& credential, const PfxPlan& plan) const {
+    folder.write("signer.pfx", makePfx(plan));
     return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", "pfx-password");
   }
   SignerStage stage = {};

@@ -1,6 +1,6 @@
 // A throwaway PKI to play with: a CA whose key is forgotten at once, and what it issued.
-#ifndef ZEPASIGN_TOOLS_DEMO_H_
-#define ZEPASIGN_TOOLS_DEMO_H_
+#ifndef ZEPASIGN_TOOLS_DEMO_FILES_H_
+#define ZEPASIGN_TOOLS_DEMO_FILES_H_
 
 #include <string>
 
@@ -25,4 +25,4 @@ struct DemoFiles {
 
 }  // namespace zepasign::tools
 
-#endif  // ZEPASIGN_TOOLS_DEMO_H_
+#endif  // ZEPASIGN_TOOLS_DEMO_FILES_H_

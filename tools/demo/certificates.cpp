@@ -1,12 +1,12 @@
-#include "tests/support/certificates.h"
+#include "tools/demo/certificates.h"
 
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
 
-#include "tests/support/openssl_handles.h"
+#include "tools/demo/handles.h"
 
-namespace zepasign::testing {
+namespace zepasign::demo {
 namespace {
 
 Key owned(EVP_PKEY* key) { return {made(key, "key"), EVP_PKEY_free}; }
@@ -25,7 +25,7 @@ Owned<ASN1_STRING_free, ASN1_STRING> timeOf(const std::string& text) {
   return time;
 }
 
-void addExtensions(X509* certificate, X509* issuer, const CertSpec& spec) {
+void addExtensions(X509* certificate, X509* issuer, const CertPlan& plan) {
   X509V3_CTX context;
   X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
   const auto add = [&](const std::string& name, const std::string& value) {
@@ -35,25 +35,27 @@ void addExtensions(X509* certificate, X509* issuer, const CertSpec& spec) {
     made(X509_add_ext(certificate, extension.get(), -1), name.c_str());
   };
   std::string points;
-  for (const std::string& uri : spec.crlUris) points += (points.empty() ? "URI:" : ",URI:") + uri;
-  add("basicConstraints", spec.basicConstraints);
-  add("keyUsage", spec.keyUsage);
-  add("subjectKeyIdentifier", spec.subjectKeyId);
-  add("authorityKeyIdentifier", spec.authorityKeyId);
+  for (const std::string& uri : plan.crlUris) points += (points.empty() ? "URI:" : ",URI:") + uri;
+  add("basicConstraints", plan.basicConstraints);
+  add("keyUsage", plan.keyUsage);
+  add("subjectKeyIdentifier", plan.subjectKeyId);
+  add("authorityKeyIdentifier", plan.authorityKeyId);
   add("crlDistributionPoints", points);
-  for (const auto& [name, value] : spec.otherExtensions) add(name, value);
+  for (const auto& [name, value] : plan.otherExtensions) add(name, value);
 }
 
 }  // namespace
 
 Key rsaKey() {
-  static const Key key = owned(EVP_RSA_gen(2048));
+  static const Key key = newRsaKey();
   return key;
 }
 
+Key newRsaKey() { return owned(EVP_RSA_gen(2048)); }
+
 Key newEcKey() { return owned(EVP_EC_gen("P-256")); }
 
-CertSpec caSpec(const std::string& commonName, const Identity& issuer) {
+CertPlan caPlan(const std::string& commonName, const Identity& issuer) {
   return {.subject = {{"C", "TW"}, {"O", "Zepa Test"}, {"CN", commonName}},
           .issuer = issuer,
           .basicConstraints = "critical,CA:TRUE",
@@ -61,23 +63,23 @@ CertSpec caSpec(const std::string& commonName, const Identity& issuer) {
           .authorityKeyId = issuer.key ? "keyid" : "keyid:always"};
 }
 
-CertSpec signerSpec(const Identity& issuer) { return {.issuer = issuer, .key = rsaKey()}; }
+CertPlan signerPlan(const Identity& issuer) { return {.issuer = issuer, .key = rsaKey()}; }
 
-Identity makeIdentity(const CertSpec& spec) {
-  Identity self{spec.key ? spec.key : newEcKey(), {made(X509_new(), "certificate"), X509_free}};
-  const Identity& issuer = spec.issuer.key ? spec.issuer : self;
+Identity makeIdentity(const CertPlan& plan) {
+  Identity self{plan.key ? plan.key : newEcKey(), {made(X509_new(), "certificate"), X509_free}};
+  const Identity& issuer = plan.issuer.key ? plan.issuer : self;
   X509* certificate = self.certificate.get();
   static int serial = 1000;
   made(X509_set_version(certificate, X509_VERSION_3), "version");
-  fill(X509_get_subject_name(certificate), spec.subject);
+  fill(X509_get_subject_name(certificate), plan.subject);
   made(X509_set_issuer_name(certificate, X509_get_subject_name(issuer.certificate.get())), "issuer");
-  made(X509_set_serialNumber(certificate, serialOf(spec.serial.empty() ? std::to_string(++serial) : spec.serial).get()),
+  made(X509_set_serialNumber(certificate, serialOf(plan.serial.empty() ? std::to_string(++serial) : plan.serial).get()),
        "serial");
-  made(X509_set1_notBefore(certificate, timeOf(spec.notBefore).get()), "notBefore");
-  made(X509_set1_notAfter(certificate, timeOf(spec.notAfter).get()), "notAfter");
+  made(X509_set1_notBefore(certificate, timeOf(plan.notBefore).get()), "notBefore");
+  made(X509_set1_notAfter(certificate, timeOf(plan.notAfter).get()), "notAfter");
   made(X509_set_pubkey(certificate, self.key.get()), "public key");
-  addExtensions(certificate, issuer.certificate.get(), spec);
-  made(X509_sign(certificate, issuer.key.get(), EVP_get_digestbyname(spec.digest.c_str())), "certificate signature");
+  addExtensions(certificate, issuer.certificate.get(), plan);
+  made(X509_sign(certificate, issuer.key.get(), EVP_get_digestbyname(plan.digest.c_str())), "certificate signature");
   return self;
 }
 
@@ -100,4 +102,4 @@ std::string pemOf(const std::string& label, const std::string& der) {
   return text;
 }
 
-}  // namespace zepasign::testing
+}  // namespace zepasign::demo

@@ -1,6 +1,6 @@
-// What the support sources share in talking to libcrypto; not for the tests themselves.
-#ifndef ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
-#define ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
+// What this folder's sources share in talking to libcrypto.
+#ifndef ZEPASIGN_TOOLS_DEMO_HANDLES_H_
+#define ZEPASIGN_TOOLS_DEMO_HANDLES_H_
 
 #include <algorithm>
 #include <memory>
@@ -9,7 +9,7 @@
 
 #include "pki/openssl.h"
 
-namespace zepasign::testing {
+namespace zepasign::demo {
 
 // Owned: a handle of a type for which the library itself has no alias.
 template <auto Free, class T>
@@ -46,6 +46,6 @@ inline Owned<ASN1_INTEGER_free, ASN1_INTEGER> serialOf(const std::string& hex) {
   return Owned<ASN1_INTEGER_free, ASN1_INTEGER>(made(s2i_ASN1_INTEGER(nullptr, text.c_str()), "serial"));
 }
 
-}  // namespace zepasign::testing
+}  // namespace zepasign::demo
 
-#endif  // ZEPASIGN_TESTS_SUPPORT_OPENSSL_HANDLES_H_
+#endif  // ZEPASIGN_TOOLS_DEMO_HANDLES_H_

@@ -1,11 +1,9 @@
-#include "tests/support/containers.h"
+#include "tools/demo/containers.h"
 
-#include "tests/support/openssl_handles.h"
+#include "tools/demo/handles.h"
 
-namespace zepasign::testing {
+namespace zepasign::demo {
 namespace {
-
-constexpr int kIterations = 8;  // few, since nobody attacks a test's PFX
 
 // legacyContext: RC2-40 comes from the legacy provider; in a context of its own, the default one stays as it is.
 OSSL_LIB_CTX* legacyContext() {
@@ -24,19 +22,19 @@ void addRevoked(X509_CRL* crl, const std::string& serial, ASN1_TIME* when) {
 
 }  // namespace
 
-std::string makePfx(const PfxSpec& spec) {
-  const bool legacy = spec.form == PfxForm::legacy;
+std::string makePfx(const PfxPlan& plan) {
+  const bool legacy = plan.form == PfxForm::legacy;
   const X509StackPtr others(made(sk_X509_new_null(), "stack"));
-  for (const Certificate& certificate : spec.caCertificates) made(sk_X509_push(others.get(), certificate.get()), "CA");
+  for (const Certificate& certificate : plan.caCertificates) made(sk_X509_push(others.get(), certificate.get()), "CA");
   const Pkcs12Ptr pfx(
-      made(PKCS12_create_ex(spec.password.c_str(), "signer", spec.identity.key.get(), spec.identity.certificate.get(),
+      made(PKCS12_create_ex(plan.password.c_str(), "signer", plan.identity.key.get(), plan.identity.certificate.get(),
                             others.get(), legacy ? NID_pbe_WithSHA1And3_Key_TripleDES_CBC : NID_aes_256_cbc,
-                            legacy ? NID_pbe_WithSHA1And40BitRC2_CBC : NID_aes_256_cbc, kIterations,
+                            legacy ? NID_pbe_WithSHA1And40BitRC2_CBC : NID_aes_256_cbc, plan.iterations,
                             -1 /* no MAC yet */, 0, legacy ? legacyContext() : nullptr, nullptr),
            "PFX"));
   const EVP_MD* digest = legacy ? EVP_sha1() : EVP_sha256();
-  if (spec.form != PfxForm::withoutMac) {
-    made(PKCS12_set_mac(pfx.get(), spec.password.c_str(), -1, nullptr, 0, kIterations, digest), "PFX MAC");
+  if (plan.form != PfxForm::withoutMac) {
+    made(PKCS12_set_mac(pfx.get(), plan.password.c_str(), -1, nullptr, 0, plan.iterations, digest), "PFX MAC");
   }
   return encode<i2d_PKCS12>(pfx.get());
 }
@@ -55,37 +53,20 @@ std::string makeP7b(const std::vector<Certificate>& certificates, const std::vec
   return encode<i2d_PKCS7>(pkcs7.get());
 }
 
-std::string makeCrl(const CrlSpec& spec) {
+std::string makeCrl(const CrlPlan& plan) {
   const X509CrlPtr crl(made(X509_CRL_new(), "CRL"));
   const Owned<ASN1_TIME_free, ASN1_TIME> time(made(ASN1_TIME_new(), "time"));
   made(X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2), "version");
-  made(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(spec.issuer.certificate.get())), "issuer");
-  made(ASN1_TIME_set_string(time.get(), spec.lastUpdate.c_str()), "lastUpdate");
+  made(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(plan.issuer.certificate.get())), "issuer");
+  made(ASN1_TIME_set_string(time.get(), plan.lastUpdate.c_str()), "lastUpdate");
   made(X509_CRL_set1_lastUpdate(crl.get(), time.get()), "lastUpdate");
-  for (const std::string& serial : spec.serials) addRevoked(crl.get(), serial, time.get());
-  if (!spec.nextUpdate.empty()) {
-    made(ASN1_TIME_set_string(time.get(), spec.nextUpdate.c_str()), "nextUpdate");
+  for (const std::string& serial : plan.serials) addRevoked(crl.get(), serial, time.get());
+  if (!plan.nextUpdate.empty()) {
+    made(ASN1_TIME_set_string(time.get(), plan.nextUpdate.c_str()), "nextUpdate");
     made(X509_CRL_set1_nextUpdate(crl.get(), time.get()), "nextUpdate");
   }
-  made(X509_CRL_sign(crl.get(), spec.issuer.key.get(), EVP_sha256()), "CRL signature");
+  made(X509_CRL_sign(crl.get(), plan.issuer.key.get(), EVP_sha256()), "CRL signature");
   return encode<i2d_X509_CRL>(crl.get());
 }
 
-SignatureFacts factsOf(const std::string& der) {
-  const Pkcs7Ptr pkcs7(decode<d2i_PKCS7>(der));
-  made(PKCS7_type_is_signed(pkcs7.get()), "signed data");
-  const PKCS7_SIGNED* body = pkcs7->d.sign;
-  const PKCS7_SIGNER_INFO* signer = made(sk_PKCS7_SIGNER_INFO_value(body->signer_info, 0), "signer");
-  SignatureFacts facts{.digest = OBJ_nid2sn(OBJ_obj2nid(signer->digest_alg->algorithm)),
-                       .detached = PKCS7_get_detached(pkcs7.get()) != 0};
-  for (int i = 0; i < sk_X509_num(body->cert); ++i) {
-    facts.certificates.push_back(encode<i2d_X509>(sk_X509_value(body->cert, i)));
-  }
-  for (int i = 0; i < sk_X509_ATTRIBUTE_num(signer->auth_attr); ++i) {
-    X509_ATTRIBUTE* attribute = sk_X509_ATTRIBUTE_value(signer->auth_attr, i);
-    facts.attributes.emplace_back(OBJ_nid2sn(OBJ_obj2nid(X509_ATTRIBUTE_get0_object(attribute))));
-  }
-  return facts;
-}
-
-}  // namespace zepasign::testing
+}  // namespace zepasign::demo

@@ -1,7 +1,8 @@
-// Keys and certificates for tests, made in memory with libcrypto alone, so that nothing secret or perishable is
-// committed. Everything that cannot be made throws std::runtime_error with OpenSSL's reason, which fails the test.
-#ifndef ZEPASIGN_TESTS_SUPPORT_CERTIFICATES_H_
-#define ZEPASIGN_TESTS_SUPPORT_CERTIFICATES_H_
+// Keys and certificates to try the library with, made in memory with libcrypto alone, so that nothing secret or
+// perishable is committed: for the demo, and for tests, fuzzers and benchmarks. Everything that cannot be made throws
+// std::runtime_error with OpenSSL's reason.
+#ifndef ZEPASIGN_TOOLS_DEMO_CERTIFICATES_H_
+#define ZEPASIGN_TOOLS_DEMO_CERTIFICATES_H_
 
 #include <openssl/evp.h>
 #include <openssl/x509.h>
@@ -11,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace zepasign::testing {
+namespace zepasign::demo {
 
 using Key = std::shared_ptr<EVP_PKEY>;
 using Certificate = std::shared_ptr<X509>;
@@ -28,12 +29,15 @@ struct Identity {
 // rsaKey: 2048 bits, made at its first use and the same for the rest of the process, since making one is slow.
 [[nodiscard]] Key rsaKey();
 
+// newRsaKey: a fresh one of 2048 bits.
+[[nodiscard]] Key newRsaKey();
+
 // newEcKey: a fresh P-256 key; quick.
 [[nodiscard]] Key newEcKey();
 
-// CertSpec: what a certificate shall say. The extensions take OpenSSL's configuration texts; an empty text leaves the
+// CertPlan: what a certificate shall say. The extensions take OpenSSL's configuration texts; an empty text leaves the
 // extension out. Malformed or rare forms go into `otherExtensions` as {"crlDistributionPoints", "DER:30:..."}.
-struct CertSpec {
+struct CertPlan {
   Name subject = {{"C", "TW"}, {"O", "Zepa Test"}, {"CN", "Test Signer"}};
   Identity issuer = {};                       // nobody: self-signed
   Key key = {};                               // null: a fresh P-256 key
@@ -49,13 +53,13 @@ struct CertSpec {
   std::vector<std::pair<std::string, std::string>> otherExtensions = {};
 };
 
-// caSpec: a certificate authority of that common name below `issuer`, or a root.
-[[nodiscard]] CertSpec caSpec(const std::string& commonName, const Identity& issuer = {});
+// caPlan: a certificate authority of that common name below `issuer`, or a root.
+[[nodiscard]] CertPlan caPlan(const std::string& commonName, const Identity& issuer = {});
 
-// signerSpec: an end entity with the process's RSA key.
-[[nodiscard]] CertSpec signerSpec(const Identity& issuer);
+// signerPlan: an end entity with the process's RSA key.
+[[nodiscard]] CertPlan signerPlan(const Identity& issuer);
 
-[[nodiscard]] Identity makeIdentity(const CertSpec& spec);
+[[nodiscard]] Identity makeIdentity(const CertPlan& plan);
 
 // subjectKeyIdOf: upper-case hexadecimal, empty when the certificate has none.
 [[nodiscard]] std::string subjectKeyIdOf(const Certificate& certificate);
@@ -65,6 +69,6 @@ struct CertSpec {
 // pemOf: `der` in PEM armour under a label such as "CERTIFICATE", "PKCS7" or "X509 CRL".
 [[nodiscard]] std::string pemOf(const std::string& label, const std::string& der);
 
-}  // namespace zepasign::testing
+}  // namespace zepasign::demo
 
-#endif  // ZEPASIGN_TESTS_SUPPORT_CERTIFICATES_H_
+#endif  // ZEPASIGN_TOOLS_DEMO_CERTIFICATES_H_

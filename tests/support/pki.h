@@ -1,0 +1,29 @@
+// The demo's keys, certificates and files, which tests use as they are, and a look into the signatures that the library
+// makes.
+#ifndef ZEPASIGN_TESTS_SUPPORT_PKI_H_
+#define ZEPASIGN_TESTS_SUPPORT_PKI_H_
+
+#include <string>
+#include <vector>
+
+#include "tools/demo/certificates.h"
+#include "tools/demo/containers.h"
+
+namespace zepasign::testing {
+
+using namespace demo;
+
+// SignatureFacts: what stands in a signed-data structure about its first signer.
+struct SignatureFacts {
+  std::string digest = {};  // short name, "SHA256"
+  bool detached = false;
+  std::vector<std::string> certificates = {};  // DER, in the order of the structure; compare with derOf
+  std::vector<std::string> attributes = {};    // short names of the signed attributes, in order
+};
+
+// factsOf: reads the DER of a signature; throws when it is no signed data.
+[[nodiscard]] SignatureFacts factsOf(const std::string& der);
+
+}  // namespace zepasign::testing
+
+#endif  // ZEPASIGN_TESTS_SUPPORT_PKI_H_
