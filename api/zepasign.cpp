@@ -8,7 +8,7 @@ void OwnedText::assign(const std::string& text) {
   constexpr std::size_t kSpare = 5;
   auto* block = static_cast<char*>(std::calloc(text.size() + kSpare, 1));
   if (block == nullptr) throw std::bad_alloc();
-  std::memcpy(block, text.data(), text.size());
+  text.copy(block, text.size());
   adopt(block);
 }
 
