@@ -8,8 +8,8 @@
 #include "base/clog.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
-#include "tools/demo/handles.h"
 #include "tests/support/signer_stage.h"
+#include "tools/demo/handles.h"
 
 namespace zepasign::testing {
 
