@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -162,15 +163,17 @@ double keptBy(const std::function<void()>& work) {
   return allocatedBytes() - before;
 }
 
+std::string residentText() { return std::to_string(std::lround(statusBytes("VmRSS") / 1024)) + ' '; }
+
 // Each part of a turn ends with the same small signature, so that the text kept is as long.
 void soak() {
   constexpr int kTurns = 100;
   constexpr int kSignatures = 1000;  // of each turn
   double byStarts = 0;
   double bySigning = 0;
-  double residentEarly = 0;
+  std::string resident;
   for (int turn = 0; turn < kTurns; ++turn) {
-    if (turn == 1) residentEarly = statusBytes("VmRSS");
+    if (turn == 1 || turn % 20 == 0) resident += residentText();
     const std::string file = stage().propertyFile(soakJob(turn));
     const double byStart = keptBy([&file] {
       require(ZEPASignInitial(file.c_str(), nullptr), "ZEPASignInitial");
@@ -184,12 +187,12 @@ void soak() {
     if (turn > 0) bySigning += bySignatures;
   }
   std::printf(
-      "Soak: %d signatures of 1 byte to 1 MiB, %d initialisations. Resident after the first thousand %.0f KiB, at the "
-      "end %.0f KiB. Left allocated in between by signing: %.1f KiB; by initialising anew: %.0f KiB, %.1f KiB each, "
-      "the "
-      "replaced credentials, which are dropped without being freed on purpose.\n",
-      kTurns * kSignatures, kTurns, residentEarly / 1024, statusBytes("VmRSS") / 1024, bySigning / 1024,
-      byStarts / 1024, byStarts / 1024 / (kTurns - 1));
+      "Soak: %d signatures of 1 byte to 1 MiB, %d initialisations. Resident at the start, after the first thousand and "
+      "after each twenty thousand: %sKiB. Left allocated after the first thousand by signing: %.1f KiB; by "
+      "initialising "
+      "anew: %.0f KiB, %.1f KiB each, the replaced credentials, which are dropped without being freed on purpose.\n",
+      kTurns * kSignatures, kTurns, (resident + residentText()).c_str(), bySigning / 1024, byStarts / 1024,
+      byStarts / 1024 / (kTurns - 1));
 }
 
 }  // namespace
