@@ -14,21 +14,25 @@ constexpr unsigned kForeign = 65;
 
 // kPairs: the two characters for each value of 12 bits, so that three bytes take two look-ups.
 using CharPair = std::array<char, 2>;
-constexpr std::array<CharPair, 4096> kPairs = [] {
-  std::array<CharPair, 4096> pairs{};
+using Pairs = std::array<CharPair, 4096>;
+constexpr Pairs makePairs() {
+  Pairs pairs{};
   for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {kAlphabet[i >> 6U], kAlphabet[i & 63U]};
   return pairs;
-}();
+}
+constexpr Pairs kPairs = makePairs();
 
 // kValues: the value of each character as a symbol.
-constexpr std::array<std::uint8_t, 256> kValues = [] {
-  std::array<std::uint8_t, 256> values{};
+using Values = std::array<std::uint8_t, 256>;
+constexpr Values makeValues() {
+  Values values{};
   values.fill(kForeign);
   for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
     values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
   }
   return values;
-}();
+}
+constexpr Values kValues = makeValues();
 
 void encodeGroup(const unsigned char* in, char* out) {
   const unsigned bits = static_cast<unsigned>(in[0]) << 16U | static_cast<unsigned>(in[1]) << 8U | in[2];
