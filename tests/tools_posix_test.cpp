@@ -62,6 +62,9 @@ TEST_F(ToolTest, ChecksTheDemoAndSaysWhatIsWrongAndWhere) {
             message("", "# Settings", "# " + std::string(512, 'x')));
   EXPECT_NE(std::string::npos, message("PFX.file", "signer.pfx", "chain.p7b").find("is no PFX"));
   EXPECT_NE(std::string::npos, message("PFX.signerFilter", "demo signer//", "Chen//").find("/CN=zepasign demo signer"));
+  for (const char* open : {"//CN=x//", "////", "//S_O=zepasign demo// //", "//S_CN=//"}) {
+    EXPECT_NE(std::string::npos, message("PFX.signerFilter", "//S_CN=demo signer//", open).find("is no condition"));
+  }
   EXPECT_NE(std::string::npos, message("P7B0.SKI", "P7B0.SKI = ", "P7B0.SKI = 0").find("they have"));
   EXPECT_NE("nothing", message("LOG.path", "LOG.path = ", "LOG.path = /dev/null/"));
   EXPECT_NE("nothing", message("P7B0.crlFile0", "ca.crl", "ca.pem"));

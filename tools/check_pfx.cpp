@@ -1,4 +1,7 @@
 // The doctor's look at the signer: the password in its three forms, the PFX, the certificate and the filter.
+#include <algorithm>
+#include <regex>
+
 #include "base/cleanse.h"
 #include "base/errors.h"
 #include "pki/cpkcs12.h"
@@ -9,6 +12,30 @@
 #include "tools/secret.h"
 
 namespace zepasign::tools {
+
+namespace {
+
+std::vector<std::string> split(const std::string& text, const std::string& mark) {
+  std::vector<std::string> parts;
+  for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + mark.size()) {
+    end = text.find(mark, at);
+    parts.push_back(text.substr(at, end - at));
+  }
+  return parts;
+}
+
+// whyClosed: what to say of a PFX that openPfx refused.
+Message whyClosed(PKCS12* pfx, const std::string& password) {
+  const ErrorQueueMark mark;
+  if (macRounds(pfx) > kMostMacRounds) {
+    return "checking the password of {0} would take too long (5208): export the PFX again"_m;
+  }
+  return PKCS12_verify_mac(pfx, password.c_str(), -1) == 1
+             ? "the password of {0} is right, but it is damaged or needs OpenSSL's legacy provider (5208)"_m
+             : "the password does not open {0}, or it is damaged (5208)"_m;
+}
+
+}  // namespace
 
 // findPassword: in the order in which the library looks; false when there is none to go on with.
 bool Doctor::findPassword(std::string& password) {
@@ -90,18 +117,30 @@ void Doctor::examineSigner(X509* certificate) {
   unsigned usage = 0;
   cX509(certificate).getKeyUsage(usage);
   if ((usage & (kDigitalSignature | kNonRepudiation)) == 0) {
-    warn("PFX.file", "the certificate's key usage does not allow signatures"_m);
+    warn("PFX.file", "the certificate's key usage does not name signatures"_m);
+  }
+}
+
+// examineConditions: what the library does not know as a condition it takes for one that holds.
+void Doctor::examineConditions(const std::string& alternative) {
+  static const std::regex known("[SI]_(CN?=.|OU?=)");
+  for (const std::string& item : split(alternative, ",")) {
+    if (std::regex_search(item, known)) continue;
+    warn("PFX.signerFilter",
+         R"("{0}" is no condition, so it holds for every signer: write S_ or I_, C, O, OU or CN, and =)"_m,
+         {readable(item)});
   }
 }
 
 void Doctor::examineFilter(X509* certificate, const std::string& password) {
   const std::string filter = properties_.value("PFX.signerFilter");
   if (filter.empty()) return;
-  const std::size_t mark = filter.find("//");
-  if (mark == std::string::npos || filter.find("//", mark + 2) == std::string::npos) {
+  const std::vector<std::string> parts = split(filter, "//");  // the first and the last stand outside the marks
+  if (parts.size() < 3) {
     return error("PFX.signerFilter", R"(no condition between two "//" marks, so nobody may sign (5010))"_m);
   }
   cPkcs12 credential;
+  std::for_each(parts.begin() + 1, parts.end() - 1, [this](const std::string& each) { examineConditions(each); });
   const int loaded = credential.loadPfxFile(properties_.value("PFX.path").c_str(),
                                             properties_.value("PFX.file").c_str(), password.c_str());
   if (loaded == kSuccess && credential.checkSignerFilter(filter.c_str()) == kSuccess) {

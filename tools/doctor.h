@@ -60,6 +60,7 @@ class Doctor final {
   void examineChains();
   void examineChain(const std::string& title, const std::string& path);
   void examineAuthorities(const std::string& title, const STACK_OF(X509) * certificates);
+  void examineConditions(const std::string& alternative);
   [[nodiscard]] bool examineAuthority(const std::string& key, X509* certificate, X509_STORE* store);
   void examineSki(const std::string& title, const std::set<std::string>& keyIds);
   void examineCrls(const std::string& title);
