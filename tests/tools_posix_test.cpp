@@ -116,6 +116,8 @@ TEST_F(ToolTest, SignsManyWithWorkersAndResumesWhatFailed) {
   EXPECT_EQ(2, run("sign -c " + quiet_ + " --out-dir out in1 ./in1").exitCode) << "one place for two";
   EXPECT_EQ(3, run("sign -c missing --jobs 2 in1 in2").exitCode);
 }
+  EXPECT_EQ(1202, json("sign -c missing --jobs 2 in1 in2")["failures"][0]["code"]);
+  EXPECT_EQ(1202, json("check -c missing")["code"]);
 
 // The limit on file sizes kills the process in the middle of writing a signature.
 TEST_F(ToolTest, LeavesNoHalfWrittenFileWhenKilled) {

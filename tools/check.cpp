@@ -19,9 +19,17 @@
 
 namespace zepasign::tools {
 
+bool readNamedFile(const std::string& path, CryptoFile& file) {
+  std::string bytes;
+  if (!readOrdinary(path, bytes)) return false;
+  file = parseCryptoFile(bytes);
+  return true;
+}
+
 void Doctor::examine() {
   examineLines();
   if (!properties_.longLines().empty() || properties_.pairs().empty()) return;  // the library reads nothing of it
+  examineFolders();
   examineLog();
   examineOptions();
   examinePfx();
@@ -70,6 +78,15 @@ void Doctor::examineKey(const PropertyText::Pair& pair) {
   }
   if (!isSecretKey(pair.key) && pair.value.find(" #") != std::string::npos) {
     warnHere(R"("#" does not begin a comment here, it belongs to the value: put the comment on its own line)"_m);
+  }
+}
+
+void Doctor::examineFolders() {
+  for (const char* key : {"LOG.path", "PFX.path", "P7B.path", "CRL.path"}) {
+    const std::string folder = properties_.value(key);
+    if (!folder.empty() && !isAbsolute(folder)) {
+      warn(key, "{0} begins at the folder where the host is started: write the whole path"_m, {readable(folder)});
+    }
   }
 }
 
@@ -136,8 +153,9 @@ int tryLibrary(const std::string& propertyFile, const std::string& enced, bool& 
 void printFindings(const std::string& file, const Tree& findings) {
   for (const Tree& each : findings) {
     const std::string line = each["line"] == 0 ? "" : ":" + each["line"].dump();
-    const std::string place = sayLabel(each["level"].get<std::string>()) + "  " + file + line;
-    printLine(place + "  " + each["key"].get<std::string>() + ": " + each["message"].get<std::string>());
+    const std::string key = each["key"].get<std::string>();
+    const std::string place = sayLabel(each["level"].get<std::string>()) + "  " + file + line + "  ";
+    printLine(place + key + (key.empty() ? "" : ": ") + each["message"].get<std::string>());
   }
 }
 
@@ -146,10 +164,7 @@ void printFindings(const std::string& file, const Tree& findings) {
 int runCheck(const CommonOptions& options) {
   const std::string file = fromTerminal(options.propertyFile);
   std::string bytes;
-  if (!readAll(options.propertyFile, bytes)) {
-    complain(say("{0}: cannot be read"_m, {file}) + ": " + sayCode(kPropertyFileUnreadable));
-    return kNotInitialised;
-  }
+  const bool isRead = readOrdinary(options.propertyFile, bytes);
   const CleanseOnExit wipe(bytes);
   const PropertyText properties(bytes);
   std::string enced;
@@ -157,7 +172,7 @@ int runCheck(const CommonOptions& options) {
   bool initialised = false;
   const int code = tryLibrary(options.propertyFile, enced, initialised);
   Doctor doctor(properties, enced);
-  doctor.examine();
+  isRead ? doctor.examine() : doctor.error("", "the file cannot be read, or is no ordinary file"_m);
   const std::string verdict = code == kSuccess ? say("the library initialises and signs"_m)
                               : initialised ? say("the library initialises, but does not sign: {0}"_m, {sayCode(code)})
                                             : say("the library does not initialise: {0}"_m, {sayCode(code)});

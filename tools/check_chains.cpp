@@ -50,7 +50,7 @@ void Doctor::examineChains() {
 void Doctor::examineChain(const std::string& title, const std::string& path) {
   CryptoFile file;
   const std::string key = title + ".name";
-  if (!readCryptoFile(path, file)) return error(key, "{0} cannot be read: check its rights"_m, {readable(path)});
+  if (!readNamedFile(path, file)) return error(key, "{0} cannot be read: check its rights"_m, {readable(path)});
   if (!file.pkcs7 || sk_X509_num(certificatesOf(file.pkcs7.get())) <= 0) {
     return error(key, "{0} is no P7B with certificates"_m, {readable(path)});
   }
@@ -114,7 +114,7 @@ void Doctor::examineCrls(const std::string& title) {
 
 void Doctor::examineCrl(const std::string& key, const std::string& path) {
   CryptoFile file;
-  if (!readCryptoFile(path, file)) {
+  if (!readNamedFile(path, file)) {
     return warn(key, "{0} cannot be read: check folder, name and rights"_m, {readable(path)});
   }
   if (file.crls.empty() || !file.isDer) return warn(key, "{0} is no CRL in DER form"_m, {readable(path)});
@@ -127,9 +127,11 @@ void Doctor::examineCrl(const std::string& key, const std::string& path) {
 
 // examineReach: whether a signature that shall carry the signer's chain will find it.
 void Doctor::examineReach() {
-  if (std::strtol(properties_.value("PKCS7.addCert").c_str(), nullptr, 10) < 2 || pfxHasChain_ ||
-      signerIssuerKeyId_.empty())
-    return;
+  const bool wantsChain = std::strtol(properties_.value("PKCS7.addCert").c_str(), nullptr, 10) >= 2;
+  if (!wantsChain || !pfxOpened_ || pfxHasChain_) return;
+  if (signerIssuerKeyId_.empty()) {
+    return warn("PKCS7.addCert", "the signer's certificate does not name its issuer's key, so no chain is found"_m);
+  }
   if (soundChains_.contains(signerIssuerKeyId_)) return good("PKCS7.addCert", "signatures carry the signer's chain"_m);
   warn("PKCS7.addCert", "no chain is filed under the signer's issuer, whose key identifier is {0}"_m,
        {signerIssuerKeyId_});

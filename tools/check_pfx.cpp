@@ -69,7 +69,7 @@ bool Doctor::findPassword(std::string& password) {
 bool Doctor::examineSecret(const std::string& key, Secret secret) {
   if (secret == Secret::kNoKey) error("PSWD.license", "is no key: write 64 hexadecimal digits (5005, 5208)"_m);
   if (secret == Secret::kWrong) {
-    error(key, "the enciphered password does not belong to this PSWD.license: make it anew (zepasign passwd)"_m);
+    error(key, "the enciphered password was not made with these keys (5005): make it anew (zepasign passwd)"_m);
   }
   return secret == Secret::kGood;
 }
@@ -83,17 +83,18 @@ void Doctor::examinePfx() {
   }
   const std::string path = properties_.value("PFX.path") + "/" + properties_.value("PFX.file");
   CryptoFile file;
-  if (!readCryptoFile(path, file))
+  if (!readNamedFile(path, file))
     return error("PFX.file", "{0} cannot be read (1102): check folder, name and rights"_m, {readable(path)});
   if (!file.pfx || !file.isDer) return error("PFX.file", "{0} is no PFX in DER form (1102)"_m, {readable(path)});
   if (!hasPassword) return;
   PfxContent content;
   if (!openPfx(file.pfx.get(), password, content)) {
-    return error("PFX.file", "the password does not open {0}, or it is damaged (5208)"_m, {readable(path)});
+    return error("PFX.file", whyClosed(file.pfx.get(), password), {readable(path)});
   }
   if (!content.key || !content.certificate) {
     return error("PFX.file", "{0} holds no private key or no certificate to it (5208)"_m, {readable(path)});
   }
+  pfxOpened_ = true;
   pfxHasChain_ = sk_X509_num(content.others.get()) > 0;
   signerIssuerKeyId_ = cX509(content.certificate.get()).getAuthorityKeyId();
   examineSigner(content.certificate.get());
@@ -139,8 +140,8 @@ void Doctor::examineFilter(X509* certificate, const std::string& password) {
   if (parts.size() < 3) {
     return error("PFX.signerFilter", R"(no condition between two "//" marks, so nobody may sign (5010))"_m);
   }
-  cPkcs12 credential;
   std::for_each(parts.begin() + 1, parts.end() - 1, [this](const std::string& each) { examineConditions(each); });
+  cPkcs12 credential;
   const int loaded = credential.loadPfxFile(properties_.value("PFX.path").c_str(),
                                             properties_.value("PFX.file").c_str(), password.c_str());
   if (loaded == kSuccess && credential.checkSignerFilter(filter.c_str()) == kSuccess) {

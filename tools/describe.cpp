@@ -156,12 +156,10 @@ Tree describePkcs7(PKCS7* pkcs7) {
 
 Tree describePfx(PKCS12* pfx, const std::string& password) {
   const X509_ALGOR* algorithm = nullptr;
-  const ASN1_INTEGER* iterations = nullptr;
-  PKCS12_get0_mac(nullptr, &algorithm, nullptr, &iterations, pfx);
+  PKCS12_get0_mac(nullptr, &algorithm, nullptr, nullptr, pfx);
   const bool hasMac = PKCS12_mac_present(pfx) == 1;
-  Tree tree = {{"kind", "pfx"},
-               {"mac", hasMac ? Tree(algorithmText(algorithm)) : Tree()},
-               {"macIterations", iterations == nullptr ? 1 : ASN1_INTEGER_get(iterations)}};
+  Tree tree = {
+      {"kind", "pfx"}, {"mac", hasMac ? Tree(algorithmText(algorithm)) : Tree()}, {"macIterations", macRounds(pfx)}};
   PfxContent content;
   const bool opened = openPfx(pfx, password, content);
   tree["opened"] = opened;

@@ -15,6 +15,9 @@
 
 namespace zepasign::tools {
 
+// readNamedFile: of a file that a property names; false when the library could not read it either.
+[[nodiscard]] bool readNamedFile(const std::string& path, CryptoFile& file);
+
 class Doctor final {
  public:
   // Doctor: `enced` is what ZEPASignInitial gets beside a file with PSWD.authKey.
@@ -46,6 +49,7 @@ class Doctor final {
 
   void examineLines();
   void examineKey(const PropertyText::Pair& pair);
+  void examineFolders();
   void examineLog();
   void examineOptions();
   void examineInt(const std::string& key);
@@ -56,11 +60,11 @@ class Doctor final {
   void examinePfx();
   void examineSigner(X509* certificate);
   void examineFilter(X509* certificate, const std::string& password);
+  void examineConditions(const std::string& alternative);
 
   void examineChains();
   void examineChain(const std::string& title, const std::string& path);
   void examineAuthorities(const std::string& title, const STACK_OF(X509) * certificates);
-  void examineConditions(const std::string& alternative);
   [[nodiscard]] bool examineAuthority(const std::string& key, X509* certificate, X509_STORE* store);
   void examineSki(const std::string& title, const std::set<std::string>& keyIds);
   void examineCrls(const std::string& title);
@@ -71,6 +75,7 @@ class Doctor final {
   const std::string& enced_;
   Tree findings_ = Tree::array();
   bool hasErrors_ = false;
+  bool pfxOpened_ = false;
   std::string signerIssuerKeyId_;
   bool pfxHasChain_ = false;
   std::set<std::string> soundChains_;

@@ -101,6 +101,10 @@ bool readAll(const std::string& path, std::string& bytes) {
   return std::ferror(file) == 0;
 }
 
+bool readOrdinary(const std::string& path, std::string& bytes) {
+  return path != "-" && platform::openForReading(path.c_str()) != nullptr && readAll(path, bytes);
+}
+
 // The name beside is always the same, so that a run that was killed leaves nothing that the next one does not take
 // over.
 bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate) {

@@ -30,6 +30,8 @@ void complain(const std::string& utf8);
 
 // readAll: the whole content of a file or, for "-", of the standard input. False when it cannot be read.
 [[nodiscard]] bool readAll(const std::string& path, std::string& bytes);
+// readOrdinary: the same of an ordinary file, which is all that the library reads.
+[[nodiscard]] bool readOrdinary(const std::string& path, std::string& bytes);
 
 // writeFile: writes beside the place and renames, so that nobody ever sees half a file there; "-" is the standard
 // output.

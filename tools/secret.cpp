@@ -40,7 +40,7 @@ Secret decipher(const KeyBytes& key, const KeyBytes& vector, const std::string& 
   }
   const unsigned char* end = std::find(area.data(), area.data() + kAreaSize, 0);
   password.assign(reinterpret_cast<const char*>(area.data()), static_cast<std::size_t>(end - area.data()));
-  return Secret::kGood;
+  return password.empty() ? Secret::kWrong : Secret::kGood;
 }
 
 }  // namespace
