@@ -114,10 +114,11 @@ TEST_F(ToolTest, SignsManyWithWorkersAndResumesWhatFailed) {
   std::filesystem::remove(folder_.path("out/in7.p7s.b64"));
   EXPECT_EQ((Json{{"signed", 2}, {"skipped", 19}, {"failed", 0}, {"failures", Json::array()}}), json(command));
   EXPECT_EQ(2, run("sign -c " + quiet_ + " --out-dir out in1 ./in1").exitCode) << "one place for two";
+  EXPECT_EQ(2, run("sign -c " + quiet_ + " -o in1 in1").exitCode) << "the content would be lost";
   EXPECT_EQ(3, run("sign -c missing --jobs 2 in1 in2").exitCode);
-}
   EXPECT_EQ(1202, json("sign -c missing --jobs 2 in1 in2")["failures"][0]["code"]);
   EXPECT_EQ(1202, json("check -c missing")["code"]);
+}
 
 // The limit on file sizes kills the process in the middle of writing a signature.
 TEST_F(ToolTest, LeavesNoHalfWrittenFileWhenKilled) {
@@ -162,6 +163,7 @@ TEST_F(ToolTest, KeepsTheLibrarysPendingLogOutOfItsOutput) {
   const std::string noLog = changed("no-log.properties", "LOG.file", "#LOG.file");
   EXPECT_EQ("", run("sign -c " + noLog + " a").output);
   EXPECT_EQ(0, run("sign -c " + noLog + " --der -o - a | " ZEPASIGN_TOOL " verify /dev/stdin").exitCode);
+  EXPECT_EQ(1, run("sign -c " + noLog + " -o - a >&-").exitCode) << "a signature that went nowhere";
 }
 
 TEST_F(ToolTest, SpeaksTheLocalesLanguageInItsEncoding) {
@@ -170,6 +172,8 @@ TEST_F(ToolTest, SpeaksTheLocalesLanguageInItsEncoding) {
   EXPECT_EQ(chinese, run("init demo", "LC_ALL=zh_TW.UTF-8").output);
   EXPECT_EQ(big5(chinese), run("init demo", "LC_ALL=zh_TW.Big5").output);
   EXPECT_EQ(2, run("init").exitCode);
+  std::filesystem::remove(folder_.path("demo/app.properties"));
+  EXPECT_EQ("zepasign: demo/signer.pfx: exists already\n", run("init --demo demo").output) << "the user's PFX stays";
 }
 
 }  // namespace

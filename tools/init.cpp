@@ -1,4 +1,6 @@
 // zepasign init: a property file to begin with.
+#include <cerrno>
+
 #include "base/platform.h"
 #include "tools/commands.h"
 #include "tools/console.h"
@@ -62,21 +64,33 @@ std::string propertyText(const std::string& folder, const DemoFiles& demo) {
 
 // absolute: so that the settings hold wherever the program is started.
 std::string absolute(const std::string& folder) {
-  const bool isAbsolute = folder.starts_with('/') || folder.starts_with('\\') || folder.substr(0, 2).ends_with(':');
-  return isAbsolute ? folder : platform::currentFolder() + platform::kFolderSeparator + folder;
+  return isAbsolute(folder) ? folder : platform::currentFolder() + platform::kFolderSeparator + folder;
 }
 
-bool exists(const std::string& path) { return platform::openForReading(path.c_str()) != nullptr; }
+// exists: also when it may not be read.
+bool exists(const std::string& path) {
+  return platform::FilePtr(std::fopen(path.c_str(), "rb")) != nullptr || errno == EACCES;
+}
+
+// firstThatExists: nobody's file is written over, least of all a PFX; empty when there is none.
+std::string firstThatExists(const std::string& folder, bool isDemo) {
+  for (const char* name : {"app.properties", "signer.pfx", "chain.p7b", "ca.crl", "ca.pem"}) {
+    std::string path = folder + "/" + name;
+    if (exists(path)) return path;
+    if (!isDemo) break;
+  }
+  return {};
+}
 
 }  // namespace
 
 int runInit(const InitOptions& options) {
   const auto pathOf = [&options](const char* name) { return options.folder + "/" + name; };
-  const std::string properties = pathOf("app.properties");
-  if (exists(properties)) {
-    complain(say("{0}: exists already"_m, {fromTerminal(properties)}));
+  if (const std::string path = firstThatExists(options.folder, options.demo); !path.empty()) {
+    complain(say("{0}: exists already"_m, {fromTerminal(path)}));
     return kFailed;
   }
+  const std::string properties = pathOf("app.properties");
   const DemoFiles demo = options.demo ? makeDemo() : DemoFiles();
   bool written = platform::createFolder(options.folder.c_str());
   if (options.demo) {

@@ -42,6 +42,7 @@ bool isDone(const std::string& output) {
 
 // makePlan: false, after a complaint, when what the user wants cannot be.
 bool makePlan(const SignOptions& options, Plan& plan) {
+  const std::set<std::string> inputs(options.files.begin(), options.files.end());
   std::set<std::string> places;
   for (const std::string& input : options.files) {
     SigningJob job{input, outputOf(options, input)};
@@ -51,6 +52,9 @@ bool makePlan(const SignOptions& options, Plan& plan) {
     }
     if (options.resume && isDone(job.output)) {
       ++plan.skipped;
+    } else if (job.output != "-" && inputs.contains(job.output)) {
+      complain(say("{0}: a signature would go there, but the file is to be signed"_m, {fromTerminal(job.output)}));
+      return false;
     } else {
       plan.jobs.push_back(std::move(job));
     }
@@ -64,6 +68,10 @@ bool makePlan(const SignOptions& options, Plan& plan) {
     return false;
   }
   return true;
+}
+
+Tree failure(const std::string& file, const Outcome& outcome) {
+  return {{"file", fromTerminal(file)}, {"code", outcome.code}, {"message", outcome.meaning}};
 }
 
 // Tally: the outcome of each job in its order; a job that was never reached has none.
@@ -81,10 +89,7 @@ class Tally final {
   [[nodiscard]] Tree summary() const {
     Tree failures = Tree::array();
     for (std::size_t i = 0; i < outcomes_.size(); ++i) {
-      const Outcome& outcome = outcomes_[i];
-      if (outcome.code == kSuccess) continue;
-      failures.push_back(
-          {{"file", fromTerminal(plan_.jobs[i].input)}, {"code", outcome.code}, {"message", outcome.meaning}});
+      if (outcomes_[i].code != kSuccess) failures.push_back(failure(plan_.jobs[i].input, outcomes_[i]));
     }
     return {{"signed", signed_}, {"skipped", plan_.skipped}, {"failed", failed_}, {"failures", failures}};
   }
@@ -97,29 +102,27 @@ class Tally final {
   Progress progress_;
 };
 
-void report(const SignOptions& options, const Tree& summary) {
+void report(const SignOptions& options, const Tree& summary, int result) {
   if (options.json) return printTree(summary, true);
   for (const Tree& each : summary["failures"]) {
     complain(each["file"].get<std::string>() + ": " + each["message"].get<std::string>());
   }
+  if (result == kNotInitialised) complain(say("zepasign check -c tells what is wrong"_m));
   if (options.files.size() < 2) return;
   complain(say("{0} signed, {1} skipped, {2} failed"_m,
                {summary["signed"].dump(), summary["skipped"].dump(), summary["failed"].dump()}));
 }
 
-// signPlan: the run itself; `summary` stays null when the library could not be initialised.
+// signPlan: the run itself. A property file that fails stands in the summary as a file that failed.
 int signPlan(const SignOptions& options, const SigningSetup& setup, const Plan& plan, Tree& summary) {
   Tally tally(plan);
   const Outcome initialised =
       signAll(setup, plan.jobs, options.jobs,
               [&tally](std::size_t index, const Outcome& outcome) { tally.add(index, outcome); });
-  if (initialised.code != kSuccess) {
-    complain(fromTerminal(options.propertyFile) + ": " + initialised.meaning);
-    complain(say("zepasign check -c tells what is wrong"_m));
-    return kNotInitialised;
-  }
   summary = tally.summary();
-  return tally.allGood() ? kGood : kFailed;
+  if (initialised.code == kSuccess) return tally.allGood() ? kGood : kFailed;
+  summary["failures"].push_back(failure(options.propertyFile, initialised));
+  return kNotInitialised;
 }
 
 }  // namespace
@@ -128,7 +131,7 @@ int runSign(const SignOptions& options) {
   Plan plan;
   if (!makePlan(options, plan)) return kUsage;
   std::string bytes;
-  static_cast<void>(readAll(options.propertyFile, bytes));  // the library will say what is wrong with it
+  static_cast<void>(readOrdinary(options.propertyFile, bytes));  // the library will say what is wrong with it
   const CleanseOnExit wipe(bytes);
   SigningSetup setup{options.propertyFile, {}, options.encoding, formOf(options)};
   if (!obtainEnced(options, PropertyText(bytes), setup.encedPassword)) return kNotInitialised;
@@ -138,7 +141,7 @@ int runSign(const SignOptions& options) {
   }
   Tree summary;
   const int result = signPlan(options, setup, plan, summary);
-  if (!summary.is_null()) report(options, summary);
+  report(options, summary, result);
   return result;
 }
 
