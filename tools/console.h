@@ -30,6 +30,10 @@ void setUpConsole();
 
 [[nodiscard]] bool isTerminal(std::FILE* stream);
 [[nodiscard]] bool isFolder(const std::string& path);
+// isAbsolute: whether the path names the same place wherever the program is started.
+[[nodiscard]] inline bool isAbsolute(const std::string& path) {
+  return path.starts_with('/') || path.starts_with('\\') || path.substr(0, 2).ends_with(':');
+}
 // fileNameOf: what stands behind the last separator of the path.
 [[nodiscard]] std::string fileNameOf(const std::string& path);
 

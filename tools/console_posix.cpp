@@ -68,14 +68,23 @@ std::string convert(const std::string& text, const std::string& from, const std:
   return result;
 }
 
+// shown: how the terminal is to be left. showAgainAndEnd does so when the user gives up in the middle of a password.
+termios shown{};
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+extern "C" void showAgainAndEnd(int signal) {
+  tcsetattr(STDIN_FILENO, TCSANOW, &shown);
+  static_cast<void>(std::signal(signal, SIG_DFL));
+  static_cast<void>(raise(signal));
+}
+
 }  // namespace
 
-// A standard stream that is closed becomes the null device, lest a file that is opened later takes its number.
+// A standard stream that is closed becomes one that fails, lest a file that is opened later takes its number.
 void setUpConsole() {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-  int descriptor = open("/dev/null", O_RDWR);
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = dup(descriptor);
-  if (descriptor >= 0) close(descriptor);
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+    if (fcntl(stream, F_GETFD) < 0) static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
 }
 
 std::FILE* takeStandardOutput() {
@@ -107,21 +116,18 @@ bool isFolder(const std::string& path) {
 
 std::string fileNameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-// An interrupt waits until the terminal shows again what is typed.
 std::string readLineHidden() {
-  sigset_t signals;
-  sigset_t signalsBefore;
-  sigfillset(&signals);
-  sigprocmask(SIG_BLOCK, &signals, &signalsBefore);
-  termios before{};
-  const bool known = tcgetattr(STDIN_FILENO, &before) == 0;
-  termios hidden = before;
+  if (tcgetattr(STDIN_FILENO, &shown) != 0) return {};
+  termios hidden = shown;
   hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-  if (known) tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  for (const int signal : kEndingSignals) static_cast<void>(std::signal(signal, showAgainAndEnd));
+  const auto stopBefore = std::signal(SIGTSTP, SIG_IGN);  // the terminal would show the rest when the user comes back
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
   std::string line;
   std::getline(std::cin, line);
-  if (known) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
-  sigprocmask(SIG_SETMASK, &signalsBefore, nullptr);
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+  static_cast<void>(std::signal(SIGTSTP, stopBefore));
+  for (const int signal : kEndingSignals) static_cast<void>(std::signal(signal, SIG_DFL));
   return line;
 }
 
