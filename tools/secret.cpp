@@ -45,6 +45,8 @@ Secret decipher(const KeyBytes& key, const KeyBytes& vector, const std::string& 
 
 }  // namespace
 
+bool isKey(const std::string& license) { return KeyBytes(license).isKey; }
+
 std::string encipherStored(const std::string& license, const std::string& password) {
   const KeyBytes key(license);
   cAesCipher cipher;

@@ -11,7 +11,10 @@ namespace zepasign::tools {
 
 enum class Secret { kGood, kNoKey, kWrong };
 
-// encipherStored: the PFX.pswdB64 form of a password of at most 511 bytes; empty when PSWD.license is no key.
+// isKey: whether the text can be PSWD.license.
+[[nodiscard]] bool isKey(const std::string& license);
+// encipherStored: the PFX.pswdB64 form of a password; empty when that has more than 511 bytes or PSWD.license is no
+// key.
 [[nodiscard]] std::string encipherStored(const std::string& license, const std::string& password);
 // decipherStored, decipherCallers: the password of PFX.pswdB64, and of the text that MakeZEPASignPasswd makes.
 [[nodiscard]] Secret decipherStored(const std::string& license, const std::string& text, std::string& password);
