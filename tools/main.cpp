@@ -28,7 +28,13 @@ struct CommandLine {
 
   CommandLine() : app(toTerminal(say("PKCS#7 signatures with a key from a PFX file"_m)), "zepasign") {
     app.require_subcommand(1);
-    app.set_version_flag("--version", std::string("zepasign ") + GetPkiVersion());
+    app.option_defaults()->group(help("Options"_m));
+    for (const Message& label : {"Usage"_m, "OPTIONS"_m, "SUBCOMMAND"_m, "Positionals"_m, "REQUIRED"_m, "Excludes"_m}) {
+      app.get_formatter()->label(std::string(label.english), help(label));
+    }
+    app.get_formatter()->label("TEXT", help("PATH"_m));
+    addHelp(&app);
+    app.set_version_flag("--version", std::string("zepasign ") + GetPkiVersion(), help("print the version and exit"_m));
     addSign();
     addVerify();
     addShow();
@@ -41,9 +47,12 @@ struct CommandLine {
   CLI::App* add(const char* name, const Message& description, std::function<int()> action) {
     CLI::App* command = app.add_subcommand(name, toTerminal(say(description)));
     command->final_callback([this, action = std::move(action)] { run = action; });
+    command->group(help("Subcommands"_m));
+    addHelp(command);
     return command;
   }
 
+  static void addHelp(CLI::App* command) { command->set_help_flag("-h,--help", help("print this help and exit"_m)); }
   static std::string help(const Message& text) { return toTerminal(say(text)); }
   static void addProperties(CLI::App* command, std::string& file) {
     command->add_option("-c,--config", file, help("property file"_m))->required();
@@ -118,7 +127,8 @@ int parse(CommandLine& line, int argc, char** argv) {
     std::ostringstream err;
     const int code = line.app.exit(failure, out, err);
     printBytes(out.str());
-    if (code != 0) complain(failure.what() + std::string("\n") + say("zepasign --help tells more"_m));
+    if (code != 0)
+      complain(say("wrong command line: {0}"_m, {failure.what()}) + "\n" + say("zepasign --help tells more"_m));
     return code == 0 ? kGood : kUsage;
   }
 }
