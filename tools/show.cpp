@@ -26,12 +26,18 @@ Tree describeWithPassword(PKCS12* pfx, const std::string& name) {
   return describePfx(pfx, password);
 }
 
+// logLine: the text is Big5; the value behind it is as the host passed it, often UTF-8.
+std::string logLine(const std::string& line) {
+  const std::size_t value = std::min(line.find(" = "), line.size());
+  return fromBig5(line.substr(0, value)) + readable(line.substr(value));
+}
+
 // describeLog: a daily log begins with a time stamp, 2026/01/31 08:15:00.123
 Tree describeLog(const std::string& bytes) {
   Tree lines = Tree::array();
   for (std::size_t at = 0, end = 0; at < bytes.size(); at = end + 1) {
     end = std::min(bytes.find('\n', at), bytes.size());
-    lines.push_back(fromBig5(bytes.substr(at, end - at)));
+    lines.push_back(logLine(bytes.substr(at, end - at)));
   }
   return {{"kind", "log"}, {"lines", lines}};
 }

@@ -47,8 +47,6 @@ std::string reasonText() {
       return say("the signature does not carry the signer's certificate: give it with --ca"_m);
     case PKCS7_R_NO_CONTENT:
       return say("the signature is detached: give the content with --content"_m);
-    case PKCS7_R_NO_SIGNATURES_ON_DATA:
-      return say("nobody signed it"_m);
     default:
       return error == 0 ? say("the content or the signature was changed"_m) : ERR_reason_error_string(error);
   }
@@ -109,7 +107,9 @@ bool verifyFile(const std::string& path, const Authorities& authorities, const s
   CryptoFile file;
   const bool isRead = readCryptoFile(path, file);
   verdict = {{"file", fromTerminal(path)}, {"good", false}};
-  if (file.pkcs7) return judge(file.pkcs7.get(), authorities, content, verdict);
+  if (file.pkcs7 && sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) > 0) {
+    return judge(file.pkcs7.get(), authorities, content, verdict);
+  }
   verdict["reason"] = isRead ? say("this is no signature"_m) : say("the file cannot be read"_m);
   return false;
 }
