@@ -36,11 +36,12 @@ if installsInto "$scratch/no-library" none "$scratch"/libzepasigndll-dev_*.deb; 
 root=$scratch/root
 installsInto "$root" none "$scratch"/*.deb || fail "$(grep -v 'files list file' "$root/log")"
 
+[ "$(find "$root/usr/share/doc" -perm 644 -name copyright | wc -l)" -ge 2 ]
 ldconfig -r "$root" -p | grep -q 'libZEPASignDLL.so.2 '
 libraries=$(dirname "$(find "$root" -name libZEPASignDLL.so.2)")
 export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
 eval "${CC:-cc} '$examples/c/sign.c' -o '$scratch/host' $(pkg-config --cflags --libs ZEPASignDLL)"
 { "$scratch/host" missing missing 2>&1 || true; } | grep -aq 'ZEPASignInitial failed with 1202'
 if [ -e "$build/tools/zepasign" ]; then
-  "$root/usr/bin/zepasign" --version && [ -s "$root/usr/share/man/man1/zepasign.1" ]
+  "$root/usr/bin/zepasign" --version && [ -s "$root/usr/share/man/man1/zepasign.1.gz" ]
 fi
