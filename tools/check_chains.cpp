@@ -86,7 +86,7 @@ bool Doctor::examineAuthority(const std::string& key, X509* certificate, X509_ST
   }
   const int code = X509_STORE_CTX_get_error(context.get());
   error(key, "{0} does not verify, so the chain is not used: {1}"_m,
-        {nameText(X509_get_subject_name(certificate)), X509_verify_cert_error_string(code)});
+        {nameText(X509_get_subject_name(certificate)), chainProblem(code)});
   return false;
 }
 

@@ -86,6 +86,22 @@ int daysUntil(const ASN1_TIME* time) {
   return seconds < 0 ? days - 1 : days;
 }
 
+std::string chainProblem(int code) {
+  switch (code) {
+    case X509_V_ERR_CERT_HAS_EXPIRED:
+      return say("a certificate has expired"_m);
+    case X509_V_ERR_CERT_NOT_YET_VALID:
+      return say("a certificate is not yet valid"_m);
+    case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+    case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+      return say("no trusted certificate stands above it"_m);
+    default:
+      return X509_verify_cert_error_string(code);
+  }
+}
+
 Tree describeCertificate(X509* certificate) {
   const cX509 fields(certificate);
   Tree points = Tree::array();

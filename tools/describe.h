@@ -14,6 +14,9 @@ namespace zepasign::tools {
 // daysUntil: whole days from now; negative when the time has passed.
 [[nodiscard]] int daysUntil(const ASN1_TIME* time);
 
+// chainProblem: what an X509_V_ERR code means; the crypto library's own words for the rarer ones.
+[[nodiscard]] std::string chainProblem(int code);
+
 [[nodiscard]] Tree describeCertificate(X509* certificate);
 [[nodiscard]] Tree describeCrl(X509_CRL* crl);
 // describeSigner: who signed, with which digest, and the signed attributes. The certificate is found among

@@ -74,7 +74,7 @@ bool checkChain(X509* certificate, PKCS7* pkcs7, const Authorities& authorities,
     return true;
   }
   signer["trusted"] = trusted;
-  if (!trusted) signer["reason"] = X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get()));
+  if (!trusted) signer["reason"] = chainProblem(X509_STORE_CTX_get_error(context.get()));
   return trusted;
 }
 
