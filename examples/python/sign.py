@@ -29,6 +29,11 @@ def text(function):
     return getattr(library, function)().decode("cp950")
 
 
+def path(argument):
+    """The bytes of a path, on Windows in the process's code page."""
+    return argument.encode("mbcs") if os.name == "nt" else os.fsencode(argument)
+
+
 def check(good, function):
     if not good:
         sys.exit(f"{function} failed with {library.GetErrorCode()}: {text('GetErrorMsg')}")
@@ -38,7 +43,7 @@ def main():
     if len(sys.argv) != 3:
         print(f"usage: {sys.argv[0]} PROPERTY-FILE FILE", file=sys.stderr)
         return 2
-    properties, file = map(os.fsencode, sys.argv[1:])
+    properties, file = map(path, sys.argv[1:])
     # The second argument is needed only when the property file has a PSWD.authKey.
     check(library.ZEPASignInitial(properties, None), "ZEPASignInitial")
     check(library.SignPkcs7File(file) == 0, "SignPkcs7File")
