@@ -14,19 +14,20 @@ static class Sign {
 #else
   const string Library = "libZEPASignDLL.so.2";
 #endif
+  const CallingConvention C = CallingConvention.Cdecl;  // on 32-bit Windows the default is another one
   // C's bool is one byte; the default would be four. Texts come as pointers, since their bytes are Big5.
-  [DllImport(Library)] [return: MarshalAs(UnmanagedType.I1)]
+  [DllImport(Library, CallingConvention = C)] [return: MarshalAs(UnmanagedType.I1)]
   static extern bool ZEPASignInitial(string propertyFile, string encedPfxPasswd);
-  [DllImport(Library)] static extern int SignPkcs7File(string fileName);
-  [DllImport(Library)] static extern int GetErrorCode();
-  [DllImport(Library)] static extern IntPtr GetErrorMsg();
-  [DllImport(Library)] static extern IntPtr GetSignedPkcs7();
-  [DllImport(Library)] static extern IntPtr GetSignerCertSubject();
-  [DllImport(Library)] static extern IntPtr GetSignerCertIssuer();
-  [DllImport(Library)] static extern IntPtr GetSignerCertSerial();
-  [DllImport(Library)] static extern IntPtr GetSignerCertNotBefore();
-  [DllImport(Library)] static extern IntPtr GetSignerCertNotAfter();
-  [DllImport(Library)] static extern IntPtr GetSignerCertFinger();
+  [DllImport(Library, CallingConvention = C)] static extern int SignPkcs7File(string fileName);
+  [DllImport(Library, CallingConvention = C)] static extern int GetErrorCode();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetErrorMsg();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignedPkcs7();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertSubject();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertIssuer();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertSerial();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertNotBefore();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertNotAfter();
+  [DllImport(Library, CallingConvention = C)] static extern IntPtr GetSignerCertFinger();
 
   static string Text(IntPtr big5) {
     var bytes = new List<byte>();
