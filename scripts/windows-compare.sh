@@ -7,8 +7,8 @@ cd "$(dirname "$0")/.."
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-# quietly runs a command whose output, messages in Big5 among them, matters only when it fails.
-quietly() { "$@" 2>"$work/log" || { iconv -c -f BIG5 "$work/log" >&2; exit 1; }; }
+# quietly runs a command whose messages matter only when it fails.
+quietly() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
 
 quietly cmake --preset release --log-level=WARNING >/dev/null
 quietly cmake --build --preset release >/dev/null
@@ -23,9 +23,9 @@ quietly openssl req -x509 -newkey rsa:2048 -nodes -subj "/C=TW/CN=Signer" -addex
 quietly openssl pkcs12 -export -legacy -inkey key.pem -in certificate.pem -passout pass:secret -out keys/signer.pfx
 openssl rand -out content 100000
 sed 's/$/\r/' >windows.properties <<'EOF'
-LOG.level = ERROR
+LOG.level = INFO
 LOG.path = logs\
-LOG.file = app.log
+LOG.file = windows
 PKCS7.digest = SHA256
 PKCS7.addCert = 1
 PKCS7.addPlainText = TRUE
@@ -34,7 +34,7 @@ PFX.path = keys\
 PFX.file = signer.pfx
 PFX.pswd = secret
 EOF
-sed 's/\r//; s#\\#/#' windows.properties >linux.properties
+sed 's/\r//; s#\\#/#; s/windows/linux/' windows.properties >linux.properties
 quietly ./sign linux.properties content >linux.b64
 quietly /usr/lib/wine/wine64 sign.exe windows.properties content >windows.b64
 diff --strip-trailing-cr linux.b64 windows.b64
