@@ -7,6 +7,8 @@ set(CMAKE_CXX_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-windres)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
+set(CMAKE_EXE_LINKER_FLAGS_RELEASE_INIT -s)  # Microsoft's debuggers cannot read these symbols
+set(CMAKE_SHARED_LINKER_FLAGS_RELEASE_INIT -s)
 set(OPENSSL_USE_STATIC_LIBS TRUE)
 
 # The machine's own programs, but never its own libraries.

@@ -1,24 +1,28 @@
-#!/bin/bash
-# windows-check-dll.sh DLL PROCESSOR: fails unless the DLL (PROCESSOR x86_64 or i686) exports exactly the functions of
-# the public header, each under its plain name and the name that Microsoft's compiler gives it (Clang speaks its
-# language), and imports from nothing that does not come with Windows.
+#!/usr/bin/env bash
+# windows-check-dll.sh DLL IMPORT-LIBRARY PROCESSOR: fails unless the DLL (PROCESSOR x86_64 or i686) exports exactly the
+# functions of the public header, each under its plain name and the name that Microsoft's compiler gives it (Clang
+# speaks its language), imports from nothing that does not come with Windows, and a linker like Microsoft's finds all
+# these names in the import library.
 set -euo pipefail
-dll=$1 processor=$2
+dll=$1 library=$2 processor=$3
 header=$(dirname "$0")/../api/ZEPASignDLL.h
 functions=$(sed -n 's/^ZEPASIGN_API.*[ *]\([A-Za-z0-9]*\)(.*/\1/p' "$header")
+host=$(mktemp -d)
+trap 'rm -rf "$host"' EXIT
 
-decoratedNames() {
+# makeHost LINKAGE: an object that takes every function from the DLL by its name in the language LINKAGE.
+makeHost() {
   {
-    echo '#define ZEPASIGN_BUILDING'
-    sed 's/extern "C" {/extern "C++" {/' "$header"
+    sed "s/extern \"C\" {/extern \"$1\" {/" "$header"
     awk '{ print "auto* use" $1 " = &" $1 ";" }' <<<"$functions"
-  } | clang++ --target="$processor-pc-windows-msvc" -x c++ -std=c++20 -c - -o "$1"
-  "$processor-w64-mingw32-nm" --undefined-only "$1" | awk '{ print $2 }'
+  } | clang++ --target="$processor-pc-windows-msvc" -x c++ -std=c++20 -c - -o "$host/$1.o"
+  lld-link /dll /noentry /nodefaultlib "/out:$host/$1.dll" "$host/$1.o" "$library"
 }
+makeHost C
+makeHost C++
 
-object=$(mktemp)
-trap 'rm -f "$object"' EXIT
-expected=$({ echo "$functions"; decoratedNames "$object"; } | LC_ALL=C sort)
+decorated=$("$processor-w64-mingw32-nm" --undefined-only "$host/C++.o" | sed 's/.* __imp_//')
+expected=$(printf '%s\n' "$functions" "$decorated" | LC_ALL=C sort)
 table=$("$processor-w64-mingw32-objdump" -p "$dll")
 exported=$(sed -n '/Ordinal\/Name Pointer/,/^$/s/^\t\[ *[0-9]*\] //p' <<<"$table" | LC_ALL=C sort)
 diff <(echo "$expected") <(echo "$exported") || { echo "$dll: expected names (<) and exported names (>) differ" >&2; exit 1; }

@@ -69,40 +69,46 @@ buildOpenssl() {
 
 # buildGoogleTest WORK PROCESSOR RESULT
 buildGoogleTest() {
-  quietly cmake -G Ninja -S /usr/src/googletest -B "$1/googletest-$2" -DCMAKE_BUILD_TYPE=Release \
+  quietly cmake -G Ninja -S /usr/src/googletest -B "$1/googletest-$2" -DBUILD_GMOCK=OFF -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-$2.cmake" -DCMAKE_INSTALL_PREFIX="$3"
   quietly cmake --build "$1/googletest-$2" --target install
 }
 
-# prepare TARGET PROCESSOR: sets `dependencies` to the folder with OpenSSL and GoogleTest, which is renamed into its
-# place when it is complete. A new version or another choice of options makes a new one.
+# prepare TARGET PROCESSOR: sets `dependencies` to the folder with what the build needs beside the compiler, which is
+# renamed into its place when it is complete. A new version or another choice of options makes a new one.
 prepare() {
   local recipe
-  recipe=$(LC_ALL=C apt-cache policy libssl-dev googletest "g++-mingw-w64-${2/_/-}-posix" | grep Candidate
+  recipe=$(LC_ALL=C apt-cache policy "g++-mingw-w64-${2/_/-}-posix" googletest libcli11-dev libssl-dev \
+      nlohmann-json3-dev | grep Candidate
     declare -p opensslOptions
     declare -f adaptOpenssl buildOpenssl)
   dependencies=$cache/windows-$2-$(sha256sum <<<"$recipe" | cut -c1-16)
   [ -d "$dependencies" ] || makeDependencies "$@"
-  cp -r /usr/include/{CLI,nlohmann} "$dependencies/include/"
 }
 
-# makeDependencies TARGET PROCESSOR
+# makeDependencies TARGET PROCESSOR: GoogleTest and the tool's headers for x86-64 alone, as tests and tool are.
 makeDependencies() {
   [ -n "${work:-}" ] || { mkdir -p "$cache"; work=$(mktemp -d "$cache/work.XXXXXX"); fetchOpenssl "$work"; }
-  say "building OpenSSL and GoogleTest for $2"
+  say "building OpenSSL for $2"
   buildOpenssl "$work" "$1" "$2" "$work/result-$2"
-  buildGoogleTest "$work" "$2" "$work/result-$2"
+  if [ "$2" = x86_64 ]; then
+    buildGoogleTest "$work" "$2" "$work/result-$2"
+    cp -r /usr/include/{CLI,nlohmann} "$work/result-$2/include/"
+  fi
   rm -rf "$cache/windows-$2-"*
   mv -T "$work/result-$2" "$dependencies"
 }
 
-# build PROCESSOR OPTION...
+# build MACHINE PROCESSOR OPTION...: MACHINE is the processor's name for the import library of Microsoft's linker. With
+# -O3, GCC 12 warns of overlapping copies in std::string that cannot happen.
 build() {
-  local folder=build/windows-$1
-  quietly cmake --fresh -G Ninja -S . -B "$folder" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-$1.cmake" \
-    -DCMAKE_FIND_ROOT_PATH="$dependencies" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEPASIGN_WARNINGS_AS_ERRORS=ON "${@:2}"
+  local folder=build/windows-$2 library=build/windows-$2/api/ZEPASignDLL
+  quietly cmake --fresh -G Ninja -S . -B "$folder" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-$2.cmake" \
+    -DCMAKE_FIND_ROOT_PATH="$dependencies" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O2 -DNDEBUG' \
+    -DZEPASIGN_WARNINGS_AS_ERRORS=ON "${@:3}"
   quietly cmake --build "$folder"
-  scripts/windows-check-dll.sh "$folder/api/ZEPASignDLL.dll" "$1"
+  llvm-dlltool -m "$1" -d "api/exports-$2.def" -l "$library.lib"
+  scripts/windows-check-dll.sh "$library.dll" "$library.lib" "$2"
 }
 
 # setUpWine: a Windows whose code page is 950, as it is in Taiwan; Wine takes it from the locale.
@@ -123,10 +129,10 @@ testUnderWine() {
 
 trap '[ -z "${work:-}" ] || rm -rf "$work"' EXIT
 scripts/install-deps.sh clang cmake dpkg-dev g++ g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest \
-  libcli11-dev libssl-dev locales make nlohmann-json3-dev ninja-build openssl patch perl wine64
+  libcli11-dev libssl-dev lld llvm locales make nlohmann-json3-dev ninja-build openssl patch perl wine64
 setUpWine
 prepare mingw64 x86_64
-build x86_64 -DZEPASIGN_BUILD_TOOLS=ON
+build i386:x86-64 x86_64 -DZEPASIGN_BUILD_TOOLS=ON
 prepare mingw i686
-build i686 -DBUILD_TESTING=OFF
+build i386 i686 -DBUILD_TESTING=OFF
 testUnderWine
