@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # windows-compare.sh BUILD-FOLDER: fails unless the DLL in that folder and the Linux library make the same signature,
 # byte for byte, from the same PFX and content. A C host signs on both sides; on Windows it is linked with the import
-# library, runs under Wine, and its property file has the line ends and backslashes of Windows.
+# library, runs under Wine, and its property file has the line ends and backslashes of Windows. So does the tool there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,7 +14,7 @@ quietly cmake --preset release --log-level=WARNING >/dev/null
 quietly cmake --build --preset release >/dev/null
 gcc -Iapi examples/c/sign.c -o "$work/sign" -Lbuild/release/api -lZEPASignDLL -Wl,-rpath,"$PWD/build/release/api"
 x86_64-w64-mingw32-gcc-posix -Iapi examples/c/sign.c -o "$work/sign.exe" -L"$1/api" -lZEPASignDLL
-cp "$1/api/ZEPASignDLL.dll" "$work"
+cp "$1/api/ZEPASignDLL.dll" "$1/tools/zepasign.exe" "$work"
 
 cd "$work"
 mkdir keys
@@ -38,4 +38,6 @@ sed 's/\r//; s#\\#/#; s/windows/linux/' windows.properties >linux.properties
 quietly ./sign linux.properties content >linux.b64
 quietly /usr/lib/wine/wine64 sign.exe windows.properties content >windows.b64
 diff --strip-trailing-cr linux.b64 windows.b64
+quietly /usr/lib/wine/wine64 zepasign.exe sign -c windows.properties -o - content |
+  diff --strip-trailing-cr <(head -n 1 linux.b64) -
 echo "windows-compare.sh: the signatures of both libraries are equal ($(wc -c <linux.b64) bytes)"
