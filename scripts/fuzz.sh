@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# fuzz.sh [SECONDS [FUZZER...]]: builds the fuzzers and runs each for so long (20 seconds), from the committed seeds and
-# what earlier runs found (out/fuzz/<fuzzer>/corpus). Stops at the first finding; the input lies in out/fuzz/<fuzzer>.
+# fuzz.sh [SECONDS [FUZZER...]]: builds the fuzzers and runs each for so long (20 seconds), one on each processor at a
+# time, from the committed seeds and what earlier runs found (out/fuzz/<fuzzer>/corpus). Fails after a finding; its input
+# lies in out/fuzz/<fuzzer>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-seconds=${1:-20}
+export build=build/fuzz seconds=${1:-20}
 shift $(($# > 0 ? 1 : 0))
 scripts/install-deps.sh clang cmake libclang-rt-14-dev libssl-dev llvm ninja-build
 
-build=build/fuzz
 CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja --log-level=WARNING -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DBUILD_TESTING=OFF -DZEPASIGN_BUILD_FUZZERS=ON -DZEPASIGN_WARNINGS_AS_ERRORS=ON \
   -DZEPASIGN_SANITIZE=address,undefined,fuzzer-no-link
@@ -30,8 +30,9 @@ run() {
     -print_final_stats=1 "$out/corpus" "fuzz/corpus/$1" "out/fuzz/seeds/$1" >/dev/null 2>"$out/log"; then
     tail -60 "$out/log"
     echo "$1: a finding; its input lies in $out" >&2
-    exit 1
+    return 1
   fi
   echo "$1: $(grep -a stat::number_of_executed_units "$out/log" | awk '{print $2}') executions, nothing found"
 }
-for fuzzer in "$@"; do run "$fuzzer"; done
+export -f run
+printf '%s\0' "$@" | xargs -0 -P"$(nproc)" -I{} bash -c 'run {}'
