@@ -3,19 +3,13 @@
 # same, and the same message in Chinese when it cannot sign. FOLDER is shared; "c" goes first, fills it, and has openssl
 # judge the signature. Ends with 77 where the language's runtime is not installed.
 set -euo pipefail
+source "$(dirname "$0")/support/certificate.sh"
 language=$1 library=$2 folder=$3
 examples=$(cd "$(dirname "$0")/../examples" && pwd)
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*}
 
 skip() { echo "Skipped: $1"; exit 77; }
 need() { command -v "$1" >/dev/null || skip "there is no $1 (package $2)"; }
-
-# certificate NAME EXTENSIONS [OPTION...]: NAME.pem with a new key, NAME.key.
-certificate() {
-  openssl req -x509 -newkey rsa:2048 -nodes -days 30 -subj "/C=TW/O=Test/CN=$1" -config <(
-    printf '[req]\ndistinguished_name=dn\nx509_extensions=ext\n[dn]\n[ext]\n%b\n' "$2"
-  ) -keyout "$1.key" -out "$1.pem" "${@:3}" 2>/dev/null
-}
 
 prepare() {
   rm -rf "$folder"

@@ -2,6 +2,7 @@
 # interop_posix_test.sh LIBRARY: other makers' programs accept what the library signs, and it loads what they make. What
 # is not installed is named and left out.
 set -euo pipefail
+source "$(dirname "$0")/support/certificate.sh"
 library=$1
 source=$(realpath "$(dirname "$0")/..")
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*}
@@ -13,12 +14,6 @@ has() { command -v "$1" >/dev/null; }
 for tool in certtool pk12util cmsutil keytool gpgsm; do has "$tool" || echo "Left out: $tool"; done
 quiet() { "$@" >output 2>&1 || { echo "failed: $*"; cat output; exit 1; }; }
 
-# certificate NAME EXTENSIONS [OPTION...]: NAME.pem with a new key, NAME.key.
-certificate() {
-  quiet openssl req -x509 -newkey rsa:2048 -nodes -days 30 -subj "/C=TW/O=Test/CN=$1" -config <(
-    printf '[req]\ndistinguished_name=dn\nx509_extensions=ext\n[dn]\n[ext]\nsubjectKeyIdentifier=hash\n%b\n' "$2"
-  ) -keyout "$1.key" -out "$1.pem" "${@:3}"
-}
 certificate ca 'basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\nauthorityKeyIdentifier=keyid:always'
 certificate signer 'keyUsage=digitalSignature,nonRepudiation\nauthorityKeyIdentifier=keyid' -CA ca.pem -CAkey ca.key
 printf 'line\r\nline\n' >content
