@@ -12,6 +12,9 @@ trap 'gpgconf --kill all 2>/dev/null || true; rm -rf "$folder"' EXIT
 cd "$folder"
 has() { command -v "$1" >/dev/null; }
 for tool in certtool pk12util cmsutil keytool gpgsm; do has "$tool" || echo "Left out: $tool"; done
+jars=/usr/share/java/bcpkix.jar:/usr/share/java/bcprov.jar:/usr/share/java/bcutil.jar
+hasBouncyCastle() { has java && [ -e "${jars%%:*}" ]; }
+hasBouncyCastle || echo "Left out: Bouncy Castle"
 quiet() { "$@" >output 2>&1 || { echo "failed: $*"; cat output; exit 1; }; }
 
 certificate ca 'basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\nauthorityKeyIdentifier=keyid:always'
@@ -33,19 +36,21 @@ sign() {
   head -n 1 out | openssl base64 -d -A >sig.p7
 }
 
-pfx=(openssl pkcs12 -export -inkey signer.key -in signer.pem -passout pass:secret -out)
-quiet "${pfx[@]}" modern.pfx
-quiet "${pfx[@]}" legacy.pfx -legacy
+# pfx NAME FILE [OPTION...]
+pfx() { quiet openssl pkcs12 -export -inkey "$1.key" -in "$1.pem" -name "$1" -passout pass:secret -out "$2" "${@:3}"; }
+pfx ca ca.p12
+pfx signer modern.pfx
+pfx signer legacy.pfx -legacy
 if has certtool; then
   quiet certtool --to-p12 --load-privkey signer.key --load-certificate signer.pem --p12-name x --password secret \
     --outder --outfile gnutls.pfx
 fi
 if has pk12util; then
   mkdir nss && certutil -N -d nss --empty-password
-  certutil -A -d nss -n ca -t C,C,C -i ca.pem
-  certutil -A -d nss -n signer -t ,, -i signer.pem
+  quiet pk12util -i ca.p12 -d nss -W secret
+  certutil -M -d nss -n ca -t C,C,C
   quiet pk12util -i modern.pfx -d nss -W secret
-  quiet pk12util -o nss.pfx -n "$(certutil -L -d nss | awk '/u,u,u/ {sub(/ +u,u,u *$/, ""); print}')" -d nss -W secret
+  quiet pk12util -o nss.pfx -n signer -d nss -W secret
 fi
 if has keytool; then
   quiet keytool -importkeystore -srckeystore modern.pfx -srcstorepass secret -destkeystore java.pfx \
@@ -74,8 +79,17 @@ if has certtool; then
     --template <(printf 'crl_next_update = 9\ncrl_number = 1\n')
   quiet certtool --p7-generate --load-certificate ca.pem --outder --outfile gnutls.p7b
 fi
-for chain in *.p7b; do
-  sign PFX.file=modern.pfx "P7B0.name=$chain" "P7B0.crlFile0=${chain%p7b}crl"
+if has cmsutil; then
+  quiet crlutil -G -d nss -n ca -o nss.crl -c <(printf 'update=%(%Y%m%d%H%M%SZ)T\nnextupdate=20991231235959Z\n')
+  quiet cmsutil -O -d nss -r ca -o nss.p7b
+fi
+if has keytool; then
+  quiet keytool -gencrl -keystore ca.p12 -storepass secret -storetype PKCS12 -alias ca -id 5 -file java.crl
+fi
+for crl in *.crl; do
+  chain=${crl%crl}p7b
+  [ -e "$chain" ] || chain=openssl.p7b
+  sign PFX.file=modern.pfx "P7B0.name=$chain" "P7B0.crlFile0=$crl"
   [ "$(openssl pkcs7 -inform DER -in sig.p7 -print_certs | grep -c ^subject)" = 2 ]
   grep -aq ' = 0x00000001(1)' log.*
 done
@@ -97,6 +111,12 @@ for choice in {SHA1,SHA256}" "{TRUE,FALSE}" "{TRUE,FALSE}" "{-1,1,2}; do
   sign PFX.file=modern.pfx "PKCS7.digest=$digest" "PKCS7.addTimestamp=$timestamp" "PKCS7.addPlainText=$plain" \
     "PKCS7.addCert=$certificates"
   judges "$plain"
+  cp sig.p7 "judged-${choice// /-}"
 done
+bouncyCastle() { java -cp "$jars" "$source/tests/support/Verify.java" signer.der content "$@" >output 2>&1; }
+openssl x509 -in signer.pem -outform DER -out signer.der
+! hasBouncyCastle || quiet bouncyCastle judged-*
 echo >>content
-if (judges FALSE) >/dev/null; then echo "nobody objects to another content" && exit 1; fi
+if (judges FALSE) >/dev/null || { hasBouncyCastle && bouncyCastle sig.p7; }; then
+  echo "nobody objects to another content" && exit 1
+fi
