@@ -152,10 +152,12 @@ int tryLibrary(const std::string& propertyFile, const std::string& enced, bool& 
 
 void printFindings(const std::string& file, const Tree& findings) {
   for (const Tree& each : findings) {
-    const std::string line = each["line"] == 0 ? "" : ":" + each["line"].dump();
     const std::string key = each["key"].get<std::string>();
-    const std::string place = sayLabel(each["level"].get<std::string>()) + "  " + file + line + "  ";
-    printLine(place + key + (key.empty() ? "" : ": ") + each["message"].get<std::string>());
+    std::string text = sayLabel(each["level"].get<std::string>());
+    text.append("  ").append(file);
+    if (each["line"] != 0) text.append(":").append(each["line"].dump());
+    text.append("  ").append(key).append(key.empty() ? "" : ": ").append(each["message"].get<std::string>());
+    printLine(text);
   }
 }
 

@@ -102,13 +102,14 @@ void Doctor::examineSki(const std::string& title, const std::set<std::string>& k
 }
 
 void Doctor::examineCrls(const std::string& title) {
-  const std::string folder = properties_.value("CRL.path");
+  std::string folder = properties_.value("CRL.path");
+  if (!folder.empty() && !folder.ends_with('/')) folder += '/';
   for (int i = 0; i < kCrls; ++i) {
     const std::string key = title + ".crlFile" + std::to_string(i);
     const std::string name = properties_.value(key);
     if (name.empty()) continue;
     if (folder.empty()) return warn("CRL.path", "missing, so no CRL is loaded"_m);
-    examineCrl(key, folder + (folder.ends_with('/') ? "" : "/") + name);
+    examineCrl(key, folder + name);
   }
 }
 

@@ -15,6 +15,9 @@
 namespace zepasign::tools {
 namespace {
 
+// kLabels: the parser's own words.
+constexpr Message kLabels[] = {"Usage"_m, "OPTIONS"_m, "SUBCOMMAND"_m, "Positionals"_m, "REQUIRED"_m, "Excludes"_m};
+
 // CommandLine: the parser and what it fills; `run` becomes the chosen sub-command.
 struct CommandLine {
   CLI::App app;
@@ -29,7 +32,7 @@ struct CommandLine {
   CommandLine() : app(toTerminal(say("PKCS#7 signatures with a key from a PFX file"_m)), "zepasign") {
     app.require_subcommand(1);
     app.option_defaults()->group(help("Options"_m));
-    for (const Message& label : {"Usage"_m, "OPTIONS"_m, "SUBCOMMAND"_m, "Positionals"_m, "REQUIRED"_m, "Excludes"_m}) {
+    for (const Message& label : kLabels) {
       app.get_formatter()->label(std::string(label.english), help(label));
     }
     app.get_formatter()->label("TEXT", help("PATH"_m));

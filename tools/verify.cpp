@@ -29,7 +29,8 @@ struct Authorities {
   void addPath(const std::string& path) const {
     std::vector<std::string> names;
     if (!isFolder(path) || !platform::listFolder(path, names)) return addFile(path);
-    for (const std::string& name : names) addFile(path + platform::kFolderSeparator + name);
+    const std::string folder = path + platform::kFolderSeparator;
+    for (const std::string& name : names) addFile(folder + name);
   }
 };
 
