@@ -41,10 +41,7 @@ static class Sign {
   }
 
   static int Main(string[] args) {
-    if (args.Length != 2) {
-      Console.Error.WriteLine("usage: sign.exe PROPERTY-FILE FILE");
-      return 2;
-    }
+    if (args.Length != 2) { Console.Error.WriteLine("usage: sign.exe PROPERTY-FILE FILE"); return 2; }
     // The second argument is needed only when the property file has a PSWD.authKey.
     if (!ZEPASignInitial(args[0], null)) return Fail("ZEPASignInitial");
     if (SignPkcs7File(args[1]) != 0) return Fail("SignPkcs7File");
