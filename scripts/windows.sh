@@ -6,7 +6,8 @@
 #   ZEPASIGN_CACHE=folder scripts/windows.sh   what is kept lies here and not in ~/.cache/zepasign
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cache=$(realpath -m "${ZEPASIGN_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zepasign}")
+cache=${ZEPASIGN_CACHE:-${XDG_CACHE_HOME:-~/.cache}/zepasign}
+cache=$(realpath -m "$cache")
 # Nothing of OpenSSL is loaded at run time, neither provider, engine nor configuration file, and it does not pin the DLL
 # that holds it, so that FreeLibrary unloads it.
 opensslOptions=(no-shared no-tests no-module no-engine no-pinshared no-autoload-config)
@@ -41,7 +42,6 @@ fetchOpenssl() {
     say "the source of openssl $version cannot be had, trying an older one"
   done
   [ -d "$(echo "$1"/openssl-*/)" ] || { cat "$1/fetch.log" >&2; exit 1; }
-  say "openssl $version"
   adaptOpenssl "$1"/openssl-*/
 }
 
@@ -81,16 +81,18 @@ prepare() {
   recipe=$(LC_ALL=C apt-cache policy "g++-mingw-w64-${2/_/-}-posix" googletest libcli11-dev libssl-dev \
       nlohmann-json3-dev | grep Candidate
     declare -p opensslOptions
-    declare -f adaptOpenssl buildOpenssl)
+    declare -f adaptOpenssl buildOpenssl buildGoogleTest makeDependencies)
   dependencies=$cache/windows-$2-$(sha256sum <<<"$recipe" | cut -c1-16)
   [ -d "$dependencies" ] || makeDependencies "$@"
+  say "$2 with openssl $(<"$dependencies/openssl-version")"
 }
 
 # makeDependencies TARGET PROCESSOR: GoogleTest and the tool's headers for x86-64 alone, as tests and tool are.
 makeDependencies() {
   [ -n "${work:-}" ] || { mkdir -p "$cache"; work=$(mktemp -d "$cache/work.XXXXXX"); fetchOpenssl "$work"; }
-  say "building OpenSSL for $2"
+  say "building openssl $version for $2"
   buildOpenssl "$work" "$1" "$2" "$work/result-$2"
+  echo "$version" >"$work/result-$2/openssl-version"
   if [ "$2" = x86_64 ]; then
     buildGoogleTest "$work" "$2" "$work/result-$2"
     cp -r /usr/include/{CLI,nlohmann} "$work/result-$2/include/"
