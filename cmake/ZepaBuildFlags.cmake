@@ -4,6 +4,7 @@ target_compile_features(zepa_flags INTERFACE cxx_std_20)
 target_include_directories(zepa_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(zepa_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=  # no path of the building machine in the library
   $<$<BOOL:${ZEPASIGN_WARNINGS_AS_ERRORS}>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>)
 
