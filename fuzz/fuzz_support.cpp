@@ -7,6 +7,7 @@ Stage::Stage() : root(testing::makeIdentity(testing::caPlan("Fuzz Root"))) {
   plan.key = testing::newEcKey();  // signs faster than RSA
   signer = testing::makeIdentity(plan);
   folder.write("signer.pfx", testing::makePfx({.identity = signer}));
+  folder.write("chained.pfx", testing::makePfx({.identity = signer, .caCertificates = {root.certificate}}));
   folder.write("chain.p7b", testing::makeP7b({root.certificate}));
   folder.write("list.crl", testing::makeCrl({.issuer = root, .serials = {"01", "02", "02"}}));
 }

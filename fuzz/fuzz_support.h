@@ -15,14 +15,15 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// Stage: a signer's PFX (password "pfx-password"), its chain and a CRL in a folder of its own, made once per process.
+// Stage: a signer's PFX (password "pfx-password") without and with the CA, its chain and a CRL in a folder of its own,
+// made once per process.
 struct Stage {
   testing::TempFolder folder = {};
   testing::Identity root;
   testing::Identity signer;
 
   Stage();
-  // properties: with which initialisation succeeds; no log file, so that nothing grows on the disk.
+  // properties: with which initialisation succeeds and is silent.
   [[nodiscard]] testing::Properties properties() const;
 };
 [[nodiscard]] const Stage& stage();

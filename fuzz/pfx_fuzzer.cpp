@@ -1,18 +1,40 @@
-// A PFX file: loading it leaves a key and a certificate, or neither.
+// A PFX file, as it is and once more under a MAC that fits, as one who knows the password would make it: loading it
+// leaves a key and a certificate, which then go through the checks of a signer, or neither.
 #include "base/errors.h"
 #include "fuzz/fuzz_support.h"
 #include "pki/cpkcs12.h"
+#include "tools/demo/handles.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+namespace {
+
+constexpr const char* kPassword = "pfx-password";
+
+void load(const std::string& pfx) {
   static const zepasign::testing::TempFolder folder;
-  folder.write("fuzz.pfx", zepasign::fuzz::textOf(data, size));
+  folder.write("fuzz.pfx", pfx);
   const zepasign::CryptoScope scope;
   zepasign::cPkcs12 credential;
-  const int code = credential.loadPfxFile(folder.path().c_str(), "fuzz.pfx", "pfx-password");
+  const int code = credential.loadPfxFile(folder.path().c_str(), "fuzz.pfx", kPassword);
   const bool complete = credential.privateKey() != nullptr && credential.certificate() != nullptr;
   const bool none = credential.privateKey() == nullptr && credential.certificate() == nullptr;
   zepasign::fuzz::require(code == zepasign::kSuccess ? complete : none);
+  if (complete) {
+    static_cast<void>(credential.checkCertValid());
+    static_cast<void>(credential.checkKeyUsageForSign());
+    static_cast<void>(credential.checkSignerFilter("//S_CN=Test Signer,I_O=Zepa Test//"));
+  }
   STACK_OF(X509)* caCerts = credential.caCerts();
   for (int i = sk_X509_num(caCerts) - 1; i >= 0; --i) X509_free(sk_X509_value(caCerts, i));  // the list alone is owned
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  load(zepasign::fuzz::textOf(data, size));
+  const zepasign::ErrorQueueMark mark;
+  const zepasign::Pkcs12Ptr pfx(d2i_PKCS12(nullptr, &data, static_cast<long>(size)));
+  if (pfx && PKCS12_set_mac(pfx.get(), kPassword, -1, nullptr, 0, 1, EVP_sha256()) == 1) {
+    load(zepasign::demo::encode<i2d_PKCS12>(pfx.get()));
+  }
   return 0;
 }

@@ -22,6 +22,9 @@ void writeSeeds(const std::filesystem::path& corpus) {
   write("certificate", "signer", testing::derOf(testing::makeIdentity(withEverything).certificate));
   write("pfx", "modern", testing::makePfx({.identity = signer}));
   write("pfx", "legacy", testing::makePfx({.identity = signer, .form = testing::PfxForm::legacy}));
+  write("pfx", "unencrypted",
+        testing::makePfx(
+            {.identity = signer, .caCertificates = {root.certificate}, .form = testing::PfxForm::unencrypted}));
   write("chain", "root", testing::makeP7b({root.certificate}));
   write("chain", "root-and-signer", testing::makeP7b({root.certificate, signer.certificate}));
   write("crl", "current", testing::makeCrl({.issuer = root, .serials = {"01", "02", "02"}}));

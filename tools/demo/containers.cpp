@@ -24,13 +24,14 @@ void addRevoked(X509_CRL* crl, const std::string& serial, ASN1_TIME* when) {
 
 std::string makePfx(const PfxPlan& plan) {
   const bool legacy = plan.form == PfxForm::legacy;
+  const int modern = plan.form == PfxForm::unencrypted ? -1 : NID_aes_256_cbc;
   const X509StackPtr others(made(sk_X509_new_null(), "stack"));
   for (const Certificate& certificate : plan.caCertificates) made(sk_X509_push(others.get(), certificate.get()), "CA");
   const Pkcs12Ptr pfx(
       made(PKCS12_create_ex(plan.password.c_str(), "signer", plan.identity.key.get(), plan.identity.certificate.get(),
-                            others.get(), legacy ? NID_pbe_WithSHA1And3_Key_TripleDES_CBC : NID_aes_256_cbc,
-                            legacy ? NID_pbe_WithSHA1And40BitRC2_CBC : NID_aes_256_cbc, plan.iterations,
-                            -1 /* no MAC yet */, 0, legacy ? legacyContext() : nullptr, nullptr),
+                            others.get(), legacy ? NID_pbe_WithSHA1And3_Key_TripleDES_CBC : modern,
+                            legacy ? NID_pbe_WithSHA1And40BitRC2_CBC : modern, plan.iterations, -1 /* no MAC yet */, 0,
+                            legacy ? legacyContext() : nullptr, nullptr),
            "PFX"));
   const EVP_MD* digest = legacy ? EVP_sha1() : EVP_sha256();
   if (plan.form != PfxForm::withoutMac) {

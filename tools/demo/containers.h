@@ -10,8 +10,8 @@
 namespace zepasign::demo {
 
 // PfxForm: modern is AES-256 under a SHA-256 MAC; legacy is RC2-40 and triple DES under a SHA-1 MAC, as older software
-// writes them.
-enum class PfxForm { modern, legacy, withoutMac };
+// writes them; unencrypted has a SHA-256 MAC alone.
+enum class PfxForm { modern, legacy, unencrypted, withoutMac };
 
 // PfxPlan: an identity without its key or without its certificate makes a PFX without it.
 struct PfxPlan {
