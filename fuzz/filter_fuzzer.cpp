@@ -3,10 +3,24 @@
 #include "fuzz/fuzz_support.h"
 #include "pki/cpkcs12.h"
 
+namespace {
+
+// loadCredential: the signer is reached through a file alone.
+int loadCredential(zepasign::cPkcs12& credential) {
+  using namespace zepasign::testing;
+  const TempFolder folder;
+  CertPlan plan = caPlan("A/CN=Chen/O=C");
+  plan.subject.insert(plan.subject.begin(),
+                      {{"DC", "tw"}, {"C", "TW"}, {"O", "A"}, {"O", "B"}, {"OU", "A"}, {"OU", "B"}});
+  folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
+  return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", PfxPlan{}.password.c_str());
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static zepasign::cPkcs12 credential;
-  static const int loaded =
-      credential.loadPfxFile(zepasign::fuzz::stage().folder.path().c_str(), "signer.pfx", "pfx-password");
+  static const int loaded = loadCredential(credential);
   zepasign::fuzz::require(loaded == zepasign::kSuccess);
   const std::string filter = zepasign::fuzz::textOf(data, size);
   const int code = credential.checkSignerFilter(filter.c_str());
