@@ -10,7 +10,7 @@ target_compile_options(zepa_flags INTERFACE
 
 if(ZEPASIGN_SANITIZE)
   target_compile_options(zepa_flags INTERFACE
-    -fsanitize=${ZEPASIGN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    -fsanitize=${ZEPASIGN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -D_GLIBCXX_ASSERTIONS)
   target_link_options(zepa_flags INTERFACE -fsanitize=${ZEPASIGN_SANITIZE})
 endif()
 

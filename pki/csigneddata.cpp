@@ -71,10 +71,12 @@ int cSignedData::build(PKCS7* pkcs7) {
 //   }}} signerInfos: SET { SEQUENCE { version, issuerAndSerial, digestAlgorithm, [0] attributes, algorithm, signature
 //   }}
 bool cSignedData::split(PKCS7* pkcs7) {
-  const der::Buffer zeros(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
-  const Bytes noDigest = Bytes(zeros).first(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
+  const der::Buffer noDigest(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
   if (options_.addAttributes && !addAttributes(noDigest)) return false;
-  if (ASN1_OCTET_STRING_set(signerInfo_->enc_digest, zeros.data(), static_cast<int>(zeros.size())) != 1) return false;
+  const der::Buffer noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  if (ASN1_OCTET_STRING_set(signerInfo_->enc_digest, noSignature.data(), static_cast<int>(noSignature.size())) != 1) {
+    return false;
+  }
   unsigned char* encoded = nullptr;
   const int size = i2d_PKCS7(pkcs7, &encoded);
   const OpenSslBytesPtr owned(encoded);

@@ -56,4 +56,16 @@ TEST_F(SignedData, WhatCannotBeSignedIsRefused) {
   EXPECT_EQ(signedData.sign({&first, 1}), 0);
 }
 
+TEST_F(SignedData, AKeyTooSmallForTheDigestIsRefused) {
+  const EvpPkeyPtr key(decode<d2i_AutoPrivateKey>(base64Decode(  // RSA with 128 bits
+      "MGICAQACEQD/////////cgAAAAAAABMhAgMBAAECEBPJbDaTyWwrcnyNg3J8jwkCCQD/////////xQIJAP////////+tAggVsepO"
+      "FbHqSQIJAPCUD2vwlA8dAgg1VVVVVVVVSQ==")));
+  cSignedData signedData;
+  for (const bool attributes : {false, true}) {
+    ASSERT_EQ(signedData.prepare({EVP_sha256(), stage.signer.certificate.get(), key.get(), {}, attributes, true}), 0);
+    const unsigned char content = 0;
+    EXPECT_EQ(signedData.sign({&content, 1}), 5061);
+  }
+}
+
 }  // namespace zepasign::testing
