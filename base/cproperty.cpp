@@ -17,25 +17,11 @@
 namespace zepasign {
 namespace {
 
-constexpr const char* kSecretKeys[] = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
-
-// loggedValue: what the log may show of a value; a secret key that is written in another letter case counts as one.
 std::string_view loggedValue(const std::string& key, std::string_view value) {
-  const bool isSecret = std::any_of(std::begin(kSecretKeys), std::end(kSecretKeys),
-                                    [&key](const char* secret) { return equalsIgnoreCase(secret, key.c_str()); });
-  return isSecret ? "********" : value;
+  return isSecretKey(key) ? "********" : value;
 }
 
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-// isBlank: a space or a control character. Bytes of 0x80 and above belong to Big5 characters and are kept.
-bool isBlank(char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; }
-
-std::string_view trim(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (text.size() > 1 && isBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
 
 // toInt: as std::stoi, with texts of our own since those of the standard libraries differ.
 int toInt(const std::string& value) {
@@ -54,6 +40,13 @@ int toInt(const std::string& value) {
 std::string label(const char* getter, const char* key) { return std::string(getter) + " : " + key; }
 
 }  // namespace
+
+bool isSecretKey(const std::string& key) {
+  static constexpr std::string_view kSecretKeys[] = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
+  return std::any_of(std::begin(kSecretKeys), std::end(kSecretKeys), [&key](std::string_view secret) {
+    return key.size() >= secret.size() && equalsIgnoreCase(&key[key.size() - secret.size()], secret.data());
+  });
+}
 
 cProperty::~cProperty() { forgetAll(); }
 

@@ -17,6 +17,12 @@ bool equalsIgnoreCase(const char* a, const char* b) noexcept {
   return true;
 }
 
+std::string_view trim(std::string_view text) noexcept {
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (text.size() > 1 && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
 void appendPadded(std::string& text, int number, int width) {
   char digits[24];
   std::snprintf(digits, sizeof digits, "%0*d", width, number);

@@ -11,6 +11,12 @@ namespace zepasign {
 // null.
 [[nodiscard]] bool equalsIgnoreCase(const char* a, const char* b) noexcept;
 
+// isBlank: a space or a control character. Bytes of 0x80 and above belong to Big5 characters and are none.
+[[nodiscard]] constexpr bool isBlank(char c) noexcept { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; }
+
+// trim: the text without blanks at its ends; of a text of blanks nothing stays.
+[[nodiscard]] std::string_view trim(std::string_view text) noexcept;
+
 // isEmpty: whether a C string from outside holds nothing: null or "".
 [[nodiscard]] inline bool isEmpty(const char* text) noexcept { return text == nullptr || *text == '\0'; }
 

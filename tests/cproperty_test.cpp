@@ -34,7 +34,8 @@ TEST(Property, LogsEveryValueButSecrets) {
   logInto(folder, "DEBUG");
   cProperty property;
   std::string expected = big5("INFO 重設 LOG Level = DEBUG\nDEBUG end cFile::createFolder() return = true\n");
-  for (const std::string key : {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "pfx.PSWD", "PFX.path"}) {
+  for (const std::string key :
+       {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD", "PFX.path"}) {
     EXPECT_TRUE(property.parse((key + "=%s\n" + key + " = %s").c_str()) && property.getProperty(key.c_str()) == "%s");
     const std::string shown = key == "PFX.path" ? " = %s\n" : " = ********\n";
     const std::string insert = "DEBUG Insert MAP Name = " + key + "\nDEBUG Insert MAP Value" + shown;

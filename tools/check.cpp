@@ -8,6 +8,7 @@
 
 #include "api/ZEPASignDLL.h"
 #include "base/cleanse.h"
+#include "base/cproperty.h"
 #include "base/errors.h"
 #include "base/platform.h"
 #include "base/text.h"

@@ -1,17 +1,15 @@
 #include "tools/propertytext.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <numeric>
 
 #include "base/cleanse.h"
 #include "base/cproperty.h"
+#include "base/text.h"
 
 namespace zepasign::tools {
 namespace {
-
-constexpr std::array<std::string_view, 4> kSecretKeys = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
 
 std::vector<std::string> allKeys() {
   std::vector<std::string> keys = {"LOG.level",     "LOG.path",           "LOG.file", "PKCS7.digest",
@@ -29,14 +27,6 @@ std::vector<std::string> allKeys() {
 const std::vector<std::string>& knownKeys() {
   static const std::vector<std::string> keys = allKeys();
   return keys;
-}
-
-bool isBlank(char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; }
-
-std::string_view trim(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (text.size() > 1 && isBlank(text.back())) text.remove_suffix(1);
-  return text;
 }
 
 bool sameLetter(char a, char b) {
@@ -101,10 +91,6 @@ int PropertyText::line(std::string_view key) const {
 
 bool isKnownKey(std::string_view key) {
   return std::find(knownKeys().begin(), knownKeys().end(), key) != knownKeys().end();
-}
-
-bool isSecretKey(std::string_view key) {
-  return std::find(kSecretKeys.begin(), kSecretKeys.end(), key) != kSecretKeys.end();
 }
 
 std::string nearestKey(std::string_view key) {

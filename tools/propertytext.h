@@ -43,9 +43,8 @@ class PropertyText final {
   std::vector<int> longLines_;
 };
 
-// isKnownKey, isSecretKey: whether the library reads such a key, and whether its value must not be shown.
+// isKnownKey: whether the library reads such a key.
 [[nodiscard]] bool isKnownKey(std::string_view key);
-[[nodiscard]] bool isSecretKey(std::string_view key);
 // nearestKey: the known key that a misspelt one may mean; empty when none is near.
 [[nodiscard]] std::string nearestKey(std::string_view key);
 

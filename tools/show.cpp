@@ -1,5 +1,6 @@
 // zepasign show: any file that the library reads or writes, as a tree. What a file is, its content tells, not its name.
 #include "base/cleanse.h"
+#include "base/cproperty.h"
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/describe.h"
