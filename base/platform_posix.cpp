@@ -48,8 +48,23 @@ bool listFolder(const std::string& folder, std::vector<std::string>& names) {
   return true;
 }
 
+namespace {
+
+// openAtOnce: open that never waits for a pipe's other end or for a terminal. An ordinary file on which another process
+// has a lease is waited for, as open does by itself.
+int openAtOnce(const char* path, int flags) noexcept {
+  constexpr mode_t kRights = 0666;
+  const int descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kRights);
+  if (descriptor >= 0 || errno != EWOULDBLOCK) return descriptor;
+  struct stat status {};
+  if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+  return open(path, flags | O_CLOEXEC | O_NOCTTY, kRights);
+}
+
+}  // namespace
+
 FilePtr openForReading(const char* path) noexcept {
-  const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  const int descriptor = openAtOnce(path, O_RDONLY);
   if (descriptor < 0) return nullptr;
   struct stat status {};
   FilePtr file;
@@ -69,9 +84,8 @@ std::int64_t fileSize(std::FILE* file) noexcept {
   return size;
 }
 
-// O_RDWR and O_NONBLOCK: a pipe in the place of the log file must not block the host.
-AppendFile::AppendFile(const char* path) noexcept
-    : handle_(open(path, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666)) {}
+// O_RDWR: a pipe in the place of the log file must not block the host.
+AppendFile::AppendFile(const char* path) noexcept : handle_(openAtOnce(path, O_RDWR | O_APPEND | O_CREAT)) {}
 
 AppendFile::~AppendFile() {
   if (isOpen()) close(static_cast<int>(handle_));

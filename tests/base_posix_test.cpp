@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <sys/stat.h>
+
+#include <csignal>
 
 #include "base/cfile.h"
 #include "tests/support/base.h"
@@ -37,6 +40,20 @@ TEST(FilePosix, LoadsOnlyOrdinaryFilesThatCanBeReadWhole) {
   EXPECT_TRUE(file.loadFromFile(folder.write("C:\\\xB3\\\xA5\\", "x").c_str()));
   for (const std::string& path : {fifo, huge, std::string("/sys/devices/system/cpu/online")})  // claims 4096 bytes
     EXPECT_TRUE(!file.loadFromFile(path.c_str()) && file.data() == nullptr) << path;
+}
+
+int leased = -1;
+
+TEST(FilePosix, WaitsForALeaseToBeGivenUp) {
+  const TempFolder folder;
+  const std::string path = folder.write("leased", "x");
+  struct sigaction giveUp {};
+  giveUp.sa_handler = [](int) { fcntl(leased, F_SETLEASE, F_UNLCK); };
+  giveUp.sa_flags = SA_RESTART;
+  leased = open(path.c_str(), O_RDWR);
+  ASSERT_TRUE(sigaction(SIGIO, &giveUp, nullptr) == 0 && fcntl(leased, F_SETLEASE, F_WRLCK) == 0);
+  EXPECT_TRUE(cFile().loadFromFile(path.c_str()));
+  close(leased);
 }
 
 }  // namespace zepasign::testing
