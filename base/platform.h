@@ -43,7 +43,7 @@ struct LocalTime {
 [[nodiscard]] bool createFolder(const char* path) noexcept;
 
 // listFolder: appends the names of all entries (name only, folders included) in the order the system gives them; false
-// when the folder cannot be searched.
+// when the folder cannot be searched. Throws std::bad_alloc.
 [[nodiscard]] bool listFolder(const std::string& folder, std::vector<std::string>& names);
 
 struct CloseFile {
@@ -52,8 +52,8 @@ struct CloseFile {
 using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
 // openForReading: binary and without a buffer of its own (what is read may be secret); null when it cannot be opened.
-// Only ordinary files open: a pipe or a device could block the caller for good.
-[[nodiscard]] FilePtr openForReading(const char* path) noexcept;
+// Only ordinary files open: a pipe or a device could block the caller for good. Throws std::bad_alloc.
+[[nodiscard]] FilePtr openForReading(const char* path);
 
 // fileSize: in bytes, -1 when it cannot be told; the file stands at its beginning afterwards.
 [[nodiscard]] std::int64_t fileSize(std::FILE* file) noexcept;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <new>
 
 #include "base/platform.h"
 
@@ -37,43 +38,46 @@ std::string currentFolder() {
 
 bool createFolder(const char* path) noexcept { return mkdir(path, 0777) == 0 || errno == EEXIST; }
 
+namespace {
+
+// openAtOnce: open that never waits for a pipe's other end or for a terminal. Only on an ordinary file can it meet a
+// lease of another process, which the system ends within lease-break-time, 45 seconds unless changed.
+int openAtOnce(const char* path, int flags) noexcept {
+  constexpr mode_t kRights = 0666;
+  constexpr std::timespec kPause{0, 10'000'000};
+  constexpr int kMostPauses = 6000;
+  int descriptor = -1;
+  for (int pauses = 0; pauses < kMostPauses; ++pauses) {
+    descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kRights);
+    if (descriptor >= 0 || errno != EWOULDBLOCK) break;
+    nanosleep(&kPause, nullptr);
+  }
+  return descriptor;
+}
+
+}  // namespace
+
 bool listFolder(const std::string& folder, std::vector<std::string>& names) {
   struct CloseFolder {
     void operator()(DIR* search) const noexcept { closedir(search); }
   };
   const std::unique_ptr<DIR, CloseFolder> search(opendir(folder.c_str()));
+  if (!search && errno == ENOMEM) throw std::bad_alloc();
   if (!search) return false;
   while (const dirent* entry = readdir(search.get()))
     names.emplace_back(entry->d_name);  // NOLINT(concurrency-mt-unsafe)
   return true;
 }
 
-namespace {
-
-// openAtOnce: open that never waits for a pipe's other end or for a terminal. An ordinary file on which another process
-// has a lease is waited for, as open does by itself.
-int openAtOnce(const char* path, int flags) noexcept {
-  constexpr mode_t kRights = 0666;
-  const int descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kRights);
-  if (descriptor >= 0 || errno != EWOULDBLOCK) return descriptor;
-  struct stat status {};
-  if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return -1;
-  return open(path, flags | O_CLOEXEC | O_NOCTTY, kRights);
-}
-
-}  // namespace
-
-FilePtr openForReading(const char* path) noexcept {
+FilePtr openForReading(const char* path) {
   const int descriptor = openAtOnce(path, O_RDONLY);
-  if (descriptor < 0) return nullptr;
   struct stat status {};
-  FilePtr file;
-  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) file.reset(fdopen(descriptor, "rb"));
-  if (!file) {
-    close(descriptor);
-  } else {
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
-  }
+  if (descriptor < 0) return nullptr;
+  const bool isOrdinary = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  FilePtr file(isOrdinary ? fdopen(descriptor, "rb") : nullptr);
+  if (!file) close(descriptor);
+  if (!file && isOrdinary) throw std::bad_alloc();
+  if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
   return file;
 }
 

@@ -98,7 +98,7 @@ bool listFolder(const std::string& folder, std::vector<std::string>& names) {
   return true;
 }
 
-FilePtr openForReading(const char* path) noexcept {
+FilePtr openForReading(const char* path) {
   const int descriptor = _open(path, _O_RDONLY | _O_BINARY | _O_NOINHERIT);
   if (descriptor < 0) return nullptr;
   FilePtr file;

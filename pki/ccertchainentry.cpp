@@ -16,7 +16,8 @@ constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
 
 cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
     : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
-  if (!pkcs7_) return;
+  if (!pkcs7_) throw std::bad_alloc();  // it was decoded, so it can be copied
+  throwIfKeysAreLost(certificates());
   crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty("CRL.path"));
   sound_ = selfVerify() && loadCrlList(property);
 }
@@ -32,23 +33,22 @@ bool cCertChainEntry::selfVerify() {
   logText(kDebug, "begin cCertChainEntry::selfVerify()");
   bool verified = false;
   if (sk_X509_num(certificates()) > 0) {
-    if (!fillStore()) return false;
+    fillStore();
     verified = verifyAll();
   }
   logBool(kInfo, "end cCertChainEntry::selfVerify()", verified);
   return verified;
 }
 
-bool cCertChainEntry::fillStore() {
+void cCertChainEntry::fillStore() {
   store_.reset(X509_STORE_new());
   if (!store_) {
     logText(kError, "初始化失敗(X509_STORE_new)!"_big5);
-    return false;
+    throw std::bad_alloc();
   }
   for (int i = 0; i < sk_X509_num(certificates()); ++i) {
-    X509_STORE_add_cert(store_.get(), sk_X509_value(certificates(), i));
+    if (X509_STORE_add_cert(store_.get(), sk_X509_value(certificates(), i)) != 1) throw std::bad_alloc();
   }
-  return true;
 }
 
 bool cCertChainEntry::verifyAll() {
@@ -122,11 +122,12 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
 }
 
 int cCertChainEntry::verifyAgainstStore(X509* certificate) const {
-  const ErrorQueueMark mark;
+  OwnErrors errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
   if (!context || X509_STORE_CTX_init(context.get(), store_.get(), certificate, nullptr) != 1) return kNotInitialised;
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
+  errors.throwIfMemoryLacks();
   return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
 }
 

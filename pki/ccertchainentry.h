@@ -19,7 +19,7 @@ class cProperty;
 class cCertChainEntry {
  public:
   // cCertChainEntry: `title` (P7B0 to P7B9) begins the chain's CRL keys, `ski` is the configured key identifier. The
-  // PKCS#7, which must be signed data, is copied.
+  // PKCS#7, which must be signed data, is copied. Throws std::bad_alloc.
   cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property);
   virtual ~cCertChainEntry() = default;
   cCertChainEntry(const cCertChainEntry&) = delete;
@@ -57,7 +57,7 @@ class cCertChainEntry {
   };
 
   [[nodiscard]] STACK_OF(X509) * certificates() const noexcept;
-  [[nodiscard]] bool fillStore();
+  void fillStore();
   [[nodiscard]] bool verifyAll();
   void examine(X509* x509, Tally& tally);
   [[nodiscard]] bool verifyAuthority(std::unique_ptr<cX509> certificate);

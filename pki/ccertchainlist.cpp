@@ -14,17 +14,21 @@ namespace zepasign {
 namespace {
 
 constexpr int kMaxChains = 10;
+// kMostCertificates: of one chain file. Its verification takes time with the square of their number.
+constexpr int kMostCertificates = 200;
 
 std::string titleOf(int index) { return "P7B" + std::to_string(index); }
 
-// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates. Throws std::bad_alloc.
+// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates, and not too many. Throws
+// std::bad_alloc.
 Pkcs7Ptr readChainFile(BIO* file) {
-  const OwnErrors errors;
+  OwnErrors errors;
   Pkcs7Ptr pkcs7(d2i_PKCS7_bio(file, nullptr));
-  if (!pkcs7 && errors.lackMemory()) throw std::bad_alloc();
-  const bool holdsCertificates =
-      pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr && sk_X509_num(pkcs7->d.sign->cert) > 0;
-  if (!holdsCertificates) pkcs7.reset();
+  if (!pkcs7) errors.throwIfMemoryLacks();
+  const bool isSigned = pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr;
+  const int count = isSigned ? sk_X509_num(pkcs7->d.sign->cert) : 0;
+  if (count > kMostCertificates) logInt(kError, "憑證鏈檔內的憑證數量過多"_big5, count);
+  if (count < 1 || count > kMostCertificates) pkcs7.reset();
   return pkcs7;
 }
 
@@ -89,8 +93,9 @@ cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, cons
   logValue(kInfo, "執行載入 "_big5 + nameKey + " 檔"_big5, name);
   const std::string path = folder_ + platform::kFolderSeparator + *listed;
   const platform::FilePtr file = platform::openForReading(path.c_str());
-  const BioPtr stream(file ? BIO_new_fp(file.get(), BIO_NOCLOSE) : nullptr);
-  if (!stream) return Outcome::kNotOpened;
+  if (!file) return Outcome::kNotOpened;
+  const BioPtr stream(BIO_new_fp(file.get(), BIO_NOCLOSE));
+  if (!stream) throw std::bad_alloc();
   const Pkcs7Ptr pkcs7 = readChainFile(stream.get());
   if (!pkcs7) return Outcome::kRejected;
   auto chain = std::make_unique<cCertChainEntry>(title, ski, pkcs7.get(), &property);

@@ -36,10 +36,11 @@ bool cCrlFileEntry::parseCrl() {
     logText(kError, "尚未載入 CRL 內容!"_big5);
     return false;
   }
-  const OwnErrors errors;
+  OwnErrors errors;
   const unsigned char* der = content_.data();
   crl_.reset(d2i_X509_CRL(nullptr, &der, content_.length()));
   if (!crl_) {
+    errors.throwIfMemoryLacks();
     logErrorValue("解析 crl 失敗, OpenSSL 錯誤訊息"_big5, errors.firstText());
     return false;
   }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "base/big5.h"
 #include "base/clog.h"
@@ -64,10 +65,14 @@ int cPkcs12::loadContainer(const char* filePath, const char* fileName, const cha
 
 int cPkcs12::readContainer(const std::string& path) {
   const platform::FilePtr file = platform::openForReading(path.c_str());
-  const BioPtr stream(file ? BIO_new_fp(file.get(), BIO_NOCLOSE) : nullptr);
-  if (!stream) return kPfxFileUnreadable;
+  if (!file) return kPfxFileUnreadable;
+  const BioPtr stream(BIO_new_fp(file.get(), BIO_NOCLOSE));
+  if (!stream) throw std::bad_alloc();
+  OwnErrors errors;
   pkcs12_.reset(d2i_PKCS12_bio(stream.get(), nullptr));
-  return pkcs12_ ? kSuccess : kPfxFileUnreadable;
+  if (pkcs12_) return kSuccess;
+  errors.throwIfMemoryLacks();
+  return kPfxFileUnreadable;
 }
 
 // openContainer: the keys of this crypto library blind their private operation by themselves; nothing is switched on.
@@ -76,15 +81,19 @@ int cPkcs12::openContainer(const char* pfxPasswd) {
   X509* certificate = nullptr;
   STACK_OF(X509)* caCerts = nullptr;
   if (!isMacAffordable(pkcs12_.get())) return kPasswordOrKeyWrong;
+  OwnErrors errors;
   if (PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) != 1 ||
       PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) != 1) {
+    errors.throwIfMemoryLacks();
     return kPasswordOrKeyWrong;
   }
   EvpPkeyPtr ownedKey(key);
   X509Ptr ownedCertificate(certificate);
   X509StackPtr ownedCaCerts(caCerts);
   if (!ownedKey || !ownedCertificate) {
-    sk_X509_pop_free(ownedCaCerts.release(), X509_free);
+    const std::unique_ptr<STACK_OF(X509), FreeWith<freeStackAndAll>> unused(ownedCaCerts.release());
+    errors.throwIfMemoryLacks();
+    throwIfKeysAreLost(unused.get());
     return kPasswordOrKeyWrong;
   }
   privateKey_ = std::move(ownedKey);

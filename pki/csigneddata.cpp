@@ -45,11 +45,12 @@ class Digest final {
 
 int cSignedData::prepare(const Options& options) {
   if (pkcs7_ && options == options_) return kSuccess;
-  const ErrorQueueMark mark;
+  OwnErrors errors;
   pkcs7_.reset();  // and stays so until all of it is built
   options_ = options;
   Pkcs7Ptr pkcs7(PKCS7_new());
   const int code = pkcs7 ? build(pkcs7.get()) : kOutOfMemory;
+  if (code != kSuccess) errors.throwIfMemoryLacks();
   if (code == kSuccess) pkcs7_ = std::move(pkcs7);
   return code;
 }
@@ -67,9 +68,11 @@ int cSignedData::build(PKCS7* pkcs7) {
 }
 
 // split: encodes the structure, zeros standing for digest and signature, and takes it apart.
-//   SEQUENCE { OID signedData, [0] { SEQUENCE { version, digestAlgorithms, contentInfo, [0] certificates, signerInfos
-//   }}} signerInfos: SET { SEQUENCE { version, issuerAndSerial, digestAlgorithm, [0] attributes, algorithm, signature
-//   }}
+//
+//   SEQUENCE { OID signedData, [0] { SEQUENCE {
+//     version, digestAlgorithms, contentInfo, [0] certificates,
+//     SET { SEQUENCE { version, issuerAndSerial, digestAlgorithm, [0] attributes, algorithm, signature }}}}}
+//
 bool cSignedData::split(PKCS7* pkcs7) {
   const der::Buffer noDigest(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
   if (options_.addAttributes && !addAttributes(noDigest)) return false;
@@ -106,14 +109,17 @@ bool cSignedData::split(PKCS7* pkcs7) {
 }
 
 int cSignedData::sign(Bytes content) {
-  const ErrorQueueMark mark;
+  OwnErrors errors;
   if (!textFits(frame_.size + (options_.embedContent ? content.size() : 0))) return kOutOfMemory;
   const Digest digest(options_.digest, content);
   der::Buffer attributes;
   der::Buffer signature;
   const bool isSigned = options_.addAttributes ? signAttributes(digest.value(), attributes, signature)
                                                : signDigest(digest.value(), signature);
-  if (!isSigned) return kSigningFailed;
+  if (!isSigned) {
+    errors.throwIfMemoryLacks();
+    return kSigningFailed;
+  }
   content_ = options_.embedContent ? content : Bytes();
   writeTail(attributes, signature);
   writeHead();

@@ -33,7 +33,7 @@ class cSignedData final {
   };
 
   // prepare: builds what all signatures with these options share, unless that is what it built last. Returns 0, 5002
-  // (no memory) or 5061.
+  // (no memory) or 5061. Throws std::bad_alloc, as `sign` does.
   [[nodiscard]] int prepare(const Options& options);
 
   // sign: makes the signature over `content`, which must outlive the use of the pieces. Returns 0, 5002 (no memory, or

@@ -33,11 +33,11 @@ const ASN1_STRING* firstCommonName(const X509_NAME* name) {
 // none must seem to be missing.
 template <class Pointer>
 Pointer extension(const X509* x509, int nid, bool isFirst = false) {
-  const OwnErrors errors;
+  OwnErrors errors;
   int index = -1;
   Pointer value(
       static_cast<typename Pointer::pointer>(X509_get_ext_d2i(x509, nid, nullptr, isFirst ? &index : nullptr)));
-  if (!value && errors.lackMemory()) throw std::bad_alloc();
+  if (!value) errors.throwIfMemoryLacks();
   return value;
 }
 

@@ -4,21 +4,57 @@
 #include <openssl/kdf.h>
 #include <openssl/rand.h>
 
+#include <new>
+
 #include "base/big5.h"
 #include "base/clog.h"
 
 namespace zepasign {
 
-unsigned long OwnErrors::first() const noexcept { return hostHasErrors_ ? ERR_peek_last_error() : ERR_peek_error(); }
+namespace {
 
-std::string OwnErrors::firstText() const {
+// kBoundary: queued behind the host's entries, so that they are not taken for ours.
+constexpr int kBoundary = ERR_R_PASSED_INVALID_ARGUMENT;
+const unsigned long kBoundaryCode = ERR_PACK(ERR_LIB_USER, 0, kBoundary);
+
+bool isLackOfMemory(unsigned long code) noexcept { return ERR_GET_REASON(code) == ERR_R_MALLOC_FAILURE; }
+
+}  // namespace
+
+OwnErrors::OwnErrors() noexcept {
+  if (hostHasErrors_) ERR_raise(ERR_LIB_USER, kBoundary);
+}
+
+unsigned long OwnErrors::first() noexcept {
+  if (first_ == 0) first_ = hostHasErrors_ ? ERR_peek_last_error() : ERR_peek_error();
+  return first_ == kBoundaryCode ? 0 : first_;
+}
+
+std::string OwnErrors::firstText() {
   const unsigned long code = first();
   char text[256];
   ERR_error_string_n(code, text, sizeof text);
   return code == 0 ? "" : text;
 }
 
-bool OwnErrors::lackMemory() const noexcept { return ERR_GET_REASON(first()) == ERR_R_MALLOC_FAILURE; }
+void OwnErrors::throwIfMemoryLacks() {
+  bool lacks = isLackOfMemory(first());
+  if (!hostHasErrors_) {
+    while (const unsigned long code = ERR_get_error()) lacks = lacks || isLackOfMemory(code);
+    ERR_clear_error();  // frees what the entries held
+  }
+  if (lacks) throw std::bad_alloc();
+}
+
+void throwIfKeysAreLost(const STACK_OF(X509) * certificates) {
+  const ErrorQueueMark mark;
+  for (int i = 0; i < sk_X509_num(certificates); ++i) {
+    const X509* certificate = sk_X509_value(certificates, i);
+    if (X509_get0_pubkey(certificate) != nullptr) continue;
+    const X509Ptr anew(X509_dup(certificate));
+    if (!anew || X509_get0_pubkey(anew.get()) != nullptr) throw std::bad_alloc();
+  }
+}
 
 namespace {
 

@@ -29,6 +29,7 @@ struct FreeWith {
 };
 // freeStackOnly: the list, not the certificates in it.
 inline void freeStackOnly(STACK_OF(X509) * stack) noexcept { sk_X509_free(stack); }
+inline void freeStackAndAll(STACK_OF(X509) * stack) noexcept { sk_X509_pop_free(stack, X509_free); }
 inline void freeOpenSslText(char* text) noexcept { OPENSSL_free(text); }
 inline void freeOpenSslBytes(unsigned char* bytes) noexcept { OPENSSL_free(bytes); }
 
@@ -62,21 +63,29 @@ class ErrorQueueMark final {
   ErrorQueueMark& operator=(const ErrorQueueMark&) = delete;
 };
 
-// OwnErrors: an ErrorQueueMark that can tell what went wrong inside its scope.
+// OwnErrors: an ErrorQueueMark that can tell what went wrong inside its scope: of all errors queued since, or of the
+// last one alone when entries of the host stand in front.
 class OwnErrors final {
  public:
-  // firstText: the first error queued since, as the crypto library prints it; the last one when the host's own entries
-  // stand in front. Empty when there is none.
-  [[nodiscard]] std::string firstText() const;
-  // lackMemory: whether that error is a lack of memory.
-  [[nodiscard]] bool lackMemory() const noexcept;
+  OwnErrors() noexcept;
+  // firstText: the first of them as the crypto library prints it; empty when there is none.
+  [[nodiscard]] std::string firstText();
+  // throwIfMemoryLacks: throws std::bad_alloc when one of them is a lack of memory. Whatever failed for that reason
+  // must not pass for absent, wrong or damaged.
+  void throwIfMemoryLacks();
 
  private:
-  [[nodiscard]] unsigned long first() const noexcept;
+  unsigned long first() noexcept;
 
   bool hostHasErrors_ = ERR_peek_error() != 0;
+  unsigned long first_ = 0;
   ErrorQueueMark mark_;
 };
+
+// throwIfKeysAreLost: without memory for the public key the crypto library decodes a certificate all the same and
+// queues nothing. Throws std::bad_alloc when one of the certificates without a key has one as soon as it is decoded
+// anew.
+void throwIfKeysAreLost(const STACK_OF(X509) * certificates);
 
 // cCryptoContext: the library context with the default and the legacy provider, and the digests fetched from it once.
 // PFX files of older software need the legacy provider (RC2-40); where it is not installed, a log line says so.

@@ -88,6 +88,8 @@ TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
   loadsFile(p7b({ca}), key, false, broken + "unable to get local issuer certificate\n找不到根憑證可供驗章\n" + refused);
   loadsFile(pemOf("PKCS7", whole), key, false);
   loadsFile(p7b({}), key, false);
+  loadsFile(p7b(std::vector<Identity>(200, root)), keyOf(root), true);
+  loadsFile(p7b(std::vector<Identity>(201, root)), keyOf(root), false, "憑證鏈檔內的憑證數量過多 = 0x000000C9(201)\n");
   loadsFile("\x30\x0B\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x07\x01", key, false);  // data, not signed data
   loads({{"P7B.path", ""}}, false, false, "未指定 P7B 目錄!\n");
   loads({{"P7B.path", path + "/none"}}, false, false, "無法讀取 P7B 目錄!\n");
