@@ -114,7 +114,9 @@ TEST_F(ToolTest, SignsManyWithWorkersAndResumesWhatFailed) {
   std::filesystem::remove(folder_.path("out/in7.p7s.b64"));
   EXPECT_EQ((Json{{"signed", 2}, {"skipped", 19}, {"failed", 0}, {"failures", Json::array()}}), json(command));
   EXPECT_EQ(2, run("sign -c " + quiet_ + " --out-dir out in1 ./in1").exitCode) << "one place for two";
-  EXPECT_EQ(2, run("sign -c " + quiet_ + " -o in1 in1").exitCode) << "the content would be lost";
+  for (const char* place : {"in1", "./in1", "out/../in1"}) {
+    EXPECT_EQ(2, run("sign -c " + quiet_ + " -o " + place + " in1").exitCode) << "the content would be lost";
+  }
   EXPECT_EQ(3, run("sign -c missing --jobs 2 in1 in2").exitCode);
   EXPECT_EQ(1202, json("sign -c missing --jobs 2 in1 in2")["failures"][0]["code"]);
   EXPECT_EQ(1202, json("check -c missing")["code"]);
@@ -144,6 +146,8 @@ TEST_F(ToolTest, ShowsEveryKindOfFile) {
   const Json pfx = Json::parse(run("show --json demo/signer.pfx", "echo demo-password |").output);
   EXPECT_EQ("C = TW, O = zepasign demo, CN = zepasign demo signer", pfx[0]["certificate"]["subject"]);
   EXPECT_EQ(1, run("show /dev/null").exitCode);
+  folder_.write("hostile", "P7B.path = \x1B[2J\n");
+  EXPECT_EQ(std::string::npos, run("show hostile").output.find('\x1B'));
 }
 
 TEST_F(ToolTest, EnciphersThePasswordInBothForms) {

@@ -84,7 +84,7 @@ bool Doctor::examineAuthority(const std::string& key, X509* certificate, X509_ST
       X509_verify_cert(context.get()) == 1) {
     return true;
   }
-  const int code = X509_STORE_CTX_get_error(context.get());
+  const int code = context ? X509_STORE_CTX_get_error(context.get()) : X509_V_ERR_OUT_OF_MEM;
   error(key, "{0} does not verify, so the chain is not used: {1}"_m,
         {nameText(X509_get_subject_name(certificate)), chainProblem(code)});
   return false;

@@ -36,12 +36,14 @@ void setUpConsole();
 }
 // fileNameOf: what stands behind the last separator of the path.
 [[nodiscard]] std::string fileNameOf(const std::string& path);
+// placeOf: the same text for all paths that name one entry of one folder, which may be missing.
+[[nodiscard]] std::string placeOf(const std::string& path);
 
 // readLineHidden: a line typed at the terminal that is the standard input, without showing it.
 [[nodiscard]] std::string readLineHidden();
 
-// createFile: opens an emptied file for writing bytes; a private one is readable by its owner alone, where the system
-// knows such rights. Null when it cannot be opened.
+// createFile: opens a new file for writing bytes, in the stead of one that may be there; a private one is readable by
+// its owner alone, where the system knows such rights. Null when it cannot be opened.
 [[nodiscard]] std::FILE* createFile(const std::string& path, bool isPrivate);
 // replaceFile: renames, over a file that may be there, in one step.
 [[nodiscard]] bool replaceFile(const std::string& from, const std::string& to);

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 
 namespace zepasign::tools {
@@ -116,6 +117,13 @@ bool isFolder(const std::string& path) {
 
 std::string fileNameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
+std::string placeOf(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  const std::filesystem::path folder = std::filesystem::weakly_canonical(parent.empty() ? "." : parent, error);
+  return (folder / fileNameOf(path)).string();
+}
+
 std::string readLineHidden() {
   if (tcgetattr(STDIN_FILENO, &shown) != 0) return {};
   termios hidden = shown;
@@ -132,7 +140,8 @@ std::string readLineHidden() {
 }
 
 std::FILE* createFile(const std::string& path, bool isPrivate) {
-  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, isPrivate ? 0600 : 0666);
+  unlink(path.c_str());
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, isPrivate ? 0600 : 0666);
   return descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
 }
 

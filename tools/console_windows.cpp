@@ -93,6 +93,15 @@ std::string fileNameOf(const std::string& path) {
   return name;
 }
 
+std::string placeOf(const std::string& path) {
+  std::string place(MAX_PATH, '\0');
+  const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, place.data(), nullptr);
+  if (length == 0 || length > MAX_PATH) return path;
+  place.resize(length);
+  CharLowerBuffA(place.data(), length);
+  return place;
+}
+
 std::string readLineHidden() {
   const HANDLE console = handleOf(stdin);
   DWORD before = 0;

@@ -1,4 +1,4 @@
-// zepasign: the command line over the library. This file holds the option table and nothing else.
+// zepasign: the command line over the library. This file holds the option table and the start.
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <functional>
@@ -130,9 +130,10 @@ int parse(CommandLine& line, int argc, char** argv) {
     std::ostringstream err;
     const int code = line.app.exit(failure, out, err);
     printBytes(out.str());
-    if (code != 0)
-      complain(say("wrong command line: {0}"_m, {failure.what()}) + "\n" + say("zepasign --help tells more"_m));
-    return code == 0 ? kGood : kUsage;
+    if (code == 0) return kGood;
+    complain(say("wrong command line: {0}"_m, {failure.what()}));
+    complain(say("zepasign --help tells more"_m));
+    return kUsage;
   }
 }
 

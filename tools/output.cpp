@@ -1,5 +1,6 @@
 #include "tools/output.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iostream>
@@ -54,6 +55,13 @@ void printIndented(const Tree& tree, const std::string& indent) {
   for (const Tree& value : tree) printEntry(indent, "[" + std::to_string(++number) + "]", value);
 }
 
+// lineOf: one line in the terminal's encoding. What a file holds must not command the terminal or begin a line.
+std::string lineOf(std::string utf8) {
+  const auto isControl = [](char c) { return (c >= 0 && c < ' ' && c != '\t') || c == '\x7F'; };
+  std::replace_if(utf8.begin(), utf8.end(), isControl, '?');
+  return toTerminal(utf8) + "\n";
+}
+
 bool writeStream(std::FILE* stream, const std::string& bytes) {
   return stream != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
 }
@@ -76,7 +84,7 @@ void flushOutput() {
   if (standardOutput != nullptr && std::fflush(standardOutput) != 0) failedToWrite = true;
 }
 
-void printLine(const std::string& utf8) { printBytes(toTerminal(utf8) + "\n"); }
+void printLine(const std::string& utf8) { printBytes(lineOf(utf8)); }
 
 void printTree(const Tree& tree, bool asJson) {
   if (asJson) {
@@ -87,7 +95,7 @@ void printTree(const Tree& tree, bool asJson) {
 }
 
 void complain(const std::string& utf8) {
-  const std::string line = toTerminal("zepasign: " + utf8) + "\n";
+  const std::string line = lineOf("zepasign: " + utf8);
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -105,14 +113,12 @@ bool readOrdinary(const std::string& path, std::string& bytes) {
   return path != "-" && platform::openForReading(path.c_str()) != nullptr && readAll(path, bytes);
 }
 
-// The name beside is always the same, so that a run that was killed leaves nothing that the next one does not take
-// over.
 bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate) {
   if (path == "-") {
     printBytes(bytes);
     return !failedToWrite;
   }
-  const std::string beside = path + ".part";
+  const std::string beside = besideOf(path);
   std::FILE* file = createFile(beside, isPrivate);
   if (file == nullptr) return false;
   const bool written = writeStream(file, bytes);

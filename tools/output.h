@@ -33,6 +33,10 @@ void complain(const std::string& utf8);
 // readOrdinary: the same of an ordinary file, which is all that the library reads.
 [[nodiscard]] bool readOrdinary(const std::string& path, std::string& bytes);
 
+// besideOf: where writeFile writes at first. Always the same name, so that a run that was killed leaves nothing that
+// the next one does not take over.
+[[nodiscard]] inline std::string besideOf(const std::string& path) { return path + ".part"; }
+
 // writeFile: writes beside the place and renames, so that nobody ever sees half a file there; "-" is the standard
 // output.
 [[nodiscard]] bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate = false);

@@ -40,19 +40,25 @@ bool isDone(const std::string& output) {
   return file != nullptr && platform::fileSize(file.get()) > 0;
 }
 
+// overwrites: whether one of the files that are to be signed would be lost with a signature at that place.
+bool overwrites(const std::string& output, const std::set<std::string>& inputs) {
+  return output != "-" && (inputs.contains(placeOf(output)) || inputs.contains(placeOf(besideOf(output))));
+}
+
 // makePlan: false, after a complaint, when what the user wants cannot be.
 bool makePlan(const SignOptions& options, Plan& plan) {
-  const std::set<std::string> inputs(options.files.begin(), options.files.end());
+  std::set<std::string> inputs;
+  for (const std::string& file : options.files) inputs.insert(placeOf(file));
   std::set<std::string> places;
   for (const std::string& input : options.files) {
     SigningJob job{input, outputOf(options, input)};
-    if (!places.insert(job.output).second) {
+    if (!places.insert(placeOf(job.output)).second) {
       complain(say("{0}: two signatures would go there"_m, {fromTerminal(job.output)}));
       return false;
     }
     if (options.resume && isDone(job.output)) {
       ++plan.skipped;
-    } else if (job.output != "-" && inputs.contains(job.output)) {
+    } else if (overwrites(job.output, inputs)) {
       complain(say("{0}: a signature would go there, but the file is to be signed"_m, {fromTerminal(job.output)}));
       return false;
     } else {
@@ -63,7 +69,7 @@ bool makePlan(const SignOptions& options, Plan& plan) {
     complain(say("-o takes one file; --out-dir takes many"_m));
     return false;
   }
-  if (options.json && places.contains("-")) {
+  if (options.json && places.contains(placeOf("-"))) {
     complain(say("--json and a signature cannot both go to the standard output"_m));
     return false;
   }
