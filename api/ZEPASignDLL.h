@@ -55,9 +55,9 @@ ZEPASIGN_API char* GetErrorMsg(void);
  *                 when the capacity exceeds its length.
  *   propertyFile  names PSWD.license and PSWD.authKey
  *   passwd        the plain PFX password, 1 to 511 bytes
- * Returns 0, or 1202 (no file name), 5003 (outBuf too small, outLen tells the length), 5005 (key or argument missing,
- * outLen NULL), 5063 (password too long), 5208 (PSWD.license is no key). A property file that cannot be loaded gives 0
- * with outBuf and outLen untouched.
+ * Returns 0, or 1202 (no file name), 5002 (out of memory), 5003 (outBuf too small, outLen tells the length), 5005 (key
+ * or argument missing, outLen NULL), 5063 (password too long), 5208 (PSWD.license is no key). A property file that
+ * cannot be loaded gives 0 with outBuf and outLen untouched.
  */
 ZEPASIGN_API int MakeZEPASignPasswd(const char* outBuf, int* outLen, const char* propertyFile, const char* passwd);
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # windows-check-dll.sh DLL IMPORT-LIBRARY PROCESSOR: fails unless the DLL (PROCESSOR x86_64 or i686) exports exactly the
 # functions of the public header, each under its plain name and the name that Microsoft's compiler gives it (Clang
-# speaks its language), imports from nothing that does not come with Windows, and a linker like Microsoft's finds all
-# these names in the import library.
+# speaks its language), imports from nothing that does not come with Windows, may be loaded anywhere and executes no
+# data, and a linker like Microsoft's finds all these names in the import library.
 set -euo pipefail
 dll=$1 library=$2 processor=$3
 header=$(dirname "$0")/../api/ZEPASignDLL.h
@@ -29,4 +29,7 @@ diff <(echo "$expected") <(echo "$exported") || { echo "$dll: expected names (<)
 
 foreign=$(sed -n 's/^\tDLL Name: //p' <<<"$table" | grep -viE '^(advapi32|bcrypt|crypt32|gdi32|kernel32|msvcrt|user32|ws2_32)\.dll$' || true)
 [ -z "$foreign" ] || { echo "$dll needs $foreign, which does not come with Windows" >&2; exit 1; }
+for flag in DYNAMIC_BASE NX_COMPAT; do
+  grep -q "$flag" <<<"$table" || { echo "$dll lacks $flag" >&2; exit 1; }
+done
 echo "$dll: $(wc -l <<<"$exported") names exported, self-contained"

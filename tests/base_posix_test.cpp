@@ -31,6 +31,18 @@ TEST(LogPosix, OutlivesAVanishedFolderAPipeAndAFullDisk) {
   EXPECT_EQ(logOf(logs), "INFO new\n");
 }
 
+TEST(LogPosix, GivesNoMoreRightsThanTheUmaskLeaves) {
+  const TempFolder folder;
+  const fs::path logs = folder.path("a/b");
+  const mode_t before = umask(027);
+  cLog log;
+  EXPECT_TRUE(log.setLogFile(logs.c_str(), "x"));
+  log.writeText("INFO", "text");
+  umask(before);
+  for (const fs::path& made : {logs.parent_path(), logs}) EXPECT_EQ(fs::status(made).permissions(), fs::perms(0750));
+  EXPECT_EQ(fs::directory_iterator(logs)->status().permissions(), fs::perms(0640));
+}
+
 TEST(FilePosix, LoadsOnlyOrdinaryFilesThatCanBeReadWhole) {
   const TempFolder folder;
   const std::string fifo = folder.path("fifo"), huge = folder.write("huge", "x");

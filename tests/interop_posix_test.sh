@@ -19,6 +19,8 @@ quiet() { "$@" >output 2>&1 || { echo "failed: $*"; cat output; exit 1; }; }
 
 certificate ca 'basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\nauthorityKeyIdentifier=keyid:always'
 certificate signer 'keyUsage=digitalSignature,nonRepudiation\nauthorityKeyIdentifier=keyid' -CA ca.pem -CAkey ca.key
+certificate ec 'keyUsage=digitalSignature,nonRepudiation\nauthorityKeyIdentifier=keyid' -CA ca.pem -CAkey ca.key \
+  -newkey ec -pkeyopt ec_paramgen_curve:P-256
 printf 'line\r\nline\n' >content
 cc -I"$source/api" "$source/examples/c/sign.c" -o sign "$library"
 openssl crl2pkcs7 -nocrl -certfile ca.pem -outform DER -out openssl.p7b
@@ -41,6 +43,7 @@ pfx() { quiet openssl pkcs12 -export -inkey "$1.key" -in "$1.pem" -name "$1" -pa
 pfx ca ca.p12
 pfx signer modern.pfx
 pfx signer legacy.pfx -legacy
+pfx ec ec.p12
 if has certtool; then
   quiet certtool --to-p12 --load-privkey signer.key --load-certificate signer.pem --p12-name x --password secret \
     --outder --outfile gnutls.pfx
@@ -60,7 +63,7 @@ if has gpgsm; then
   mkdir -m 700 gnupg
   openssl x509 -in ca.pem -noout -fingerprint -sha1 | sed 's/.*=//; s/://g; s/$/ S relax/' >gnupg/trustlist.txt
   quiet gpgsm --batch --import ca.pem
-  quiet gpgsm --batch --import signer.pem
+  quiet gpgsm --batch --import signer.pem ec.pem
 fi
 
 for pfx in *.pfx; do
@@ -94,12 +97,12 @@ for crl in *.crl; do
   grep -aq ' = 0x00000001(1)' log.*
 done
 
-# judges: the makers' verdicts on sig.p7, whose content is in it ($1 TRUE) or beside it.
+# judges: the makers' verdicts on sig.p7, whose content is in it ($1 TRUE) or beside it; the signer is $2.
 judges() {
   local beside=()
   [ "$1" = TRUE ] || beside=(content)
   ! has certtool || quiet certtool --p7-verify --verify-allow-broken --inder --infile sig.p7 \
-    --load-certificate signer.pem ${beside:+--load-data content}
+    --load-certificate "${2:-signer}.pem" ${beside:+--load-data content}
   if has cmsutil; then
     quiet cmsutil -D -d nss -i sig.p7 ${beside:+-c content}
     cmp content output
@@ -112,6 +115,10 @@ for choice in {SHA1,SHA256}" "{TRUE,FALSE}" "{TRUE,FALSE}" "{-1,1,2}; do
     "PKCS7.addCert=$certificates"
   judges "$plain"
   cp sig.p7 "judged-${choice// /-}"
+done
+for timestamp in TRUE FALSE; do
+  sign PFX.file=ec.p12 "PKCS7.addTimestamp=$timestamp"
+  judges TRUE ec
 done
 bouncyCastle() { java -cp "$jars" "$source/tests/support/Verify.java" signer.der content "$@" >output 2>&1; }
 openssl x509 -in signer.pem -outform DER -out signer.der
