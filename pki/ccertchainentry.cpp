@@ -9,15 +9,31 @@
 namespace zepasign {
 namespace {
 
-// kNotInitialised: what verifyAgainstStore gives when there was no memory for its context.
+// kNotInitialised: what verify gives when there was no memory for its context.
 constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
+
+// fill: adds them all, to be trusted.
+void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
+  for (int i = 0; i < sk_X509_num(certificates); ++i) {
+    if (X509_STORE_add_cert(store, sk_X509_value(certificates, i)) != 1) throw std::bad_alloc();
+  }
+}
+
+int verify(X509_STORE* store, X509* certificate) {
+  OwnErrors errors;
+  const X509StoreCtxPtr context(X509_STORE_CTX_new());
+  if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) return kNotInitialised;
+  if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
+  const int code = X509_STORE_CTX_get_error(context.get());
+  errors.throwIfMemoryLacks();
+  return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
+}
 
 }  // namespace
 
 cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
     : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
   if (!pkcs7_) throw std::bad_alloc();  // it was decoded, so it can be copied
-  throwIfKeysAreLost(certificates());
   crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty("CRL.path"));
   sound_ = selfVerify() && loadCrlList(property);
 }
@@ -33,22 +49,21 @@ bool cCertChainEntry::selfVerify() {
   logText(kDebug, "begin cCertChainEntry::selfVerify()");
   bool verified = false;
   if (sk_X509_num(certificates()) > 0) {
-    fillStore();
+    newStore();
     verified = verifyAll();
+    if (!verified && verifiesAnew()) throw std::bad_alloc();
   }
   logBool(kInfo, "end cCertChainEntry::selfVerify()", verified);
   return verified;
 }
 
-void cCertChainEntry::fillStore() {
+void cCertChainEntry::newStore() {
   store_.reset(X509_STORE_new());
   if (!store_) {
     logText(kError, "初始化失敗(X509_STORE_new)!"_big5);
     throw std::bad_alloc();
   }
-  for (int i = 0; i < sk_X509_num(certificates()); ++i) {
-    if (X509_STORE_add_cert(store_.get(), sk_X509_value(certificates(), i)) != 1) throw std::bad_alloc();
-  }
+  fill(store_.get(), certificates());
 }
 
 bool cCertChainEntry::verifyAll() {
@@ -104,7 +119,7 @@ void cCertChainEntry::logCertificate(const cX509& certificate, Kind kind) {
 }
 
 bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
-  const int code = verifyAgainstStore(certificate->get0());
+  const int code = verify(store_.get(), certificate->get0());
   if (code != X509_V_OK) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
     if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be sound
@@ -121,14 +136,22 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
   return true;
 }
 
-int cCertChainEntry::verifyAgainstStore(X509* certificate) const {
-  OwnErrors errors;
-  const X509StoreCtxPtr context(X509_STORE_CTX_new());
-  if (!context || X509_STORE_CTX_init(context.get(), store_.get(), certificate, nullptr) != 1) return kNotInitialised;
-  if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
-  const int code = X509_STORE_CTX_get_error(context.get());
-  errors.throwIfMemoryLacks();
-  return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
+// verifiesAnew: whether a fresh copy verifies, whose certificates have not yet kept anything that lack of memory
+// spoilt.
+bool cCertChainEntry::verifiesAnew() const {
+  const Pkcs7Ptr copy(PKCS7_dup(pkcs7_.get()));
+  const X509StorePtr store(X509_STORE_new());
+  if (!copy || !store) throw std::bad_alloc();
+  const STACK_OF(X509)* fresh = copy->d.sign->cert;
+  fill(store.get(), fresh);
+  int roots = 0;
+  for (int i = 0; i < sk_X509_num(fresh); ++i) {
+    X509* certificate = sk_X509_value(fresh, i);
+    const Kind kind = kindOf(cX509(certificate));
+    if (kind != Kind::kEndEntity && verify(store.get(), certificate) != X509_V_OK) return false;
+    if (kind == Kind::kRoot) ++roots;
+  }
+  return roots > 0;
 }
 
 int cCertChainEntry::verifyCert(X509* certificate) const {
@@ -140,7 +163,7 @@ int cCertChainEntry::verifyCert(X509* certificate) const {
     const cX509 subject(certificate);
     logDebugValue("驗章 Subject"_big5, subject.getSubjectOneLine());
     if (isIssuerKnown(subject)) {
-      result = verifyAgainstStore(certificate);
+      result = verify(store_.get(), certificate);
       if (result == kNotInitialised) logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
     } else {
       logText(kError, "不在同一個憑證鏈!"_big5);

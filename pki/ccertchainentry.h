@@ -57,11 +57,11 @@ class cCertChainEntry {
   };
 
   [[nodiscard]] STACK_OF(X509) * certificates() const noexcept;
-  void fillStore();
+  void newStore();
   [[nodiscard]] bool verifyAll();
   void examine(X509* x509, Tally& tally);
   [[nodiscard]] bool verifyAuthority(std::unique_ptr<cX509> certificate);
-  [[nodiscard]] int verifyAgainstStore(X509* certificate) const;
+  [[nodiscard]] bool verifiesAnew() const;
   [[nodiscard]] bool isIssuerKnown(const cX509& certificate) const;
   [[nodiscard]] static Kind kindOf(const cX509& certificate);
   static void logCertificate(const cX509& certificate, Kind kind);

@@ -75,31 +75,38 @@ int cPkcs12::readContainer(const std::string& path) {
   return kPfxFileUnreadable;
 }
 
-// openContainer: the keys of this crypto library blind their private operation by themselves; nothing is switched on.
 int cPkcs12::openContainer(const char* pfxPasswd) {
+  if (!isMacAffordable(pkcs12_.get())) return kPasswordOrKeyWrong;
+  OwnErrors errors;
+  Outcome outcome = unpack(pfxPasswd, errors);
+  if (outcome == Outcome::kFailed) outcome = unpack(pfxPasswd, errors);
+  if (outcome == Outcome::kOpened) return kSuccess;
+  errors.throwIfMemoryLacks();
+  return kPasswordOrKeyWrong;
+}
+
+// unpack: one attempt. What failed deserves a second one: without memory the crypto library may fail without saying
+// why, or decode a certificate without its key. The keys of this crypto library blind their private operation by
+// themselves; nothing is switched on.
+cPkcs12::Outcome cPkcs12::unpack(const char* pfxPasswd, OwnErrors& errors) {
+  if (PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) != 1) {
+    return errors.none() ? Outcome::kWrongPassword : Outcome::kFailed;
+  }
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   STACK_OF(X509)* caCerts = nullptr;
-  if (!isMacAffordable(pkcs12_.get())) return kPasswordOrKeyWrong;
-  OwnErrors errors;
-  if (PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) != 1 ||
-      PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) != 1) {
-    errors.throwIfMemoryLacks();
-    return kPasswordOrKeyWrong;
-  }
+  if (PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) != 1) return Outcome::kFailed;
   EvpPkeyPtr ownedKey(key);
   X509Ptr ownedCertificate(certificate);
   X509StackPtr ownedCaCerts(caCerts);
   if (!ownedKey || !ownedCertificate) {
-    const std::unique_ptr<STACK_OF(X509), FreeWith<freeStackAndAll>> unused(ownedCaCerts.release());
-    errors.throwIfMemoryLacks();
-    throwIfKeysAreLost(unused.get());
-    return kPasswordOrKeyWrong;
+    sk_X509_pop_free(ownedCaCerts.release(), X509_free);
+    return Outcome::kFailed;
   }
   privateKey_ = std::move(ownedKey);
   certificate_ = std::move(ownedCertificate);
   caCerts_ = std::move(ownedCaCerts);
-  return kSuccess;
+  return Outcome::kOpened;
 }
 
 int cPkcs12::checkCertValid() const {

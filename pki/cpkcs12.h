@@ -45,10 +45,12 @@ class cPkcs12 {
 
  private:
   using Names = std::set<std::string>;
+  enum class Outcome { kOpened, kWrongPassword, kFailed };
 
   [[nodiscard]] int loadContainer(const char* filePath, const char* fileName, const char* pfxPasswd);
   [[nodiscard]] int readContainer(const std::string& path);
   [[nodiscard]] int openContainer(const char* pfxPasswd);
+  [[nodiscard]] Outcome unpack(const char* pfxPasswd, OwnErrors& errors);
   [[nodiscard]] int compareWithNow() const;
 
   [[nodiscard]] bool anyAlternativeHolds(const char* signerFilter) const;

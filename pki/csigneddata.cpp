@@ -48,14 +48,16 @@ int cSignedData::prepare(const Options& options) {
   OwnErrors errors;
   pkcs7_.reset();  // and stays so until all of it is built
   options_ = options;
-  Pkcs7Ptr pkcs7(PKCS7_new());
-  const int code = pkcs7 ? build(pkcs7.get()) : kOutOfMemory;
+  int code = build();
+  if (code == kSigningFailed) code = build();  // without memory the crypto library may fail without saying why
   if (code != kSuccess) errors.throwIfMemoryLacks();
-  if (code == kSuccess) pkcs7_ = std::move(pkcs7);
   return code;
 }
 
-int cSignedData::build(PKCS7* pkcs7) {
+int cSignedData::build() {
+  Pkcs7Ptr owned(PKCS7_new());
+  PKCS7* const pkcs7 = owned.get();
+  if (pkcs7 == nullptr) return kOutOfMemory;
   if (options_.signer == nullptr || options_.key == nullptr) return kSigningFailed;
   if (PKCS7_set_type(pkcs7, NID_pkcs7_signed) != 1) return kOutOfMemory;
   signerInfo_ = PKCS7_add_signature(pkcs7, options_.signer, options_.key, options_.digest);
@@ -64,7 +66,9 @@ int cSignedData::build(PKCS7* pkcs7) {
   for (X509* certificate : options_.certificates) {
     if (PKCS7_add_certificate(pkcs7, certificate) != 1) return kSigningFailed;
   }
-  return setContentType(pkcs7) && split(pkcs7) ? kSuccess : kOutOfMemory;
+  if (!setContentType(pkcs7) || !split(pkcs7)) return kOutOfMemory;
+  pkcs7_ = std::move(owned);
+  return kSuccess;
 }
 
 // split: encodes the structure, zeros standing for digest and signature, and takes it apart.
@@ -111,12 +115,9 @@ bool cSignedData::split(PKCS7* pkcs7) {
 int cSignedData::sign(Bytes content) {
   OwnErrors errors;
   if (!textFits(frame_.size + (options_.embedContent ? content.size() : 0))) return kOutOfMemory;
-  const Digest digest(options_.digest, content);
   der::Buffer attributes;
   der::Buffer signature;
-  const bool isSigned = options_.addAttributes ? signAttributes(digest.value(), attributes, signature)
-                                               : signDigest(digest.value(), signature);
-  if (!isSigned) {
+  if (!signContent(content, attributes, signature) && !signContent(content, attributes, signature)) {  // as in prepare
     errors.throwIfMemoryLacks();
     return kSigningFailed;
   }
@@ -124,6 +125,12 @@ int cSignedData::sign(Bytes content) {
   writeTail(attributes, signature);
   writeHead();
   return kSuccess;
+}
+
+bool cSignedData::signContent(Bytes content, der::Buffer& attributes, der::Buffer& signature) {
+  const Digest digest(options_.digest, content);
+  return options_.addAttributes ? signAttributes(digest.value(), attributes, signature)
+                                : signDigest(digest.value(), signature);
 }
 
 bool cSignedData::addAttributes(Bytes digest) {

@@ -58,9 +58,10 @@ class cSignedData final {
     std::size_t size = 0;  // of a whole signature without its content
   };
 
-  [[nodiscard]] int build(PKCS7* pkcs7);
+  [[nodiscard]] int build();
   [[nodiscard]] bool split(PKCS7* pkcs7);
   [[nodiscard]] bool addAttributes(Bytes digest);
+  [[nodiscard]] bool signContent(Bytes content, der::Buffer& attributes, der::Buffer& signature);
   [[nodiscard]] bool signDigest(Bytes digest, der::Buffer& signature) const;
   [[nodiscard]] bool signAttributes(Bytes digest, der::Buffer& attributes, der::Buffer& signature);
   void writeHead();

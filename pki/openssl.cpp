@@ -46,16 +46,6 @@ void OwnErrors::throwIfMemoryLacks() {
   if (lacks) throw std::bad_alloc();
 }
 
-void throwIfKeysAreLost(const STACK_OF(X509) * certificates) {
-  const ErrorQueueMark mark;
-  for (int i = 0; i < sk_X509_num(certificates); ++i) {
-    const X509* certificate = sk_X509_value(certificates, i);
-    if (X509_get0_pubkey(certificate) != nullptr) continue;
-    const X509Ptr anew(X509_dup(certificate));
-    if (!anew || X509_get0_pubkey(anew.get()) != nullptr) throw std::bad_alloc();
-  }
-}
-
 namespace {
 
 // fetchAll: has the context make all methods of the kinds that loading, verifying and signing need, and the state of

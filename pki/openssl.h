@@ -29,7 +29,6 @@ struct FreeWith {
 };
 // freeStackOnly: the list, not the certificates in it.
 inline void freeStackOnly(STACK_OF(X509) * stack) noexcept { sk_X509_free(stack); }
-inline void freeStackAndAll(STACK_OF(X509) * stack) noexcept { sk_X509_pop_free(stack, X509_free); }
 inline void freeOpenSslText(char* text) noexcept { OPENSSL_free(text); }
 inline void freeOpenSslBytes(unsigned char* bytes) noexcept { OPENSSL_free(bytes); }
 
@@ -68,6 +67,7 @@ class ErrorQueueMark final {
 class OwnErrors final {
  public:
   OwnErrors() noexcept;
+  [[nodiscard]] bool none() noexcept { return first() == 0; }
   // firstText: the first of them as the crypto library prints it; empty when there is none.
   [[nodiscard]] std::string firstText();
   // throwIfMemoryLacks: throws std::bad_alloc when one of them is a lack of memory. Whatever failed for that reason
@@ -81,11 +81,6 @@ class OwnErrors final {
   unsigned long first_ = 0;
   ErrorQueueMark mark_;
 };
-
-// throwIfKeysAreLost: without memory for the public key the crypto library decodes a certificate all the same and
-// queues nothing. Throws std::bad_alloc when one of the certificates without a key has one as soon as it is decoded
-// anew.
-void throwIfKeysAreLost(const STACK_OF(X509) * certificates);
 
 // cCryptoContext: the library context with the default and the legacy provider, and the digests fetched from it once.
 // PFX files of older software need the legacy provider (RC2-40); where it is not installed, a log line says so.
