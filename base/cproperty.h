@@ -14,8 +14,8 @@
 
 namespace zepasign {
 
-// isSecretKey: whether the value of such a key must not be shown. A key counts in any letter case, and when it only ends
-// like a secret one: " #PFX.pswd" is no comment, and a byte-order mark may stand before the first key.
+// isSecretKey: whether the value of such a key must not be shown. A key counts in any letter case, and when it only
+// ends like a secret one: " #PFX.pswd" is no comment, and a byte-order mark may stand before the first key.
 [[nodiscard]] bool isSecretKey(const std::string& key);
 
 class cProperty {
