@@ -24,13 +24,13 @@ constexpr const char* kAuthKey = "payroll";
 // storedPassword: the PFX's password as PFX.pswdB64 holds it.
 std::string storedPassword() {
   const std::vector<unsigned char> key(zepasign::cAesCipher::kKeySize, 0xAA);
-  const std::string password = zepasign::testing::PfxPlan{}.password;
+  const zepasign::testing::PfxPlan plan;
   zepasign::cAesCipher cipher;
   unsigned char area[64];
   int length = sizeof area;
   require(cipher.setKey(key.data(), key.data()) &&
-          cipher.encrypt(reinterpret_cast<const unsigned char*>(password.data()), static_cast<int>(password.size()),
-                         area, &length) == 0);
+          cipher.encrypt(reinterpret_cast<const unsigned char*>(plan.password.data()),
+                         static_cast<int>(plan.password.size()), area, &length) == 0);
   zepasign::cChars text;
   require(text.base64Encode(area, length));
   return text.data();
