@@ -1,7 +1,7 @@
 #include "pki/cpkcs12.h"
 
-#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "base/big5.h"
@@ -21,19 +21,15 @@ void drop(Pointer& pointer) {
   static_cast<void>(pointer.release());
 }
 
-// isMacAffordable: whether the MAC can be checked within seconds. A damaged or hostile file may name two thousand
-// million rounds, an hour of work; what lies behind the MAC was made by somebody who knows the password.
-bool isMacAffordable(const PKCS12* pkcs12) {
-  constexpr std::int64_t kMostRounds = 10'000'000;
-  const ASN1_INTEGER* rounds = nullptr;
-  PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, pkcs12);
-  std::int64_t count = 1;
-  if (rounds == nullptr || (ASN1_INTEGER_get_int64(&count, rounds) == 1 && count <= kMostRounds)) return true;
-  logText(kError, "pfx 檔 MAC 的重複次數過大"_big5);
-  return false;
-}
-
 }  // namespace
+
+std::int64_t macRounds(const PKCS12* pfx) {
+  const ASN1_INTEGER* rounds = nullptr;
+  PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, pfx);
+  std::int64_t count = 1;
+  const bool fits = rounds == nullptr || ASN1_INTEGER_get_int64(&count, rounds) == 1;
+  return fits ? count : std::numeric_limits<std::int64_t>::max();
+}
 
 int cPkcs12::loadPfxFile(const char* filePath, const char* fileName, const char* pfxPasswd) {
   pkcs12_.reset();
@@ -76,7 +72,10 @@ int cPkcs12::readContainer(const std::string& path) {
 }
 
 int cPkcs12::openContainer(const char* pfxPasswd) {
-  if (!isMacAffordable(pkcs12_.get())) return kPasswordOrKeyWrong;
+  if (macRounds(pkcs12_.get()) > kMostMacRounds) {
+    logText(kError, "pfx 檔 MAC 的重複次數過大"_big5);
+    return kPasswordOrKeyWrong;
+  }
   OwnErrors errors;
   Outcome outcome = unpack(pfxPasswd, errors);
   if (outcome == Outcome::kFailed) outcome = unpack(pfxPasswd, errors);

@@ -3,6 +3,7 @@
 #ifndef ZEPASIGN_PKI_CPKCS12_H_
 #define ZEPASIGN_PKI_CPKCS12_H_
 
+#include <cstdint>
 #include <set>
 #include <string>
 
@@ -11,6 +12,12 @@
 namespace zepasign {
 
 struct FilterSide;
+
+// macRounds: how often a PFX has its password hashed for the check of its MAC. More than kMostMacRounds, seconds of
+// work, are refused: a damaged or hostile file may name two thousand million, an hour. What lies behind the MAC was
+// made by somebody who knows the password.
+inline constexpr std::int64_t kMostMacRounds = 10'000'000;
+[[nodiscard]] std::int64_t macRounds(const PKCS12* pfx);
 
 class cPkcs12 {
  public:

@@ -2,10 +2,9 @@
 
 #include <openssl/pem.h>
 
-#include <limits>
-
 #include "base/base64.h"
 #include "base/cbuffer.h"
+#include "pki/cpkcs12.h"
 #include "tools/output.h"
 
 namespace zepasign::tools {
@@ -77,14 +76,6 @@ STACK_OF(X509) * certificatesOf(const PKCS7* pkcs7) { return pkcs7->d.sign == nu
 
 STACK_OF(PKCS7_SIGNER_INFO) * signersOf(const PKCS7* pkcs7) {
   return pkcs7->d.sign == nullptr ? nullptr : pkcs7->d.sign->signer_info;
-}
-
-std::int64_t macRounds(const PKCS12* pfx) {
-  const ASN1_INTEGER* rounds = nullptr;
-  PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, pfx);
-  std::int64_t count = 1;
-  const bool fits = rounds == nullptr || ASN1_INTEGER_get_int64(&count, rounds) == 1;
-  return fits ? count : std::numeric_limits<std::int64_t>::max();
 }
 
 bool openPfx(PKCS12* pfx, const std::string& password, PfxContent& content) {

@@ -2,7 +2,6 @@
 #ifndef ZEPASIGN_TOOLS_CRYPTOFILE_H_
 #define ZEPASIGN_TOOLS_CRYPTOFILE_H_
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -40,10 +39,6 @@ struct PfxContent {
   X509Ptr certificate = {};
   X509ListPtr others = {};
 };
-
-// macRounds: of the check of the password. The library makes no more than kMostMacRounds, and neither do we.
-inline constexpr std::int64_t kMostMacRounds = 10'000'000;
-[[nodiscard]] std::int64_t macRounds(const PKCS12* pfx);
 
 // openPfx: false with a wrong password, without a MAC or with too many rounds, or when it is damaged.
 [[nodiscard]] bool openPfx(PKCS12* pfx, const std::string& password, PfxContent& content);

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "base/text.h"
+#include "pki/cpkcs12.h"
 #include "pki/cx509.h"
 #include "tools/console.h"
 #include "tools/messages.h"
