@@ -71,8 +71,8 @@ bool listFolder(const std::string& folder, std::vector<std::string>& names) {
 
 FilePtr openForReading(const char* path) {
   const int descriptor = openAtOnce(path, O_RDONLY);
-  struct stat status {};
   if (descriptor < 0) return nullptr;
+  struct stat status {};
   const bool isOrdinary = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
   FilePtr file(isOrdinary ? fdopen(descriptor, "rb") : nullptr);
   if (!file) close(descriptor);
