@@ -48,7 +48,7 @@ ZEPASIGN_API int GetErrorCode(void);
 ZEPASIGN_API char* GetErrorMsg(void);
 
 /*
- * MakeZEPASignPasswd: enciphers `passwd` into the text that ZEPASignInitial takes as encedPfxPasswd. The signer and
+ * MakeZEPASignPasswd: encrypts `passwd` into the text that ZEPASignInitial takes as encedPfxPasswd. The signer and
  * its error code are left alone.
  *   outBuf        receives the text although it is declared const; NULL asks for the length alone
  *   outLen        in: capacity of outBuf in bytes; out: length of the text in bytes. The text is NUL-terminated only

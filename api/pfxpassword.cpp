@@ -45,8 +45,8 @@ bool setUpStoredCipher(cAesCipher& cipher, const std::string& license) {
   return key.setFromHex(license.c_str()) && cipher.setKey(key.keyOrNull(), key.keyOrNull());
 }
 
-// decipher: the password up to its first zero byte; false when it does not decipher or is longer than the area.
-bool decipher(const cAesCipher& cipher, const cBytes& encoded, std::string& password) {
+// decrypt: the password up to its first zero byte; false when it does not decrypt or is longer than the area.
+bool decrypt(const cAesCipher& cipher, const cBytes& encoded, std::string& password) {
   PasswordArea area;
   int capacity = kAreaSize;
   if (encoded.length() > kAreaSize) return false;
@@ -63,10 +63,10 @@ int resolveCallersForm(const std::string& license, const std::string& authKey, c
   if (!encoded.base64Decode(encedPfxPasswd)) {
     return failed(kWrongParameter, "encedPfxPasswd 內容解碼(Base64)失敗"_big5);
   }
-  static constexpr const char* kNotDeciphered = "encedPfxPasswd 內容解密失敗"_big5;  // one text for two codes
+  static constexpr const char* kNotDecrypted = "encedPfxPasswd 內容解密失敗"_big5;  // one text for two codes
   cAesCipher cipher;
-  if (!setUpCallersCipher(cipher, license, authKey)) return failed(kPasswordOrKeyWrong, kNotDeciphered);
-  if (!decipher(cipher, encoded, password)) return failed(kWrongParameter, kNotDeciphered);
+  if (!setUpCallersCipher(cipher, license, authKey)) return failed(kPasswordOrKeyWrong, kNotDecrypted);
+  if (!decrypt(cipher, encoded, password)) return failed(kWrongParameter, kNotDecrypted);
   return kSuccess;
 }
 
@@ -80,7 +80,7 @@ int resolveStoredForm(const cProperty& property, const std::string& license, std
   if (!setUpStoredCipher(cipher, license)) {
     return failed(kWrongParameter, "PFX.pswdB64 內容解密, 初始化失敗"_big5);
   }
-  if (!decipher(cipher, encoded, password)) return failed(kWrongParameter, "PFX.pswdB64 內容解密"_big5);
+  if (!decrypt(cipher, encoded, password)) return failed(kWrongParameter, "PFX.pswdB64 內容解密"_big5);
   return kSuccess;
 }
 

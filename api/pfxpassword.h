@@ -1,5 +1,5 @@
-// The PFX password in its three forms: plain in the property file (PFX.pswd), enciphered in the property file
-// (PFX.pswdB64), and enciphered and handed over by the caller, for which the property file names PSWD.authKey.
+// The PFX password in its three forms: plain in the property file (PFX.pswd), encrypted in the property file
+// (PFX.pswdB64), and encrypted and handed over by the caller, for which the property file names PSWD.authKey.
 //
 //   key     AES-256, 64 hexadecimal digits in PSWD.license
 //   vector  SHA-256 of PSWD.authKey for the caller's form, the key itself for PFX.pswdB64

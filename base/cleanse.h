@@ -1,4 +1,4 @@
-// Wiping of secrets: passwords, keys and deciphered areas do not stay in memory after their use.
+// Wiping of secrets: passwords, keys and decrypted areas do not stay in memory after their use.
 #ifndef ZEPASIGN_BASE_CLEANSE_H_
 #define ZEPASIGN_BASE_CLEANSE_H_
 

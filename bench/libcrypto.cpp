@@ -3,7 +3,7 @@
 
 #include "api/ZEPASignDLL.h"
 #include "bench/stage.h"
-#include "tools/demo/handles.h"
+#include "demo/handles.h"
 
 namespace zepasign::bench {
 namespace {
@@ -23,12 +23,12 @@ void encodeText(T* structure, int (*toDer)(const T*, unsigned char**)) {
 }
 
 X509StackPtr authoritiesOf(const std::vector<Certificate>& chain) {
-  X509StackPtr authorities(made(sk_X509_new_null(), "stack"));
-  for (std::size_t i = 1; i < chain.size(); ++i) made(sk_X509_push(authorities.get(), chain[i].get()), "CA");
+  X509StackPtr authorities(must(sk_X509_new_null(), "stack"));
+  for (std::size_t i = 1; i < chain.size(); ++i) must(sk_X509_push(authorities.get(), chain[i].get()), "CA");
   return authorities;
 }
 
-BioPtr streamOf(const Input& input) { return BioPtr(made(BIO_new_mem_buf(input.data(), input.size()), "stream")); }
+BioPtr streamOf(const Input& input) { return BioPtr(must(BIO_new_mem_buf(input.data(), input.size()), "stream")); }
 
 }  // namespace
 
@@ -62,7 +62,7 @@ Sign libcryptoPkcs7(const Job& job) {
   if (!job.attributes) flags |= PKCS7_NOATTR;
   return [job, flags, chain = stage().chain(job), key = stage().signer(job.key).key] {
     const Input input(job);
-    const Pkcs7Ptr pkcs7(made(
+    const Pkcs7Ptr pkcs7(must(
         PKCS7_sign(chain.front().get(), key.get(), authoritiesOf(chain).get(), streamOf(input).get(), flags), "PKCS7"));
     encodeText(pkcs7.get(), i2d_PKCS7);
   };
@@ -74,7 +74,7 @@ Sign libcryptoCms(const Job& job) {
   if (!job.attributes) flags |= CMS_NOATTR;
   return [job, flags, chain = stage().chain(job), key = stage().signer(job.key).key] {
     const Input input(job);
-    const testing::Owned<CMS_ContentInfo_free, CMS_ContentInfo> cms(made(
+    const testing::Owned<CMS_ContentInfo_free, CMS_ContentInfo> cms(must(
         CMS_sign(chain.front().get(), key.get(), authoritiesOf(chain).get(), streamOf(input).get(), flags), "CMS"));
     encodeText(cms.get(), i2d_CMS_ContentInfo);
   };

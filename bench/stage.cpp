@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "demo/handles.h"
 #include "tests/support/pki.h"
-#include "tools/demo/handles.h"
 
 namespace zepasign::bench {
 namespace {

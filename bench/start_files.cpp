@@ -4,8 +4,8 @@
 
 #include "bench/measure.h"
 #include "bench/stage.h"
+#include "demo/handles.h"
 #include "tests/support/pki.h"
-#include "tools/demo/handles.h"
 
 namespace zepasign::bench {
 namespace {

@@ -8,8 +8,8 @@
 #include "base/caescipher.h"
 #include "base/cchars.h"
 #include "base/charset.h"
+#include "demo/handles.h"
 #include "fuzz/fuzz_support.h"
-#include "tools/demo/handles.h"
 
 namespace {
 

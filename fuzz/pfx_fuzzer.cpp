@@ -1,10 +1,10 @@
 // A PFX file, as it is and once more under a MAC that fits, as one who knows the password would make it: loading it
 // leaves a key and a certificate, which then go through the checks of a signer and sign, or neither.
 #include "base/errors.h"
+#include "demo/handles.h"
 #include "fuzz/fuzz_support.h"
 #include "pki/cpkcs12.h"
 #include "pki/csigneddata.h"
-#include "tools/demo/handles.h"
 
 namespace {
 

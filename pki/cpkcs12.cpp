@@ -23,7 +23,7 @@ void drop(Pointer& pointer) {
 
 }  // namespace
 
-std::int64_t macRounds(const PKCS12* pfx) {
+std::int64_t macIterations(const PKCS12* pfx) {
   const ASN1_INTEGER* rounds = nullptr;
   PKCS12_get0_mac(nullptr, nullptr, nullptr, &rounds, pfx);
   std::int64_t count = 1;
@@ -72,7 +72,7 @@ int cPkcs12::readContainer(const std::string& path) {
 }
 
 int cPkcs12::openContainer(const char* pfxPasswd) {
-  if (macRounds(pkcs12_.get()) > kMostMacRounds) {
+  if (macIterations(pkcs12_.get()) > kMaxMacIterations) {
     logText(kError, "pfx 檔 MAC 的重複次數過大"_big5);
     return kPasswordOrKeyWrong;
   }

@@ -13,11 +13,11 @@ namespace zepasign {
 
 struct FilterSide;
 
-// macRounds: how often a PFX has its password hashed for the check of its MAC. More than kMostMacRounds, seconds of
-// work, are refused: a damaged or hostile file may name two thousand million, an hour. What lies behind the MAC was
+// macIterations: how often a PFX has its password hashed for the check of its MAC. More than kMaxMacIterations, seconds
+// of work, are refused: a damaged or hostile file may name two thousand million, an hour. What lies behind the MAC was
 // made by somebody who knows the password.
-inline constexpr std::int64_t kMostMacRounds = 10'000'000;
-[[nodiscard]] std::int64_t macRounds(const PKCS12* pfx);
+inline constexpr std::int64_t kMaxMacIterations = 10'000'000;
+[[nodiscard]] std::int64_t macIterations(const PKCS12* pfx);
 
 class cPkcs12 {
  public:

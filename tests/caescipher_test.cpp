@@ -13,7 +13,7 @@ struct Cipher : ::testing::Test {
   const Hex key{"603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4"};
   const Hex vector{"000102030405060708090a0b0c0d0e0fffffffffffffffffffffffffffffffff"};  // the second half is not used
   const Hex plain{"6bc1bee22e409f96e93d7e117393172a"}, plainXorVector{"6bc0bce12a459991e134741a7f9e1925"};
-  const std::string enciphered = bytesOf(Hex("f58c4c04d6e5f1ba779eabfb5f7bfbd6"));
+  const std::string encrypted = bytesOf(Hex("f58c4c04d6e5f1ba779eabfb5f7bfbd6"));
   cAesCipher cipher;
   unsigned char area[32] = {};
   int capacity = 15;
@@ -27,7 +27,7 @@ TEST_F(Cipher, TellsTheSizeItNeedsAndGivesTheKnownAnswerAndBack) {
   EXPECT_EQ(cipher.encrypt(plain.data(), 15, area, &++capacity), 0);
   capacity = 32;
   EXPECT_EQ(cipher.encrypt(plainXorVector.data(), 16, area, &capacity), 0);
-  EXPECT_EQ(std::string(area, area + 16), enciphered);
+  EXPECT_EQ(std::string(area, area + 16), encrypted);
   EXPECT_TRUE(cipher.setKey(key.data(), vector.data()) && cipher.decrypt(area, 32, area, &capacity) == 0);
   EXPECT_EQ(std::string(area, area + capacity), bytesOf(plain));
 }

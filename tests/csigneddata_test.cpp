@@ -7,12 +7,12 @@ namespace zepasign::testing {
 // reference: the signature as libcrypto makes it through its own data stream, at the signing time of `der`.
 static std::string reference(const cSignedData::Options& options, const std::string& content, const std::string& der) {
   const Pkcs7Ptr pkcs7(PKCS7_new()), given(decode<d2i_PKCS7>(der));
-  made(PKCS7_set_type(pkcs7.get(), NID_pkcs7_signed), "type");
+  must(PKCS7_set_type(pkcs7.get(), NID_pkcs7_signed), "type");
   PKCS7_SIGNER_INFO* signer = PKCS7_add_signature(pkcs7.get(), options.signer, options.key, options.digest);
-  for (X509* each : options.certificates) made(PKCS7_add_certificate(pkcs7.get(), each), "certificate");
+  for (X509* each : options.certificates) must(PKCS7_add_certificate(pkcs7.get(), each), "certificate");
   if (options.addAttributes) {
     PKCS7_SIGNER_INFO* timed = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(given.get()), 0);
-    const ASN1_TYPE* time = made(PKCS7_get_signed_attribute(timed, NID_pkcs9_signingTime), "signing time");
+    const ASN1_TYPE* time = must(PKCS7_get_signed_attribute(timed, NID_pkcs9_signingTime), "signing time");
     PKCS7_add0_attrib_signing_time(signer, ASN1_STRING_dup(time->value.utctime));
     PKCS7_add_attrib_content_type(signer, nullptr);
   }
@@ -20,7 +20,7 @@ static std::string reference(const cSignedData::Options& options, const std::str
   PKCS7_set_detached(pkcs7.get(), options.embedContent ? 0 : 1);
   const BioPtr stream(PKCS7_dataInit(pkcs7.get(), nullptr));
   BIO_write(stream.get(), content.data(), static_cast<int>(content.size()));
-  made(PKCS7_dataFinal(pkcs7.get(), stream.get()), "signature");
+  must(PKCS7_dataFinal(pkcs7.get(), stream.get()), "signature");
   return encode<i2d_PKCS7>(pkcs7.get());
 }
 

@@ -4,7 +4,7 @@ namespace zepasign::testing {
 
 using Initial = SignerTest;
 
-// The password as the openssl command enciphers it: -aes-256-cbc, the key 32 times 0xAA, the vector the SHA-256 of
+// The password as the openssl command encrypts it: -aes-256-cbc, the key 32 times 0xAA, the vector the SHA-256 of
 // "auth" or, in the stored form, the key.
 constexpr const char* kCallers = "uU6LS/1UEKdF1HILDZifew==";
 constexpr const char* kStored = "Wlapc7Zr+9BjfkfFXz8jKw==";

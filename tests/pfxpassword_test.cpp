@@ -15,7 +15,7 @@ TEST_F(PfxPassword, FillsTheAreaThatItIsGivenOrTellsWhyNot) {
     EXPECT_EQ(given, area);
     EXPECT_EQ(length, code == 5003 || area[0] != '#' ? 44 : capacity) << error;
   };
-  const std::string text = "4SioxGLp8gZha6raJTb2I8KvO1zCW9SXjBvmTqqKaiI=";  // as the openssl command enciphers it
+  const std::string text = "4SioxGLp8gZha6raJTb2I8KvO1zCW9SXjBvmTqqKaiI=";  // as the openssl command encrypts it
   const std::string zeros(43, '\0'), before(45, '#'), both = license + key, tooLong(512, 'p');
   makes(both, "pppppppppppppppp", 45, 0, text + '\0');
   makes(both, "pppppppppppppppp", 44, 0, text + '#');

@@ -67,7 +67,7 @@ TEST_F(Secrets, AreGoneAfterInitialisation) {
     int size = sizeof text;
     ASSERT_EQ(library.find(MakeZEPASignPasswd, "MakeZEPASignPasswd")(text, &size, callers.c_str(), password.c_str()),
               0);
-    folder_.write("enciphered", text);
+    folder_.write("encrypted", text);
     others.erase("PSWD.authKey");
     others["PFX.pswdB64"] = runCommand("printf %s '" + password + "' | openssl enc -aes-256-cbc -a -A -K " + license +
                                        " -iv " + license.substr(0, 32))
@@ -89,7 +89,7 @@ TEST_F(Secrets, AreGoneAfterInitialisation) {
   gone();
   for (const char* form : {"app.properties", "stored", "callers"}) {
     SCOPED_TRACE(form);
-    EXPECT_EQ(library.initialise(folder_.path(form), readFile(folder_.path("enciphered")).c_str()), 0);
+    EXPECT_EQ(library.initialise(folder_.path(form), readFile(folder_.path("encrypted")).c_str()), 0);
     gone();
     EXPECT_EQ(library.sign(), 0);
     gone();

@@ -150,7 +150,7 @@ TEST_F(ToolTest, ShowsEveryKindOfFile) {
   EXPECT_EQ(std::string::npos, run("show hostile").output.find('\x1B'));
 }
 
-TEST_F(ToolTest, EnciphersThePasswordInBothForms) {
+TEST_F(ToolTest, EncryptsThePasswordInBothForms) {
   folder_.write("a", "content");
   const std::string withKey = changed("key.properties", "#PSWD.authKey = ", "PSWD.authKey = any text");
   EXPECT_EQ(3, run("sign -c " + withKey + " a </dev/null").exitCode) << "nobody to ask";

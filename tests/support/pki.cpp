@@ -1,14 +1,14 @@
 #include "tests/support/pki.h"
 
-#include "tools/demo/handles.h"
+#include "demo/handles.h"
 
 namespace zepasign::testing {
 
 SignatureFacts factsOf(const std::string& der) {
   const Pkcs7Ptr pkcs7(decode<d2i_PKCS7>(der));
-  made(PKCS7_type_is_signed(pkcs7.get()), "signed data");
+  must(PKCS7_type_is_signed(pkcs7.get()), "signed data");
   const PKCS7_SIGNED* body = pkcs7->d.sign;
-  const PKCS7_SIGNER_INFO* signer = made(sk_PKCS7_SIGNER_INFO_value(body->signer_info, 0), "signer");
+  const PKCS7_SIGNER_INFO* signer = must(sk_PKCS7_SIGNER_INFO_value(body->signer_info, 0), "signer");
   SignatureFacts facts{.digest = OBJ_nid2sn(OBJ_obj2nid(signer->digest_alg->algorithm)),
                        .detached = PKCS7_get_detached(pkcs7.get()) != 0};
   for (int i = 0; i < sk_X509_num(body->cert); ++i) {

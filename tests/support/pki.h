@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/demo/certificates.h"
-#include "tools/demo/containers.h"
+#include "demo/certificates.h"
+#include "demo/containers.h"
 
 namespace zepasign::testing {
 

@@ -6,10 +6,10 @@
 
 #include "api/ZEPASignDLL.h"
 #include "base/clog.h"
+#include "demo/handles.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
 #include "tests/support/signer_stage.h"
-#include "tools/demo/handles.h"
 
 namespace zepasign::testing {
 

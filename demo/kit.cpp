@@ -1,0 +1,50 @@
+#include "demo/kit.h"
+
+#include <openssl/rand.h>
+
+#include <ctime>
+
+#include "demo/containers.h"
+#include "demo/handles.h"
+
+namespace zepasign::demo {
+namespace {
+
+constexpr long kYear = 365L * 24 * 60 * 60;
+
+// timeIn: that many seconds from now, as a certificate writes it.
+std::string timeIn(long seconds) {
+  const Owned<ASN1_TIME_free, ASN1_TIME> time(must(X509_gmtime_adj(nullptr, seconds), "time"));
+  return reinterpret_cast<const char*>(ASN1_STRING_get0_data(time.get()));
+}
+
+Identity issue(CertPlan plan, const char* commonName, long seconds) {
+  plan.subject = {{"C", "TW"}, {"O", "zepasign demo"}, {"CN", commonName}};
+  plan.key = newRsaKey();
+  plan.serial = randomHex(7);
+  plan.notBefore = timeIn(0);
+  plan.notAfter = timeIn(seconds);
+  return makeIdentity(plan);
+}
+
+}  // namespace
+
+Kit makeKit() {
+  const Identity ca = issue(caPlan(""), "zepasign demo CA", 10 * kYear);
+  const Identity signer = issue(signerPlan(ca), "zepasign demo signer", kYear);
+  return {makePfx({.identity = signer, .password = kPassword, .iterations = PKCS12_DEFAULT_ITER}),
+          makeP7b({ca.certificate}), makeCrl({.issuer = ca, .lastUpdate = timeIn(0), .nextUpdate = timeIn(kYear)}),
+          pemOf("CERTIFICATE", derOf(ca.certificate)), subjectKeyIdOf(ca.certificate)};
+}
+
+std::string randomHex(std::size_t bytes) {
+  std::string random(bytes, '\0');
+  auto* data = reinterpret_cast<unsigned char*>(random.data());
+  must(RAND_bytes(data, static_cast<int>(bytes)) == 1, "random bytes");
+  std::string hex(2 * bytes + 1, '\0');
+  must(OPENSSL_buf2hexstr_ex(hex.data(), hex.size(), nullptr, data, bytes, '\0'), "random bytes");
+  hex.pop_back();
+  return hex;
+}
+
+}  // namespace zepasign::demo

@@ -1,0 +1,69 @@
+// CommandLine: the parser of the arguments, to which each sub-command adds itself in its own file.
+#ifndef ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
+#define ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+#include "tools/terminal/messages.h"
+
+namespace zepasign::tools {
+
+// ExitCode: how every sub-command ends.
+enum ExitCode {
+  kOk = 0,
+  kFailed = 1,         // a file failed, a signature is not valid, or something must be corrected
+  kUsage = 2,          // the command line is wrong
+  kNotInitialised = 3  // the library does not initialise with this property file
+};
+
+// CommonOptions: shared by the sub-commands that initialise the library. `encedFile` holds the password that
+// ZEPASignInitial takes beside a property file with PSWD.authKey, as "zepasign passwd" printed it. File names are bytes
+// in the encoding of the terminal.
+struct CommonOptions {
+  std::string propertyFile;
+  std::string encedFile;
+  bool json = false;
+};
+
+class CommandLine final {
+ public:
+  // Action: carries out a sub-command with the options that the parser has filled in; returns an ExitCode.
+  using Action = std::function<int()>;
+
+  CommandLine();
+
+  // add: a new sub-command with a --help of its own. `action` becomes the chosen one when the arguments name it.
+  CLI::App* add(const char* name, const Message& description, Action action);
+
+  // parse: reads the arguments. Help and version go to the standard output, errors to the standard error. Returns an
+  // ExitCode; `run` is only to be called after kOk.
+  [[nodiscard]] int parse(int argc, char** argv);
+  // run: carries out the chosen sub-command; kOk when there is none (--help, --version).
+  [[nodiscard]] int run() const { return chosen_ ? chosen_() : kOk; }
+
+ private:
+  CLI::App app_;
+  Action chosen_;
+};
+
+// helpText: a text of the help, in the user's language and the terminal's encoding.
+[[nodiscard]] std::string helpText(const Message& text);
+
+// addPropertyFile, addJson, addCommon: options that several sub-commands have.
+void addPropertyFile(CLI::App* command, std::string& file);
+void addJson(CLI::App* command, bool& json);
+void addCommon(CLI::App* command, CommonOptions& options);
+
+// The sub-commands, each defined in the file of its name.
+void addSign(CommandLine& line);
+void addVerify(CommandLine& line);
+void addShow(CommandLine& line);
+void addPasswd(CommandLine& line);
+void addCheck(CommandLine& line);
+void addInit(CommandLine& line);
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_

@@ -1,0 +1,65 @@
+// zepasign passwd: the encrypted forms of a PFX password. The password itself is never an argument, since every user
+// of the machine can see those.
+#include "base/cleanse.h"
+#include "base/errors.h"
+#include "tools/commands/command_line.h"
+#include "tools/commands/password.h"
+#include "tools/terminal/io.h"
+#include "tools/terminal/messages.h"
+#include "tools/terminal/system.h"
+
+namespace zepasign::tools {
+namespace {
+
+struct PasswdOptions {
+  std::string propertyFile;
+  bool stored = false;
+};
+
+// obstacle: why no password can be encrypted with this file; empty when nothing is in the way.
+std::string obstacle(const PasswdOptions& options, const PropertyText& properties) {
+  if (properties.pairs().empty() || !properties.longLines().empty()) return codeText(kPropertyFileUnreadable);
+  if (!isKey(properties.value("PSWD.license"))) return tr("PSWD.license is no key: write 64 hexadecimal digits"_m);
+  const bool lacksKey = !options.stored && properties.value("PSWD.authKey").empty();
+  return lacksKey ? tr("PSWD.authKey is missing: set it, or use --stored for PFX.pswdB64"_m) : "";
+}
+
+int encrypt(const PasswdOptions& options, const PropertyText& properties, const std::string& password,
+            std::string& text) {
+  if (!options.stored) return makeEnced(options.propertyFile, password, text);
+  text = encryptStored(properties.value("PSWD.license"), password);
+  return text.empty() ? kEncryptionFailed : kSuccess;
+}
+
+int runPasswd(const PasswdOptions& options) {
+  const auto refuse = [&options](const std::string& why) {
+    printError(fromTerminal(options.propertyFile) + ": " + why);
+    return kFailed;
+  };
+  std::string bytes;
+  static_cast<void>(readRegularFile(options.propertyFile, bytes));
+  const CleanseOnExit wipe(bytes);
+  const PropertyText properties(bytes);
+  if (const std::string why = obstacle(options, properties); !why.empty()) return refuse(why);
+  std::string password;
+  std::string text;
+  if (!readSecret(tr("PFX password"_m), password)) {
+    printError(tr("no password was given"_m));
+    return kFailed;
+  }
+  const CleanseOnExit wipePassword(password);
+  if (const int code = encrypt(options, properties, password, text); code != kSuccess) return refuse(codeText(code));
+  printLine(text);
+  return kOk;
+}
+
+}  // namespace
+
+void addPasswd(CommandLine& line) {
+  const auto options = std::make_shared<PasswdOptions>();
+  CLI::App* command = line.add("passwd", "encrypt a PFX password"_m, [options] { return runPasswd(*options); });
+  addPropertyFile(command, options->propertyFile);
+  command->add_flag("--stored", options->stored, helpText("the form for PFX.pswdB64 in the property file"_m));
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,94 @@
+#include "tools/files/cryptofile.h"
+
+#include <openssl/pem.h>
+
+#include "base/base64.h"
+#include "base/cbuffer.h"
+#include "pki/cpkcs12.h"
+#include "tools/terminal/io.h"
+
+namespace zepasign::tools {
+namespace {
+
+// decode: the object that is exactly these bytes, null when they are anything else.
+template <auto FromDer, class Pointer>
+Pointer decode(const std::string& der) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
+  const unsigned char* end = bytes + der.size();
+  Pointer object(FromDer(nullptr, &bytes, static_cast<long>(der.size())));
+  if (bytes != end) object.reset();
+  return object;
+}
+
+void addDer(const std::string& der, CryptoFile& file) {
+  if (auto certificate = decode<d2i_X509, X509Ptr>(der)) {
+    file.certificates.push_back(std::move(certificate));
+  } else if (auto crl = decode<d2i_X509_CRL, X509CrlPtr>(der)) {
+    file.crls.push_back(std::move(crl));
+  } else if (auto pkcs7 = decode<d2i_PKCS7, Pkcs7Ptr>(der); pkcs7 && PKCS7_type_is_signed(pkcs7.get())) {
+    file.pkcs7 = std::move(pkcs7);
+  } else if (auto pfx = decode<d2i_PKCS12, Pkcs12Ptr>(der)) {
+    file.pfx = std::move(pfx);
+  }
+}
+
+void addPem(const std::string& text, CryptoFile& file) {
+  const BioPtr stream(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+  char* label = nullptr;
+  char* header = nullptr;
+  unsigned char* data = nullptr;
+  long length = 0;
+  while (PEM_read_bio(stream.get(), &label, &header, &data, &length) == 1) {
+    const OpenSslTextPtr ownedLabel(label);
+    const OpenSslTextPtr ownedHeader(header);
+    const std::unique_ptr<unsigned char, FreeWith<freeOpenSslBytes>> ownedData(data);
+    addDer(std::string(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length)), file);
+  }
+}
+
+}  // namespace
+
+CryptoFile parseCryptoFile(const std::string& bytes) {
+  const ErrorQueueMark mark;
+  CryptoFile file;
+  if (bytes.size() > static_cast<std::size_t>(kMaxLength)) return file;
+  addDer(bytes, file);
+  file.isDer = !file.isEmpty();
+  if (file.isEmpty()) addPem(bytes, file);
+  if (file.isEmpty()) addDer(fromBase64(bytes), file);
+  return file;
+}
+
+bool readCryptoFile(const std::string& path, CryptoFile& file) {
+  std::string bytes;
+  if (!readAll(path, bytes)) return false;
+  file = parseCryptoFile(bytes);
+  return true;
+}
+
+std::string fromBase64(const std::string& text) {
+  std::string der(base64::decodedBound(text.size()), '\0');
+  der.resize(base64::decode(text, reinterpret_cast<unsigned char*>(der.data())));
+  return der;
+}
+
+STACK_OF(X509) * certificatesOf(const PKCS7* pkcs7) { return pkcs7->d.sign == nullptr ? nullptr : pkcs7->d.sign->cert; }
+
+STACK_OF(PKCS7_SIGNER_INFO) * signersOf(const PKCS7* pkcs7) {
+  return pkcs7->d.sign == nullptr ? nullptr : pkcs7->d.sign->signer_info;
+}
+
+bool openPfx(PKCS12* pfx, const std::string& password, PfxContent& content) {
+  const ErrorQueueMark mark;
+  EVP_PKEY* key = nullptr;
+  X509* certificate = nullptr;
+  STACK_OF(X509)* others = nullptr;
+  if (macIterations(pfx) > kMaxMacIterations || PKCS12_verify_mac(pfx, password.c_str(), -1) != 1 ||
+      PKCS12_parse(pfx, password.c_str(), &key, &certificate, &others) != 1) {
+    return false;
+  }
+  content = {EvpPkeyPtr(key), X509Ptr(certificate), X509ListPtr(others)};
+  return true;
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,155 @@
+#include "tools/terminal/io.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "base/platform.h"
+#include "tools/terminal/messages.h"
+#include "tools/terminal/system.h"
+
+namespace zepasign::tools {
+namespace {
+
+std::FILE* standardOutput = nullptr;
+bool failedToWrite = false;
+
+std::string scalarText(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_boolean()) return value.get<bool>() ? tr("yes"_m) : tr("no"_m);
+  return value.is_null() ? "-" : value.dump();
+}
+
+// isShort: whether a list fits on one line.
+bool isShort(const Json& value) {
+  for (const Json& each : value) {
+    if (each.is_structured() || each.is_string()) return false;
+  }
+  return true;
+}
+
+void printIndented(const Json& tree, const std::string& indent);
+
+// printEntry: `head` and the value behind it, or below it when it has parts.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the tree
+void printEntry(const std::string& indent, const std::string& head, const Json& value) {
+  if (!value.is_structured()) {
+    printLine(indent + head + " " + scalarText(value));
+  } else if (value.is_array() && isShort(value)) {
+    printLine(indent + head + " " + (value.empty() ? "-" : value.dump()));
+  } else {
+    printLine(indent + head);
+    printIndented(value, indent + "  ");
+  }
+}
+
+// NOLINTNEXTLINE(misc-no-recursion)
+void printIndented(const Json& tree, const std::string& indent) {
+  if (!tree.is_array()) {
+    for (const auto& [name, value] : tree.items()) printEntry(indent, labelText(name) + ":", value);
+    return;
+  }
+  int number = 0;
+  for (const Json& value : tree) printEntry(indent, "[" + std::to_string(++number) + "]", value);
+}
+
+// lineOf: one line in the terminal's encoding. What a file holds must not command the terminal or begin a line.
+std::string lineOf(std::string utf8) {
+  const auto isControl = [](char c) { return (c >= 0 && c < ' ' && c != '\t') || c == '\x7F'; };
+  std::replace_if(utf8.begin(), utf8.end(), isControl, '?');
+  return toTerminal(utf8) + "\n";
+}
+
+bool writeStream(std::FILE* stream, const std::string& bytes) {
+  return stream != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+}
+
+}  // namespace
+
+void openOutput() { standardOutput = takeStandardOutput(); }
+
+bool closeOutput() {
+  if (standardOutput != nullptr && std::fclose(standardOutput) != 0) failedToWrite = true;
+  standardOutput = nullptr;
+  return !failedToWrite;
+}
+
+void printBytes(const std::string& bytes) {
+  if (!writeStream(standardOutput, bytes)) failedToWrite = true;
+}
+
+void flushOutput() {
+  if (standardOutput != nullptr && std::fflush(standardOutput) != 0) failedToWrite = true;
+}
+
+void printLine(const std::string& utf8) { printBytes(lineOf(utf8)); }
+
+void printListing(const Json& tree, bool asJson) {
+  if (asJson) {
+    printBytes(tree.dump(2, ' ', true, Json::error_handler_t::replace) + "\n");
+  } else {
+    printIndented(tree, "");
+  }
+}
+
+void printError(const std::string& utf8) {
+  const std::string line = lineOf("zepasign: " + utf8);
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool readAll(const std::string& path, std::string& bytes) {
+  const platform::FilePtr opened(path == "-" ? nullptr : std::fopen(path.c_str(), "rb"));
+  std::FILE* file = path == "-" ? stdin : opened.get();
+  if (file == nullptr) return false;
+  std::array<char, 65536> block;
+  bytes.clear();
+  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file)) bytes.append(block.data(), count);
+  return std::ferror(file) == 0;
+}
+
+bool readRegularFile(const std::string& path, std::string& bytes) {
+  return path != "-" && platform::openForReading(path.c_str()) != nullptr && readAll(path, bytes);
+}
+
+bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate) {
+  if (path == "-") {
+    printBytes(bytes);
+    return !failedToWrite;
+  }
+  const std::string beside = tempName(path);
+  std::FILE* file = createFile(beside, isPrivate);
+  if (file == nullptr) return false;
+  const bool written = writeStream(file, bytes);
+  if (std::fclose(file) == 0 && written && replaceFile(beside, path)) return true;
+  std::remove(beside.c_str());
+  return false;
+}
+
+bool readSecret(const std::string& prompt, std::string& secret) {
+  if (isTerminal(stdin)) {
+    std::cerr << toTerminal(prompt) << ": " << std::flush;
+    secret = readLineHidden();
+    std::cerr << std::endl;
+  } else {
+    std::getline(std::cin, secret);
+  }
+  if (secret.ends_with('\r')) secret.pop_back();
+  return !secret.empty();
+}
+
+Progress::Progress(std::size_t total) : total_(total), visible_(total > 1 && isTerminal(stderr)) {}
+
+Progress::~Progress() {
+  if (visible_) std::fprintf(stderr, "\r%*s\r", 70, "");
+}
+
+void Progress::show(std::size_t done) const {
+  constexpr std::size_t kWidth = 40;
+  if (!visible_) return;
+  const std::string bar(done * kWidth / total_, '#');
+  std::fprintf(stderr, "\r[%-40s] %zu/%zu ", bar.c_str(), done, total_);
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,62 @@
+// What the command line reads and writes: listings and errors for people and programs, whole files, and passwords.
+#ifndef ZEPASIGN_TOOLS_TERMINAL_IO_H_
+#define ZEPASIGN_TOOLS_TERMINAL_IO_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace zepasign::tools {
+
+// Json: what a listing says; values are UTF-8. JSON shows it as it is, a terminal with indentation.
+using Json = nlohmann::ordered_json;
+
+// openOutput: takes the process's standard output for the functions below; see takeStandardOutput.
+void openOutput();
+// closeOutput: false when something could not be written.
+[[nodiscard]] bool closeOutput();
+
+void printBytes(const std::string& bytes);
+void flushOutput();
+void printLine(const std::string& utf8);
+// printListing: as JSON (ASCII only, so that it does not depend on the locale) or as indented lines.
+void printListing(const Json& tree, bool asJson);
+
+// printError: a line on the standard error.
+void printError(const std::string& utf8);
+
+// readAll: the whole content of a file or, for "-", of the standard input. False when it cannot be read.
+[[nodiscard]] bool readAll(const std::string& path, std::string& bytes);
+// readRegularFile: the same of an ordinary file, which is all that the library reads.
+[[nodiscard]] bool readRegularFile(const std::string& path, std::string& bytes);
+
+// tempName: the file that writeFile writes first. Always the same name, so that the next run overwrites what a killed
+// run left.
+[[nodiscard]] inline std::string tempName(const std::string& path) { return path + ".part"; }
+
+// writeFile: writes beside the place and renames, so that nobody ever sees half a file there; "-" is the standard
+// output.
+[[nodiscard]] bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate = false);
+
+// readSecret: one line, from the terminal without echo after the prompt, else from the standard input as it comes.
+// False when it is empty.
+[[nodiscard]] bool readSecret(const std::string& prompt, std::string& secret);
+
+// Progress: a bar on the standard error while that is a terminal; it is erased at the end of the scope.
+class Progress final {
+ public:
+  explicit Progress(std::size_t total);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(std::size_t done) const;
+
+ private:
+  std::size_t total_;
+  bool visible_;
+};
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_TERMINAL_IO_H_

@@ -1,0 +1,42 @@
+// The tool's texts in its two languages. A text stands in the sources in English, "cannot read {0}"_m, and its Chinese
+// in messages.inc; a text that is missing there is a compile error. {0} to {9} stand for the arguments.
+#ifndef ZEPASIGN_TOOLS_TERMINAL_MESSAGES_H_
+#define ZEPASIGN_TOOLS_TERMINAL_MESSAGES_H_
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace zepasign::tools {
+
+struct Message {
+  std::string_view english;
+  std::string_view chinese;
+};
+
+inline constexpr Message kMessages[] = {
+#include "tools/terminal/messages.inc"
+};
+
+consteval Message operator""_m(const char* text, std::size_t length) {
+  for (const Message& each : kMessages) {
+    if (each.english == std::string_view(text, length)) return each;
+  }
+  throw "add the text to tools/terminal/messages.inc";
+}
+
+// useChinese: chooses the language of all texts from now on.
+void useChinese(bool chinese);
+
+// tr: the message in the user's language (UTF-8), its places filled.
+[[nodiscard]] std::string tr(const Message& message, std::initializer_list<std::string> arguments = {});
+
+// codeText: what an error code of the library means, with the code in parentheses at the end.
+[[nodiscard]] std::string codeText(int code);
+
+// labelText: the readable form of a name in camelCase, such as stands in JSON.
+[[nodiscard]] std::string labelText(std::string_view name);
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_TERMINAL_MESSAGES_H_
