@@ -9,10 +9,8 @@ export build=build/fuzz seconds=${1:-20}
 shift $(($# > 0 ? 1 : 0))
 scripts/install-deps.sh clang cmake libclang-rt-14-dev libssl-dev llvm ninja-build
 
-CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja --log-level=WARNING -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DBUILD_TESTING=OFF -DZEPASIGN_BUILD_FUZZERS=ON -DZEPASIGN_WARNINGS_AS_ERRORS=ON \
-  -DZEPASIGN_SANITIZE=address,undefined,fuzzer-no-link
-cmake --build "$build" >"$build/log" || { cat "$build/log"; exit 1; }
+cmake --preset fuzz --log-level=WARNING
+cmake --build --preset fuzz >"$build/log" || { cat "$build/log"; exit 1; }
 
 mkdir -p out/fuzz
 [ $# -gt 0 ] || set -- $(basename -a fuzz/*_fuzzer.cpp | sed 's/_fuzzer.cpp//')

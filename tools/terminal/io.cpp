@@ -52,7 +52,7 @@ void printIndented(const Json& tree, const std::string& indent) {
     return;
   }
   int number = 0;
-  for (const Json& value : tree) printEntry(indent, "[" + std::to_string(++number) + "]", value);
+  for (const Json& value : tree) printEntry(indent, '[' + std::to_string(++number) + ']', value);
 }
 
 // lineOf: one line in the terminal's encoding. What a file holds must not command the terminal or begin a line.
