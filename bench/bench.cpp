@@ -1,5 +1,5 @@
-// zepasign_bench TABLE PLOT [OPTION...]: measures signatures by all contestants, with Google Benchmark's options, and
-// writes rows of the table (Markdown) and the points of the plot.
+// zepasign_bench TABLE PLOT [OPTION...]: measures signatures by all implementations, with Google Benchmark's options,
+// and writes rows of the table (Markdown) and the points of the plot.
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
 
@@ -15,21 +15,22 @@
 namespace zepasign::bench {
 namespace {
 
-// Row: one job for all contestants.
+// Row: one job for all implementations.
 struct Row {
   const char* title;
-  double limit;  // of the library's ratio to the yardstick; 0 is none
+  double limit;  // of the library's ratio to the baseline; 0 is none
   Job job;
   bool plotted = false;
 };
 const Row kRows[] = {
-    {"1 KiB embedded with attributes", 1.03, {}, true},
-    {"1 KiB embedded without attributes", 1.03, {.attributes = false}},
+    {"1 KiB embedded with attributes", 1.02, {}, true},
+    {"1 KiB embedded without attributes", 1.02, {.attributes = false}},
     {"1 KiB embedded with attributes and chain from the PFX", 1.04, {.certificates = Certificates::kChainInPfx}},
     {"1 KiB embedded with attributes and chain from P7B", 1.04, {.certificates = Certificates::kChainInP7b}},
+    {"1 MiB embedded with attributes", 1.2, {.size = kMiB}},
     {"64 MiB detached with attributes", 1.02, {.size = 64 * kMiB, .embed = false}},
-    {"64 MiB embedded with attributes", 1.9, {.size = 64 * kMiB}, true},
-    {"1 GiB file embedded with attributes", 2.3, {.size = kGiB, .fromFile = true}},
+    {"64 MiB embedded with attributes", 1.15, {.size = 64 * kMiB}, true},
+    {"1 GiB file embedded with attributes", 1.3, {.size = kGiB, .fromFile = true}},
     {"1 GiB embedded with attributes", 0, {.size = kGiB}, true},
     {"P-256 1 KiB embedded with attributes", 0, {.key = KeyKind::kP256}},
     {"P-256 1 KiB embedded without attributes", 0, {.attributes = false, .key = KeyKind::kP256}},
@@ -47,13 +48,13 @@ constexpr double kBase64Limit = 1;  // GB/s
 const std::string kEncode = "Base64 encode 1 MiB";
 const std::string kDecode = "Base64 decode 1 MiB";
 
-std::string nameOf(const std::string& row, const char* contestant) { return row + "/" + contestant; }
+std::string nameOf(const std::string& row, const char* implementation) { return row + "/" + implementation; }
 
 // Samples: the processor seconds of each single operation, by benchmark.
 using Samples = std::map<std::string, std::vector<double>>;
 
-// Timing: the fifth percentile and the median. The percentile is what counts: other work on the machine spoils many
-// operations, and the very least may be the one that met a moment of higher clock rate.
+// Timing: the fifth percentile and the median. The percentile is compared: other work on the machine slows many
+// operations down, and the fastest one may have met a moment of higher clock rate.
 struct Timing {
   double low = 0;
   double median = 0;
@@ -66,8 +67,8 @@ class Results final {
   }
   [[nodiscard]] bool has(const std::string& row) const { return of(row, kOwn.name).low > 0; }
   // of: zeros when that benchmark did not run.
-  [[nodiscard]] Timing of(const std::string& row, const char* contestant) const {
-    const auto found = samples_.find(nameOf(row, contestant));
+  [[nodiscard]] Timing of(const std::string& row, const char* implementation) const {
+    const auto found = samples_.find(nameOf(row, implementation));
     if (found == samples_.end()) return {};
     const std::vector<double>& seconds = found->second;
     return {.low = seconds[seconds.size() / 20], .median = seconds[seconds.size() / 2]};
@@ -98,18 +99,18 @@ void add(Samples& samples, const std::string& name, int repetitions, std::functi
       ->ReportAggregatesOnly();
 }
 
-// repetitionsOf: the peers stand for information and are measured less often.
+// repetitionsOf: libcrypto's own calls have no limit to hold and are measured less often.
 int repetitionsOf(const Job& job, bool peer) {
   if (job.size >= kGiB) return peer ? 2 : 3;
   if (job.size >= 64 * kMiB) return peer ? 4 : 24;
   return peer ? 20 : 60;
 }
 
-void addSigning(Samples& samples, const Row& row, const Contestant& contestant) {
-  const bool peer = &contestant != &kYardstick && &contestant != &kOwn;
-  add(samples, nameOf(row.title, contestant.name), repetitionsOf(row.job, peer), [&row, &contestant] {
-    Sign sign = contestant.prepare(row.job);
-    if (row.job.size < kMiB) sign();  // what the first one builds for all is not its own cost
+void addSigning(Samples& samples, const Row& row, const Implementation& implementation) {
+  const bool peer = &implementation != &kBaseline && &implementation != &kOwn;
+  add(samples, nameOf(row.title, implementation.name), repetitionsOf(row.job, peer), [&row, &implementation] {
+    Sign sign = implementation.prepare(row.job);
+    if (row.job.size < kMiB) sign();  // the first one also builds what all later ones use
     return sign;
   });
 }
@@ -120,35 +121,35 @@ void addBase64(Samples& samples) {
   static std::vector<unsigned char> decoded(base64::decodedBound(text.size()));
   static char* const characters = reinterpret_cast<char*>(text.data());
   static const std::size_t length = text.size() - 1;
-  const auto addOne = [&samples](const std::string& row, const char* contestant, const Sign& work) {
-    add(samples, nameOf(row, contestant), 60, [work] { return work; });
+  const auto addOne = [&samples](const std::string& row, const char* implementation, const Sign& work) {
+    add(samples, nameOf(row, implementation), 60, [work] { return work; });
   };
   addOne(kEncode, kOwn.name, [] {
     base64::Encoder encoder(characters);
     encoder.add(bytes);
     require(encoder.finish() == characters + length, "Base64 encoding");
   });
-  addOne(kEncode, kYardstick.name, [] { EVP_EncodeBlock(text.data(), bytes.data(), static_cast<int>(bytes.size())); });
+  addOne(kEncode, kBaseline.name, [] { EVP_EncodeBlock(text.data(), bytes.data(), static_cast<int>(bytes.size())); });
   EVP_EncodeBlock(text.data(), bytes.data(), static_cast<int>(bytes.size()));
   addOne(kDecode, kOwn.name, [] {
     require(base64::decode({characters, length}, decoded.data()) == bytes.size(), "Base64 decoding");
   });
-  addOne(kDecode, kYardstick.name, [] {
+  addOne(kDecode, kBaseline.name, [] {
     require(EVP_DecodeBlock(decoded.data(), text.data(), static_cast<int>(length)) > 0, "EVP_DecodeBlock");
   });
 }
 
-// ratioRow: the yardstick's time, and the ratios to it, of the percentiles and in parentheses of the medians.
+// ratioRow: the baseline's time, and the ratios to it, of the percentiles and in parentheses of the medians.
 std::string ratioRow(const Row& row, const Results& results) {
-  const Timing bare = results.of(row.title, kYardstick.name);
+  const Timing bare = results.of(row.title, kBaseline.name);
   const double own = results.of(row.title, kOwn.name).low;
   std::string title = row.title;
   std::vector<std::string> cells = {formatted("%.3f ms", bare.low * 1e3)};
-  for (const Contestant& contestant : std::span(kContestants).subspan(1)) {
-    const Timing timing = results.of(row.title, contestant.name);
+  for (const Implementation& implementation : std::span(kImplementations).subspan(1)) {
+    const Timing timing = results.of(row.title, implementation.name);
     const bool ran = timing.low > 0;
     cells.push_back(ran ? formatted("%.3f (%.3f)", timing.low / bare.low, timing.median / bare.median) : "");
-    if (ran && timing.low < own) title += std::string("; **behind ") + contestant.name + "**";
+    if (ran && timing.low < own) title += std::string("; **slower than ") + implementation.name + "**";
   }
   return markdownRow(title, row.limit > 0 ? formatted("%.2f", row.limit) : "", cells, own <= row.limit * bare.low);
 }
@@ -162,11 +163,11 @@ std::string logRow(const Results& results) {
                      more <= kLogLimit);
 }
 
-// base64Row: in GB/s of bytes; the yardstick is EVP_EncodeBlock or EVP_DecodeBlock.
+// base64Row: in GB/s of bytes; the baseline is EVP_EncodeBlock or EVP_DecodeBlock.
 std::string base64Row(const std::string& row, const std::string& limit, const Results& results) {
   const auto speed = [&](const char* whose) { return static_cast<double>(kMiB) / results.of(row, whose).low / 1e9; };
-  return markdownRow(row + "; yardstick: EVP_" + (row == kEncode ? "EncodeBlock" : "DecodeBlock"), limit,
-                     {formatted("%.2f GB/s", speed(kYardstick.name)), formatted("%.2f GB/s", speed(kOwn.name))},
+  return markdownRow(row + "; baseline: EVP_" + (row == kEncode ? "EncodeBlock" : "DecodeBlock"), limit,
+                     {formatted("%.2f GB/s", speed(kBaseline.name)), formatted("%.2f GB/s", speed(kOwn.name))},
                      speed(kOwn.name) >= kBase64Limit);
 }
 
@@ -179,13 +180,13 @@ void writeTable(const Results& results, std::ostream& out) {
   if (results.has(kDecode)) out << base64Row(kDecode, "", results);
 }
 
-// writePlot: a line for each size: bytes, then the contestants' seconds.
+// writePlot: a line for each size: bytes, then the implementations' seconds.
 void writePlot(const Results& results, std::ostream& out) {
   for (const Row& row : kRows) {
     if (!row.plotted || !results.has(row.title)) continue;
     out << row.job.size;
-    for (const Contestant& contestant : kContestants) {
-      out << formatted(" %.9f", results.of(row.title, contestant.name).low);
+    for (const Implementation& implementation : kImplementations) {
+      out << formatted(" %.9f", results.of(row.title, implementation.name).low);
     }
     out << '\n';
   }
@@ -195,7 +196,7 @@ Samples measure(int count, char** options) {
   Samples samples;
   benchmark::Initialize(&count, options);
   for (const Row& row : kRows) {
-    for (const Contestant& contestant : kContestants) addSigning(samples, row, contestant);
+    for (const Implementation& implementation : kImplementations) addSigning(samples, row, implementation);
   }
   addSigning(samples, kLogRow, kOwn);
   addBase64(samples);

@@ -1,5 +1,6 @@
-// A kind of signature to make, and the libraries that make it: each hashes and signs, encodes in DER and then in Base64
-// with its own functions. Free of the libraries' headers, which bear the same names.
+// A kind of signature to make (Job), and the implementations that make it. Each hashes and signs, encodes in DER and
+// then in Base64 with its own functions. The baseline makes no signature that anybody could use: it does only what no
+// implementation can do without.
 #ifndef ZEPASIGN_BENCH_JOB_H_
 #define ZEPASIGN_BENCH_JOB_H_
 
@@ -30,7 +31,7 @@ struct Job {
   const char* logLevel = "OFF";  // of the library
 };
 
-// Input: a job's content as a peer gets it: where it lies, or read from the file into memory of its own.
+// Input: a job's content in memory: where it lies, or read once from the file into a block of its own.
 class Input final {
  public:
   explicit Input(const Job& job);
@@ -42,38 +43,29 @@ class Input final {
   std::span<unsigned char> bytes_;
 };
 
-// Credential: a job's key and certificates in DER, the signer's certificate first.
-struct Credential {
-  explicit Credential(const Job& job);
-  std::vector<std::string> chain;
-  std::string key;
-};
-
-// require: throws std::runtime_error unless `good`: a failed signature must not pass for a quick one.
+// require: throws std::runtime_error unless `good`, so that a failed signature is not counted as a fast one.
 void require(bool good, const char* what);
 
 // Sign: makes one signature and drops it. The makers load key and certificates in advance, as a server would.
 using Sign = std::function<void()>;
-[[nodiscard]] Sign bareDigestSign(const Job& job);  // EVP_DigestSign alone, over content in memory: the yardstick
+// baseline: EVP_DigestSign over the content and nothing else. A content from a file is read into a fresh block first;
+// for an embedded one, a fresh block as long as the content's Base64 text is written once.
+[[nodiscard]] Sign baseline(const Job& job);
 [[nodiscard]] Sign zepasignExports(const Job& job);
 [[nodiscard]] Sign libcryptoPkcs7(const Job& job);
 [[nodiscard]] Sign libcryptoCms(const Job& job);
-[[nodiscard]] Sign gnutls(const Job& job);
-[[nodiscard]] Sign wolfssl(const Job& job);
 
-// Contestant: one column of the table.
-struct Contestant {
+// Implementation: one column of the table.
+struct Implementation {
   const char* name;
   Sign (*prepare)(const Job& job);
 };
-inline constexpr std::array<Contestant, 6> kContestants = {{{"EVP_DigestSign", bareDigestSign},
-                                                            {"ZEPASignDLL", zepasignExports},
-                                                            {"PKCS7_sign", libcryptoPkcs7},
-                                                            {"CMS_sign", libcryptoCms},
-                                                            {"gnutls_pkcs7_sign", gnutls},
-                                                            {"wc_PKCS7_EncodeSignedData", wolfssl}}};
-inline constexpr const Contestant& kYardstick = kContestants[0];
-inline constexpr const Contestant& kOwn = kContestants[1];
+inline constexpr std::array<Implementation, 4> kImplementations = {{{"baseline", baseline},
+                                                                    {"ZEPASignDLL", zepasignExports},
+                                                                    {"PKCS7_sign", libcryptoPkcs7},
+                                                                    {"CMS_sign", libcryptoCms}}};
+inline constexpr const Implementation& kBaseline = kImplementations[0];
+inline constexpr const Implementation& kOwn = kImplementations[1];
 
 }  // namespace zepasign::bench
 

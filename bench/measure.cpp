@@ -54,7 +54,7 @@ double childResult(int child) {
 }
 
 std::string markdownRow(const std::string& title, const std::string& limit, std::vector<std::string> cells, bool held) {
-  cells.resize(kContestants.size());
+  cells.resize(kImplementations.size());
   std::string row = "| " + title + " | " + limit;
   for (const std::string& cell : cells) row += " | " + cell;
   return row + " | " + (limit.empty() ? "" : held ? "yes" : "**no**") + " |\n";

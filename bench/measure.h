@@ -17,8 +17,8 @@ namespace zepasign::bench {
 
 [[nodiscard]] double medianOf(std::vector<double> values);
 
-// startChild: does the work in a forked process. Nobody initialises the library before the fork, so that the child has
-// it fresh. childResult: waits for what the work returned; takes what startChild gave, once.
+// startChild: does the work in a forked process. The library is not initialised before the fork, so that the child
+// initialises it for the first time. childResult: waits for what the work returned; takes what startChild gave, once.
 [[nodiscard]] int startChild(const std::function<double()>& work);
 [[nodiscard]] double childResult(int child);
 
@@ -29,8 +29,8 @@ template <class... Values>
   return text;
 }
 
-// markdownRow: one line of the table; `cells` in the order of the contestants, empty ones may be missing at the end.
-// `held` is left empty where the limit is.
+// markdownRow: one line of the table; `cells` in the order of the implementations, empty ones may be missing at the
+// end. `held` is left empty where the limit is.
 [[nodiscard]] std::string markdownRow(const std::string& title, const std::string& limit,
                                       std::vector<std::string> cells, bool held);
 

@@ -91,10 +91,6 @@ Input::Input(const Job& job) {
   require(file && std::fread(block_.get(), 1, job.size, file.get()) == job.size, "the content file");
 }
 
-Credential::Credential(const Job& job) : key(testing::encode<i2d_PrivateKey>(stage().signer(job.key).key.get())) {
-  for (const testing::Certificate& each : stage().chain(job)) chain.push_back(testing::derOf(each));
-}
-
 void require(bool good, const char* what) {
   if (!good) throw std::runtime_error(std::string("failed: ") + what);
 }

@@ -1,4 +1,4 @@
-// The stage of all jobs: the same content, key and certificates for every contestant.
+// The stage of all jobs: the same content, key and certificates for every implementation.
 #ifndef ZEPASIGN_BENCH_STAGE_H_
 #define ZEPASIGN_BENCH_STAGE_H_
 

@@ -1,10 +1,12 @@
-// zepasign_probe: what Google Benchmark does not measure, as lines of Markdown.
-//   zepasign_probe memory       the peak memory of one large signature, each in a fresh process
-//   zepasign_probe processes    what two processes on two cores do together, in terms of one
-//   zepasign_probe start        initialisation, beside libcrypto parsing the same files
-//   zepasign_probe soak         100,000 signatures with re-initialisations between, and what stays of the memory
-//   zepasign_probe sign CONTESTANT COUNT    signs 1 KiB COUNT times in signMany, for an instruction counter
+// zepasign_measurements: what Google Benchmark does not measure, as lines of Markdown.
+//   zepasign_measurements memory       the peak memory of one large signature, each in a fresh process
+//   zepasign_measurements processes    what two processes on two cores do together, in terms of one
+//   zepasign_measurements start        initialisation, beside libcrypto parsing the same files
+//   zepasign_measurements soak         100,000 signatures with re-initialisations between, and what stays of the memory
+//   zepasign_measurements sign IMPLEMENTATION COUNT    signs 1 KiB COUNT times in signMany, for an instruction counter
 #include <malloc.h>
+#include <openssl/pkcs12.h>
+#include <openssl/provider.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -19,6 +21,9 @@
 #include "bench/measure.h"
 #include "bench/stage.h"
 #include "bench/start_files.h"
+#include "demo/handles.h"
+#include "tests/support/files.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::bench {
 
@@ -29,16 +34,18 @@ namespace zepasign::bench {
 
 namespace {
 
+using demo::must;
+
 constexpr double kMiBBytes = static_cast<double>(kMiB);
 
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
 // peakAbove: the bytes by which one signature raises the peak above what is resident before, the content included.
-double peakAbove(const Contestant& contestant, const Job& job) {
+double peakAbove(const Implementation& implementation, const Job& job) {
   Job small = job;
   small.size = kKiB;
-  contestant.prepare(small)();
-  const Sign sign = contestant.prepare(job);
+  implementation.prepare(small)();
+  const Sign sign = implementation.prepare(job);
   std::ofstream("/proc/self/clear_refs") << 5;  // the peak so far is forgotten
   const double before = statusBytes("VmHWM");
   sign();
@@ -48,9 +55,10 @@ double peakAbove(const Contestant& contestant, const Job& job) {
 void printMemoryRow(const char* title, double limit, const Job& job) {
   std::map<const char*, double> mebibytes;
   std::vector<std::string> cells;
-  for (const Contestant& contestant : kContestants) {
-    mebibytes[contestant.name] = childResult(startChild([&] { return peakAbove(contestant, job); })) / kMiBBytes;
-    cells.push_back(formatted("%.2f MiB", mebibytes[contestant.name]));
+  for (const Implementation& implementation : kImplementations) {
+    mebibytes[implementation.name] =
+        childResult(startChild([&] { return peakAbove(implementation, job); })) / kMiBBytes;
+    cells.push_back(formatted("%.2f MiB", mebibytes[implementation.name]));
   }
   print(markdownRow(title, formatted("%.2f MiB", limit), cells, mebibytes[kOwn.name] <= limit));
 }
@@ -63,12 +71,12 @@ void memory() {
 using Clock = std::chrono::steady_clock;
 
 // secondsOnCore: from `start`, for which it waits when it is ready, to the end of `count` signatures of 1 KiB.
-double secondsOnCore(unsigned core, const Contestant& contestant, int count, Clock::time_point start) {
+double secondsOnCore(unsigned core, const Implementation& implementation, int count, Clock::time_point start) {
   cpu_set_t cores;
   CPU_ZERO(&cores);
   CPU_SET(core, &cores);
   require(sched_setaffinity(0, sizeof cores, &cores) == 0, "a core for each process");
-  const Sign sign = contestant.prepare({});
+  const Sign sign = implementation.prepare({});
   sign();
   while (Clock::now() < start) continue;
   signMany(sign, count);
@@ -76,14 +84,14 @@ double secondsOnCore(unsigned core, const Contestant& contestant, int count, Clo
 }
 
 // together: how many times one process's work two processes do in the same time; the best of several rounds.
-double together(const Contestant& contestant) {
+double together(const Implementation& implementation) {
   constexpr int kRounds = 30;
   constexpr int kSignatures = 30;
   double alone = 1e9;
   double both = 1e9;
   const auto soon = [] { return Clock::now() + std::chrono::milliseconds(100); };
   const auto run = [&](unsigned core, Clock::time_point start) {
-    return startChild([&, core, start] { return secondsOnCore(core, contestant, kSignatures, start); });
+    return startChild([&, core, start] { return secondsOnCore(core, implementation, kSignatures, start); });
   };
   for (int i = 0; i < kRounds; ++i) {
     alone = std::min(alone, childResult(run(0, soon())));
@@ -99,7 +107,7 @@ double together(const Contestant& contestant) {
 void processes() {
   constexpr double kLimit = 1.9;
   static_cast<void>(stage().signer(KeyKind::kRsa2048));  // before the children, who would each make their own
-  const double bare = together(kYardstick);
+  const double bare = together(kBaseline);
   const double own = together(kOwn);
   print(markdownRow("1 KiB, two processes on two cores: one process's work, times", formatted("at least %.2f", kLimit),
                     {formatted("%.2f", bare), formatted("%.2f", own)}, own >= kLimit));
@@ -113,23 +121,57 @@ double childSeconds(const std::function<void()>& work) {
   }));
 }
 
-void start() {
+// printStartRow: what an initialisation costs in terms of libcrypto's own calls, each in fresh processes, by turns.
+void printStartRow(const char* title, double limit, const std::function<void()>& libcrypto,
+                   const std::string& propertyFile) {
   constexpr int kRounds = 15;
-  constexpr double kLimit = 1.5;
-  const StartFiles files;
   std::vector<double> own;
   std::vector<double> bare;
   for (int i = 0; i < kRounds; ++i) {
-    bare.push_back(childSeconds([&] { files.parseWithLibcrypto(); }));
-    own.push_back(
-        childSeconds([&] { require(ZEPASignInitial(files.propertyFile().c_str(), nullptr), "ZEPASignInitial"); }));
+    bare.push_back(childSeconds(libcrypto));
+    own.push_back(childSeconds([&] { require(ZEPASignInitial(propertyFile.c_str(), nullptr), "ZEPASignInitial"); }));
   }
   const double least = std::ranges::min(bare);
   const double ratio = std::ranges::min(own) / least;
-  print(markdownRow(
-      "Initialisation with 10 chains and 50 CRLs of 10,000 entries; libcrypto parsing them", formatted("%.2f", kLimit),
-      {formatted("%.1f ms", least * 1e3), formatted("%.3f (%.3f)", ratio, medianOf(own) / medianOf(bare))},
-      ratio <= kLimit));
+  print(
+      markdownRow(title, formatted("%.2f", limit),
+                  {formatted("%.1f ms", least * 1e3), formatted("%.3f (%.3f)", ratio, medianOf(own) / medianOf(bare))},
+                  ratio <= limit));
+}
+
+// loadWithLibcrypto: a context of its own with both providers, and the PFX parsed in it. Nothing is freed, as the
+// library keeps it all.
+void loadWithLibcrypto(const std::string& pfxFile, const std::string& password) {
+  OSSL_LIB_CTX* context = must(OSSL_LIB_CTX_new(), "context");
+  must(OSSL_PROVIDER_load(context, "default"), "the default provider");
+  must(OSSL_PROVIDER_load(context, "legacy"), "the legacy provider");
+  PKCS12* pfx = must(PKCS12_init_ex(NID_pkcs7_data, context, nullptr), "PKCS12");
+  const BioPtr file(must(BIO_new_file(pfxFile.c_str(), "rb"), "the PFX file"));
+  must(d2i_PKCS12_bio(file.get(), &pfx), "the PFX");
+  EVP_PKEY* key = nullptr;
+  X509* certificate = nullptr;
+  require(PKCS12_parse(pfx, password.c_str(), &key, &certificate, nullptr) == 1, "PKCS12_parse");
+}
+
+void start() {
+  const testing::TempFolder folder;
+  const testing::PfxPlan pfx{.identity = stage().signer(KeyKind::kRsa2048)};
+  const std::string pfxFile = folder.write("signer.pfx", testing::makePfx(pfx));
+  const std::string propertyFile =
+      folder.write("app.properties", testing::propertyText({{"LOG.level", "OFF"},
+                                                            {"LOG.path", folder.path()},
+                                                            {"LOG.file", "start.log"},
+                                                            {"PSWD.license", std::string(64, 'A')},
+                                                            {"PFX.path", folder.path()},
+                                                            {"PFX.file", "signer.pfx"},
+                                                            {"PFX.pswd", pfx.password}}));
+  printStartRow(
+      "Initialisation with one PFX; baseline: a context, its providers and PKCS12_parse", 1.1,
+      [&] { loadWithLibcrypto(pfxFile, pfx.password); }, propertyFile);
+  const StartFiles files;
+  printStartRow(
+      "Initialisation with 10 chains and 50 CRLs of 10,000 entries; baseline: libcrypto parsing them", 1.5,
+      [&] { files.parseWithLibcrypto(); }, files.propertyFile());
 }
 
 // allocatedBytes: exact when glibc keeps no freed blocks per thread (glibc.malloc.tcache_count=0).
@@ -188,9 +230,10 @@ void soak() {
   }
   std::printf(
       "Soak: %d signatures of 1 byte to 1 MiB, %d initialisations. Resident at the start, after the first thousand and "
-      "after each twenty thousand: %sKiB. Left allocated after the first thousand by signing: %.1f KiB; by "
-      "initialising "
-      "anew: %.0f KiB, %.1f KiB each, the replaced credentials, which are dropped without being freed on purpose.\n",
+      "after each twenty thousand: %sKiB. Left allocated after the first thousand by signing: %.1f KiB; by further "
+      "initialisations: %.0f KiB, %.1f KiB each, the replaced credentials, which are not freed, because a signature "
+      "may "
+      "still refer to them.\n",
       kTurns * kSignatures, kTurns, (resident + residentText()).c_str(), bySigning / 1024, byStarts / 1024,
       byStarts / 1024 / (kTurns - 1));
 }
@@ -200,13 +243,13 @@ void soak() {
 
 int main(int argc, char** argv) {
   using namespace zepasign::bench;
-  static const std::map<std::string, void (*)()> kProbes = {
+  static const std::map<std::string, void (*)()> kMeasurements = {
       {"memory", memory}, {"processes", processes}, {"start", start}, {"soak", soak}};
   const std::string what = argc > 1 ? argv[1] : "";
-  if (const auto probe = kProbes.find(what); probe != kProbes.end()) {
-    probe->second();
+  if (const auto found = kMeasurements.find(what); found != kMeasurements.end()) {
+    found->second();
   } else if (what == "sign" && argc == 4) {
-    const Sign sign = kContestants.at(static_cast<std::size_t>(std::atoi(argv[2]))).prepare({});
+    const Sign sign = kImplementations.at(static_cast<std::size_t>(std::atoi(argv[2]))).prepare({});
     sign();
     signMany(sign, std::atoi(argv[3]));
   } else {
