@@ -34,7 +34,7 @@ judge() {
 [ "$language" != c ] || prepare
 cd "$folder"
 case $language in
-  c) "${CC:-cc}" -I"$examples/../api" "$examples/c/sign.c" -o sign-c "$library" && example=(./sign-c) ;;
+  c) "${CC:-cc}" -std=gnu99 -Wall -Wextra -Wpedantic -Werror -I"$examples/../api" "$examples/c/sign.c" -o sign-c "$library" && example=(./sign-c) ;;
   cpp) "${CXX:-c++}" -I"$examples/../api" "$examples/cpp/sign.cpp" -o sign-cpp "$library" && example=(./sign-cpp) ;;
   csharp) need mcs mono-mcs && need mono mono-runtime && mcs -out:sign.exe "$examples/csharp/Sign.cs"
     example=(mono sign.exe) ;;
