@@ -9,7 +9,6 @@
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
-#include "base/propertykeys.h"
 #include "base/text.h"
 #include "pki/cx509.h"
 
@@ -72,7 +71,7 @@ int resolveCallersForm(const std::string& license, const std::string& authKey, c
 }
 
 int resolveStoredForm(const cProperty& property, const std::string& license, std::string& password) {
-  std::string stored = property.getProperty(keys::kPfxPasswordB64);
+  std::string stored = property.getProperty("PFX.pswdB64");
   const CleanseOnExit wipe(stored);
   if (stored.empty()) return failed(kWrongParameter, "找不到 PFX.pswdB64"_big5);
   SecretBytes encoded;
@@ -104,10 +103,10 @@ int handOver(const cChars& text, char* outBuf, int* outLen) {
 
 int resolvePfxPassword(const cProperty& property, const std::string& license, const char* encedPfxPasswd,
                        std::string& password) {
-  std::string authKey = property.getProperty(keys::kAuthKey);
+  std::string authKey = property.getProperty("PSWD.authKey");
   const CleanseOnExit wipe(authKey);
   if (!authKey.empty()) return resolveCallersForm(license, authKey, encedPfxPasswd, password);
-  std::string plain = property.getProperty(keys::kPfxPassword);
+  std::string plain = property.getProperty("PFX.pswd");
   const CleanseOnExit wipePlain(plain);
   if (!plain.empty()) {
     password.assign(plain);  // a copy: moving a short text would leave its bytes behind
@@ -121,10 +120,10 @@ int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, cons
   if (isEmpty(propertyFile)) return failed(kPropertyFileUnreadable, "參數 propertyFile 為 NULL"_big5);
   cProperty property;
   if (!property.loadFromFile(propertyFile)) return kSuccess;  // hosts know this 0 with nothing written; leave it
-  std::string license = property.getProperty(keys::kLicense);
+  std::string license = property.getProperty("PSWD.license");
   const CleanseOnExit wipeLicense(license);
   if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
-  std::string authKey = property.getProperty(keys::kAuthKey);
+  std::string authKey = property.getProperty("PSWD.authKey");
   const CleanseOnExit wipeAuthKey(authKey);
   if (authKey.empty()) return failed(kWrongParameter, "找不到 PSWD.authKey"_big5);
   if (isEmpty(passwd)) return failed(kWrongParameter, "passwd 參數錯誤"_big5);

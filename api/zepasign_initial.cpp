@@ -10,7 +10,6 @@
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
-#include "base/propertykeys.h"
 #include "base/text.h"
 
 namespace zepasign {
@@ -31,9 +30,9 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
   if (certChainList.isEmpty()) certChainList.loadCertChainFiles(&property);
   if (const int code = readSigningOptions(property)) return code;
 
-  const std::string folder = property.getProperty(keys::kPfxPath);
-  const std::string file = property.getProperty(keys::kPfxFile);
-  std::string license = property.getProperty(keys::kLicense);
+  const std::string folder = property.getProperty("PFX.path");
+  const std::string file = property.getProperty("PFX.file");
+  std::string license = property.getProperty("PSWD.license");
   const CleanseOnExit wipeLicense(license);
   if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
   std::string password;
@@ -45,22 +44,22 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
 }
 
 void ZEPASign::readLogSettings(const cProperty& property) {
-  logger.setLevel(property.getProperty(keys::kLogLevel).c_str());
-  const std::string folder = property.getProperty(keys::kLogPath);
-  const std::string file = property.getProperty(keys::kLogFile);
+  logger.setLevel(property.getProperty("LOG.level").c_str());
+  const std::string folder = property.getProperty("LOG.path");
+  const std::string file = property.getProperty("LOG.file");
   logger.setLogFile(folder.c_str(), file.c_str());
 }
 
 int ZEPASign::readSigningOptions(const cProperty& property) {
-  if (const std::string digest = property.getProperty(keys::kDigest); !digest.empty()) digestName_.assign(digest);
+  if (const std::string digest = property.getProperty("PKCS7.digest"); !digest.empty()) digestName_.assign(digest);
   try {
-    addCertMode_ = property.getPropertyInt(keys::kAddCert);
+    addCertMode_ = property.getPropertyInt("PKCS7.addCert");
   } catch (const std::logic_error& noNumber) {
     return failed(kWrongParameter, noNumber.what());
   }
-  addTimestamp_ = property.getPropertyBool(keys::kAddTimestamp);
-  addPlainText_ = property.getPropertyBool(keys::kAddPlainText);
-  if (const std::string filter = property.getProperty(keys::kSignerFilter); !filter.empty()) {
+  addTimestamp_ = property.getPropertyBool("PKCS7.addTimestamp");
+  addPlainText_ = property.getPropertyBool("PKCS7.addPlainText");
+  if (const std::string filter = property.getProperty("PFX.signerFilter"); !filter.empty()) {
     signerFilter_.assign(filter);
   }
   return kSuccess;

@@ -18,7 +18,8 @@ out=$PWD/out/demo
 rm -rf "$out"
 mkdir -p "$out"
 cp README.md "$out/document.md"
-quietly gcc -std=c11 -Wall -Wextra -Iapi examples/c/sign.c -o "$out/sign" -L"$folder" -lZEPASignDLL -Wl,-rpath,"$folder"
+quietly gcc -Wall -Wextra -Iapi examples/c/{main,signer,platform_posix}.c -o "$out/sign" -L"$folder" -lZEPASignDLL \
+  -lcrypto -Wl,-rpath,"$folder"
 
 echo "2. Making a demo CA, a signer certificate and its PFX ..."
 certificate() { # certificate NAME COMMON-NAME EXTENSIONS [OPTION...]: NAME.pem with a new key, NAME.key

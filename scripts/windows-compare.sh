@@ -12,8 +12,11 @@ quietly() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
 
 quietly cmake --preset release --log-level=WARNING >/dev/null
 quietly cmake --build --preset release >/dev/null
-gcc -Iapi examples/c/sign.c -o "$work/sign" -Lbuild/release/api -lZEPASignDLL -Wl,-rpath,"$PWD/build/release/api"
-x86_64-w64-mingw32-gcc-posix -Iapi examples/c/sign.c -o "$work/sign.exe" -L"$1/api" -lZEPASignDLL
+example=(-Iapi examples/c/main.c examples/c/signer.c)
+gcc "${example[@]}" examples/c/platform_posix.c -o "$work/sign" -Lbuild/release/api -lZEPASignDLL -lcrypto \
+  -Wl,-rpath,"$PWD/build/release/api"
+x86_64-w64-mingw32-gcc-posix "${example[@]}" examples/c/platform_windows.c -o "$work/sign.exe" -L"$1/api" -lZEPASignDLL \
+  -lcrypt32
 cp "$1/api/ZEPASignDLL.dll" "$1/tools/zepasign.exe" "$work"
 
 cd "$work"

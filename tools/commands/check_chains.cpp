@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "base/platform.h"
-#include "base/propertykeys.h"
 #include "base/text.h"
 #include "pki/cx509.h"
 #include "tools/commands/check.h"
@@ -13,6 +12,9 @@
 
 namespace zepasign::tools {
 namespace {
+
+constexpr int kChains = 10;
+constexpr int kCrls = 5;
 
 bool isAuthority(const cX509& certificate) {
   unsigned usage = 0;
@@ -23,21 +25,21 @@ bool isAuthority(const cX509& certificate) {
 }  // namespace
 
 void ConfigCheck::examineChains() {
-  const std::string folder = properties_.value(keys::kChainPath);
+  const std::string folder = properties_.value("P7B.path");
   std::vector<std::string> names;
   const bool isListed = !folder.empty() && platform::listFolder(folder, names);
-  for (int i = 0; i < keys::kMaxChains; ++i) {
-    const std::string title = keys::chainTitle(i);
-    const std::string name = properties_.value(keys::chainName(title));
+  for (int i = 0; i < kChains; ++i) {
+    const std::string title = "P7B" + std::to_string(i);
+    const std::string name = properties_.value(title + ".name");
     if (name.empty()) continue;
-    if (!isListed) return error(keys::kChainPath, "missing or not a readable folder, so no chain is loaded"_m);
+    if (!isListed) return error("P7B.path", "missing or not a readable folder, so no chain is loaded"_m);
     const auto listed = std::find_if(names.begin(), names.end(), [&name](const std::string& each) {
       return equalsIgnoreCase(each.c_str(), name.c_str());
     });
     if (listed == names.end()) {
-      error(keys::chainName(title), "{0} is not in the folder {1}"_m, {toUtf8(name), toUtf8(folder)});
+      error(title + ".name", "{0} is not in the folder {1}"_m, {toUtf8(name), toUtf8(folder)});
     } else if (!equalsIgnoreCase(name.substr(name.size() - std::min<std::size_t>(4, name.size())).c_str(), ".p7b")) {
-      error(keys::chainName(title), "the name must end in .p7b, else the file is not looked at"_m);
+      error(title + ".name", "the name must end in .p7b, else the file is not looked at"_m);
     } else {
       examineChain(title, folder + platform::kFolderSeparator + *listed);
     }
@@ -47,7 +49,7 @@ void ConfigCheck::examineChains() {
 
 void ConfigCheck::examineChain(const std::string& title, const std::string& path) {
   CryptoFile file;
-  const std::string key = keys::chainName(title);
+  const std::string key = title + ".name";
   if (!readNamedFile(path, file)) return error(key, "{0} cannot be read: check its rights"_m, {toUtf8(path)});
   if (!file.pkcs7 || sk_X509_num(certificatesOf(file.pkcs7.get())) <= 0) {
     return error(key, "{0} is no P7B with certificates"_m, {toUtf8(path)});
@@ -58,7 +60,7 @@ void ConfigCheck::examineChain(const std::string& title, const std::string& path
 }
 
 void ConfigCheck::examineAuthorities(const std::string& title, const STACK_OF(X509) * certificates) {
-  const std::string key = keys::chainName(title);
+  const std::string key = title + ".name";
   const X509StorePtr store(X509_STORE_new());
   std::set<std::string> keyIds;
   bool hasRoot = false;
@@ -89,24 +91,24 @@ bool ConfigCheck::examineAuthority(const std::string& key, X509* certificate, X5
 }
 
 void ConfigCheck::examineSki(const std::string& title, const std::set<std::string>& keyIds) {
-  const std::string ski = properties_.value(keys::chainSki(title));
+  const std::string ski = properties_.value(title + ".SKI");
   if (!ski.empty() && keyIds.contains(ski)) {
     soundChains_.insert(ski);
-    return good(keys::chainName(title), "the chain is sound"_m);
+    return good(title + ".name", "the chain is sound"_m);
   }
   std::string offered;
   for (const std::string& each : keyIds) offered.append(offered.empty() ? "" : ", ").append(each);
-  error(keys::chainSki(title), "none of the chain's certificates has this key identifier; they have {0}"_m, {offered});
+  error(title + ".SKI", "none of the chain's certificates has this key identifier; they have {0}"_m, {offered});
 }
 
 void ConfigCheck::examineCrls(const std::string& title) {
-  std::string folder = properties_.value(keys::kCrlPath);
+  std::string folder = properties_.value("CRL.path");
   if (!folder.empty() && !folder.ends_with('/')) folder += '/';
-  for (int i = 0; i < keys::kMaxCrlsOfChain; ++i) {
-    const std::string key = keys::crlFile(title, keys::crlTitle(i));
+  for (int i = 0; i < kCrls; ++i) {
+    const std::string key = title + ".crlFile" + std::to_string(i);
     const std::string name = properties_.value(key);
     if (name.empty()) continue;
-    if (folder.empty()) return warn(keys::kCrlPath, "missing, so no CRL is loaded"_m);
+    if (folder.empty()) return warn("CRL.path", "missing, so no CRL is loaded"_m);
     examineCrl(key, folder + name);
   }
 }
@@ -126,13 +128,13 @@ void ConfigCheck::examineCrl(const std::string& key, const std::string& path) {
 
 // examineReach: whether a signature that shall carry the signer's chain will find it.
 void ConfigCheck::examineReach() {
-  const bool wantsChain = std::strtol(properties_.value(keys::kAddCert).c_str(), nullptr, 10) >= 2;
+  const bool wantsChain = std::strtol(properties_.value("PKCS7.addCert").c_str(), nullptr, 10) >= 2;
   if (!wantsChain || !pfxOpened_ || pfxHasChain_) return;
   if (signerIssuerKeyId_.empty()) {
-    return warn(keys::kAddCert, "the signer's certificate does not name its issuer's key, so no chain is found"_m);
+    return warn("PKCS7.addCert", "the signer's certificate does not name its issuer's key, so no chain is found"_m);
   }
-  if (soundChains_.contains(signerIssuerKeyId_)) return good(keys::kAddCert, "signatures carry the signer's chain"_m);
-  warn(keys::kAddCert, "no chain is filed under the signer's issuer, whose key identifier is {0}"_m,
+  if (soundChains_.contains(signerIssuerKeyId_)) return good("PKCS7.addCert", "signatures carry the signer's chain"_m);
+  warn("PKCS7.addCert", "no chain is filed under the signer's issuer, whose key identifier is {0}"_m,
        {signerIssuerKeyId_});
 }
 
