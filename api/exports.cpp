@@ -4,10 +4,10 @@
 
 #include "api/ZEPASignDLL.h"
 #include "api/exceptioncode.h"
-#include "api/pfxpassword.h"
 #include "api/zepasign.h"
 #include "base/cchars.h"
 #include "pki/openssl.h"
+#include "pki/pfxpassword.h"
 
 namespace {
 

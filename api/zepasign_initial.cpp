@@ -4,13 +4,13 @@
 #include <memory>
 #include <stdexcept>
 
-#include "api/pfxpassword.h"
 #include "api/zepasign.h"
 #include "base/big5.h"
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
 #include "base/text.h"
+#include "pki/pfxpassword.h"
 
 namespace zepasign {
 
@@ -32,12 +32,9 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
 
   const std::string folder = property.getProperty("PFX.path");
   const std::string file = property.getProperty("PFX.file");
-  std::string license = property.getProperty("PSWD.license");
-  const CleanseOnExit wipeLicense(license);
-  if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
   std::string password;
   const CleanseOnExit wipePassword(password);
-  if (const int code = resolvePfxPassword(property, license, encedPfxPasswd, password)) return code;
+  if (const int code = resolvePfxPassword(property, encedPfxPasswd, password)) return code;
   const int code = loadPfx(folder, file, password.c_str());
   logText(kInfo, "end ZEPASign::ZEPASign()");
   return code;

@@ -13,7 +13,6 @@ namespace {
 
 std::string hexText(const unsigned char* data, int length) {
   cChars text;
-  text.markSecret();  // some of what comes here is key material
   return text.setHex(data, length) ? text.data() : "";
 }
 
@@ -194,16 +193,6 @@ std::string serialToText(const ASN1_INTEGER* serial) {
   if (!number) return {};
   const OpenSslTextPtr text(BN_bn2hex(number.get()));
   return text ? text.get() : "";
-}
-
-std::string sha256Hex(const cBytes& bytes) {
-  SecretArea<EVP_MAX_MD_SIZE> digest;
-  unsigned length = 0;
-  if (bytes.length() == 0 || EVP_Digest(bytes.data(), static_cast<std::size_t>(bytes.length()), digest.data(), &length,
-                                        EVP_sha256(), nullptr) != 1) {
-    return {};
-  }
-  return hexText(digest.data(), static_cast<int>(length));
 }
 
 }  // namespace zepasign

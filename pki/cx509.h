@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "base/cbytes.h"
 #include "pki/openssl.h"
 
 namespace zepasign {
@@ -68,9 +67,6 @@ inline constexpr unsigned kCrlSign = 0x02;
 
 // serialToText: a serial number as hexadecimal text, "-" before a negative one.
 [[nodiscard]] std::string serialToText(const ASN1_INTEGER* serial);
-
-// sha256Hex: SHA-256 of the bytes; empty for no bytes.
-[[nodiscard]] std::string sha256Hex(const cBytes& bytes);
 
 }  // namespace zepasign
 

@@ -53,7 +53,6 @@ TEST(X509, WhatIsAbsentIsEmpty) {
   EXPECT_TRUE(certificate.getCrlDistPoints().empty());
   const CertPlan serialAlone{.authorityKeyId = "", .otherExtensions = {{"authorityKeyIdentifier", "DER:3003820101"}}};
   EXPECT_EQ(cX509(makeIdentity(serialAlone).certificate.get()).getAuthorityKeyId(), "");
-  EXPECT_EQ(sha256Hex(cBytes()), "");
 }
 
 TEST(X509, EveryNameOfEveryDistributionPointInOrder) {

@@ -167,11 +167,13 @@ int runCheck(const CommonOptions& options) {
   const bool isRead = readRegularFile(options.propertyFile, bytes);
   const CleanseOnExit wipe(bytes);
   const PropertyText properties(bytes);
+  cProperty settings;
+  static_cast<void>(settings.parse(bytes.c_str()));  // the walk says why when nothing can be read
   std::string enced;
   static_cast<void>(obtainEnced(options, properties, enced));  // without it the walk goes on
   bool initialised = false;
   const int code = tryLibrary(options.propertyFile, enced, initialised);
-  ConfigCheck doctor(properties, enced);
+  ConfigCheck doctor(properties, settings, enced);
   isRead ? doctor.examine() : doctor.error("", "the file cannot be read, or is no ordinary file"_m);
   const std::string verdict = code == kSuccess ? tr("the library initialises and signs"_m)
                               : initialised ? tr("the library initialises, but does not sign: {0}"_m, {codeText(code)})

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "tools/commands/password.h"
+#include "base/cproperty.h"
 #include "tools/files/cryptofile.h"
 #include "tools/files/propertyfile.h"
 #include "tools/terminal/io.h"
@@ -20,8 +20,10 @@ namespace zepasign::tools {
 
 class ConfigCheck final {
  public:
-  // ConfigCheck: `enced` is what ZEPASignInitial gets beside a file with PSWD.authKey.
-  ConfigCheck(const PropertyText& properties, const std::string& enced) : properties_(properties), enced_(enced) {}
+  // ConfigCheck: `properties` and `settings` are one file, line by line and as the library reads it; `enced` is what
+  // ZEPASignInitial gets beside a file with PSWD.authKey. All three must outlive this object.
+  ConfigCheck(const PropertyText& properties, const cProperty& settings, const std::string& enced)
+      : properties_(properties), settings_(settings), enced_(enced) {}
 
   // examine: the whole walk.
   void examine();
@@ -56,7 +58,7 @@ class ConfigCheck final {
   void examineFlag(const std::string& key);
 
   [[nodiscard]] bool findPassword(std::string& password);
-  [[nodiscard]] bool examineSecret(const std::string& key, Secret secret);
+  [[nodiscard]] bool decryptPassword(const std::string& key, const std::string& license, std::string& password);
   void examinePfx();
   void examineSigner(X509* certificate);
   void examineFilter(X509* certificate, const std::string& password);
@@ -72,6 +74,7 @@ class ConfigCheck final {
   void examineReach();
 
   const PropertyText& properties_;
+  const cProperty& settings_;
   const std::string& enced_;
   Json findings_ = Json::array();
   bool hasErrors_ = false;

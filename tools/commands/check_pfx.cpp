@@ -6,8 +6,8 @@
 #include "base/errors.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
+#include "pki/pfxpassword.h"
 #include "tools/commands/check.h"
-#include "tools/commands/password.h"
 #include "tools/files/describe.h"
 #include "tools/terminal/system.h"
 
@@ -37,41 +37,44 @@ Message whyClosed(PKCS12* pfx, const std::string& password) {
 
 }  // namespace
 
-// findPassword: in the order in which the library looks; false when there is none to go on with.
+// findPassword: false when there is none to go on with.
 bool ConfigCheck::findPassword(std::string& password) {
   const std::string license = properties_.value("PSWD.license");
-  const std::string authKey = properties_.value("PSWD.authKey");
-  const std::string stored = properties_.value("PFX.pswdB64");
   if (license.empty()) {
     error("PSWD.license", "missing, so initialisation fails (5005), even with PFX.pswd: write 64 hexadecimal digits"_m);
     return false;
   }
-  password = properties_.value("PFX.pswd");
-  if (!authKey.empty()) {
-    if (!password.empty() || !stored.empty()) warn("PSWD.authKey", "PFX.pswd and PFX.pswdB64 are ignored beside it"_m);
-    if (enced_.empty()) {
+  std::string value;
+  const CleanseOnExit wipe(value);
+  switch (findPasswordForm(settings_, value)) {
+    case PasswordForm::kCallers:
+      if (!properties_.value("PFX.pswd").empty() || !properties_.value("PFX.pswdB64").empty()) {
+        warn("PSWD.authKey", "PFX.pswd and PFX.pswdB64 are ignored beside it"_m);
+      }
+      if (!enced_.empty()) return decryptPassword("PSWD.authKey", license, password);
       error("PSWD.authKey", "the property file has PSWD.authKey: give the encrypted password with --enced-file"_m);
       return false;
-    }
-    return examineSecret("PSWD.authKey", decryptCallers(license, authKey, enced_, password));
+    case PasswordForm::kPlain:
+      warn("PFX.pswd", "the password stands here in plain: use PFX.pswdB64 (zepasign passwd --stored)"_m);
+      password.assign(value);
+      return true;
+    case PasswordForm::kStored:
+      return decryptPassword("PFX.pswdB64", license, password);
+    default:
+      error("PFX.pswdB64", "no password: set PFX.pswdB64 (zepasign passwd --stored) or PSWD.authKey (5005)"_m);
+      return false;
   }
-  if (!password.empty()) {
-    warn("PFX.pswd", "the password stands here in plain: use PFX.pswdB64 (zepasign passwd --stored)"_m);
-    return true;
-  }
-  if (!stored.empty()) {
-    return examineSecret("PFX.pswdB64", decryptStored(license, stored, password));
-  }
-  error("PFX.pswdB64", "no password: set PFX.pswdB64 (zepasign passwd --stored) or PSWD.authKey (5005)"_m);
-  return false;
 }
 
-bool ConfigCheck::examineSecret(const std::string& key, Secret secret) {
-  if (secret == Secret::kNoKey) error("PSWD.license", "is no key: write 64 hexadecimal digits (5005, 5208)"_m);
-  if (secret == Secret::kWrong) {
+bool ConfigCheck::decryptPassword(const std::string& key, const std::string& license, std::string& password) {
+  const int code = resolvePfxPassword(settings_, enced_.c_str(), password);
+  if (code == kSuccess && !password.empty()) return true;
+  if (!isPasswordKey(license)) {
+    error("PSWD.license", "is no key: write 64 hexadecimal digits (5005, 5208)"_m);
+  } else {
     error(key, "the encrypted password was not made with these keys (5005): make it anew (zepasign passwd)"_m);
   }
-  return secret == Secret::kOk;
+  return false;
 }
 
 void ConfigCheck::examinePfx() {

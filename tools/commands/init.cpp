@@ -3,8 +3,8 @@
 
 #include "base/platform.h"
 #include "demo/kit.h"
+#include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
-#include "tools/commands/password.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
@@ -52,7 +52,7 @@ std::string propertyText(const std::string& folder, const demo::Kit& kit) {
   file.explain("The key for the encrypted password, 64 hexadecimal digits; keep it secret"_m);
   file.set("PSWD.license", license);
   file.explain(R"(The password: as "zepasign passwd --stored" prints it)"_m);
-  file.set("PFX.pswdB64", isDemo ? encryptStored(license, demo::kPassword) : "");
+  file.set("PFX.pswdB64", isDemo ? encryptStoredPassword(license, demo::kPassword) : "");
   file.explain(R"(or, with this, as "zepasign passwd" prints it, given at each start)"_m);
   file.set("PSWD.authKey", "");
   file.explain("Who may sign, for instance //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);

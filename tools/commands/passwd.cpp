@@ -2,6 +2,7 @@
 // of the machine can see those.
 #include "base/cleanse.h"
 #include "base/errors.h"
+#include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
 #include "tools/terminal/io.h"
@@ -19,7 +20,8 @@ struct PasswdOptions {
 // obstacle: why no password can be encrypted with this file; empty when nothing is in the way.
 std::string obstacle(const PasswdOptions& options, const PropertyText& properties) {
   if (properties.pairs().empty() || !properties.longLines().empty()) return codeText(kPropertyFileUnreadable);
-  if (!isKey(properties.value("PSWD.license"))) return tr("PSWD.license is no key: write 64 hexadecimal digits"_m);
+  if (!isPasswordKey(properties.value("PSWD.license")))
+    return tr("PSWD.license is no key: write 64 hexadecimal digits"_m);
   const bool lacksKey = !options.stored && properties.value("PSWD.authKey").empty();
   return lacksKey ? tr("PSWD.authKey is missing: set it, or use --stored for PFX.pswdB64"_m) : "";
 }
@@ -27,7 +29,7 @@ std::string obstacle(const PasswdOptions& options, const PropertyText& propertie
 int encrypt(const PasswdOptions& options, const PropertyText& properties, const std::string& password,
             std::string& text) {
   if (!options.stored) return makeEnced(options.propertyFile, password, text);
-  text = encryptStored(properties.value("PSWD.license"), password);
+  text = encryptStoredPassword(properties.value("PSWD.license"), password);
   return text.empty() ? kEncryptionFailed : kSuccess;
 }
 

@@ -1,4 +1,4 @@
-// The encrypted forms of the PFX password, made and read as the library does.
+// The encrypted PFX password that a command hands to ZEPASignInitial.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_PASSWORD_H_
 #define ZEPASIGN_TOOLS_COMMANDS_PASSWORD_H_
 
@@ -8,18 +8,6 @@
 #include "tools/files/propertyfile.h"
 
 namespace zepasign::tools {
-
-enum class Secret { kOk, kNoKey, kWrong };
-
-// isKey: whether the text can be PSWD.license.
-[[nodiscard]] bool isKey(const std::string& license);
-// encryptStored: the PFX.pswdB64 form of a password; empty when that has more than 511 bytes or PSWD.license is no
-// key.
-[[nodiscard]] std::string encryptStored(const std::string& license, const std::string& password);
-// decryptStored, decryptCallers: the password of PFX.pswdB64, and of the text that MakeZEPASignPasswd makes.
-[[nodiscard]] Secret decryptStored(const std::string& license, const std::string& text, std::string& password);
-[[nodiscard]] Secret decryptCallers(const std::string& license, const std::string& authKey, const std::string& text,
-                                    std::string& password);
 
 // makeEnced: MakeZEPASignPasswd; its code.
 [[nodiscard]] int makeEnced(const std::string& propertyFile, const std::string& password, std::string& enced);

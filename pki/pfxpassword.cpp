@@ -1,4 +1,7 @@
-#include "api/pfxpassword.h"
+#include "pki/pfxpassword.h"
+
+#include <openssl/evp.h>
+#include <openssl/sha.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,39 +13,50 @@
 #include "base/cproperty.h"
 #include "base/failure.h"
 #include "base/text.h"
-#include "pki/cx509.h"
 
 namespace zepasign {
 namespace {
 
-constexpr int kAreaSize = 512;
+constexpr int kAreaSize = kMaxPasswordLength + 1;
 using PasswordArea = SecretArea<kAreaSize>;
 
 // SecretBytes: a byte buffer that is wiped.
-class SecretBytes final : public cBytes {
+class SecretBytes : public cBytes {
  public:
   SecretBytes() { markSecret(); }
+};
 
-  // keyOrNull: the first 32 bytes for the cipher; null when there are fewer, which is no key.
-  [[nodiscard]] const unsigned char* keyOrNull() const { return length() < cAesCipher::kKeySize ? nullptr : data(); }
+// Key: the bytes of PSWD.license.
+class Key final : public SecretBytes {
+ public:
+  explicit Key(const std::string& license) { static_cast<void>(setFromHex(license.c_str())); }
+
+  // get: the 32 bytes for the cipher; null when the license has fewer, which is no key.
+  [[nodiscard]] const unsigned char* get() const noexcept { return length() < cAesCipher::kKeySize ? nullptr : data(); }
 };
 
 // setUpCallersCipher: the cipher of the caller's form; false without a key.
 bool setUpCallersCipher(cAesCipher& cipher, const std::string& license, const std::string& authKey) {
-  SecretBytes key;
-  SecretBytes authKeyBytes;
-  SecretBytes vector;
-  static_cast<void>(key.setFromHex(license.c_str()));
-  authKeyBytes.set(authKey.data(), static_cast<int>(authKey.size()));
-  std::string digest = sha256Hex(authKeyBytes);
-  const CleanseOnExit wipe(digest);
-  return vector.setFromHex(digest.c_str()) && cipher.setKey(key.keyOrNull(), vector.data());
+  const Key key(license);
+  SecretArea<SHA256_DIGEST_LENGTH> iv;
+  return EVP_Digest(authKey.data(), authKey.size(), iv.data(), nullptr, EVP_sha256(), nullptr) == 1 &&
+         cipher.setKey(key.get(), iv.data());
 }
 
-// setUpStoredCipher: the cipher of PFX.pswdB64, whose key is its vector too, on purpose.
+// setUpStoredCipher: the cipher of the stored form; false without a key.
 bool setUpStoredCipher(cAesCipher& cipher, const std::string& license) {
-  SecretBytes key;
-  return key.setFromHex(license.c_str()) && cipher.setKey(key.keyOrNull(), key.keyOrNull());
+  const Key key(license);
+  return cipher.setKey(key.get(), key.get());
+}
+
+// encrypt: the password's ciphertext in Base64; false when the password is empty or too long.
+bool encrypt(const cAesCipher& cipher, std::string_view password, cChars& text) {
+  if (password.size() > kMaxPasswordLength) return false;
+  PasswordArea area;
+  int length = kAreaSize;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(password.data());
+  return cipher.encrypt(bytes, static_cast<int>(password.size()), area.data(), &length) == 0 &&
+         text.base64Encode(area.data(), length);
 }
 
 // decrypt: the password up to its first zero byte; false when it does not decrypt or is longer than the area.
@@ -56,7 +70,7 @@ bool decrypt(const cAesCipher& cipher, const cBytes& encoded, std::string& passw
   return true;
 }
 
-int resolveCallersForm(const std::string& license, const std::string& authKey, const char* encedPfxPasswd,
+int decryptCallersForm(const std::string& license, const std::string& authKey, const char* encedPfxPasswd,
                        std::string& password) {
   if (isEmpty(encedPfxPasswd)) return failed(kWrongParameter, "參數 encedPfxPasswd 內容錯誤!"_big5);
   SecretBytes encoded;
@@ -70,10 +84,7 @@ int resolveCallersForm(const std::string& license, const std::string& authKey, c
   return kSuccess;
 }
 
-int resolveStoredForm(const cProperty& property, const std::string& license, std::string& password) {
-  std::string stored = property.getProperty("PFX.pswdB64");
-  const CleanseOnExit wipe(stored);
-  if (stored.empty()) return failed(kWrongParameter, "找不到 PFX.pswdB64"_big5);
+int decryptStoredForm(const std::string& license, const std::string& stored, std::string& password) {
   SecretBytes encoded;
   if (!encoded.base64Decode(stored.c_str())) return failed(kWrongParameter, "PFX.pswdB64 內容解碼失敗"_big5);
   cAesCipher cipher;
@@ -101,19 +112,49 @@ int handOver(const cChars& text, char* outBuf, int* outLen) {
 
 }  // namespace
 
-int resolvePfxPassword(const cProperty& property, const std::string& license, const char* encedPfxPasswd,
-                       std::string& password) {
-  std::string authKey = property.getProperty("PSWD.authKey");
-  const CleanseOnExit wipe(authKey);
-  if (!authKey.empty()) return resolveCallersForm(license, authKey, encedPfxPasswd, password);
-  std::string plain = property.getProperty("PFX.pswd");
-  const CleanseOnExit wipePlain(plain);
-  if (!plain.empty()) {
-    password.assign(plain);  // a copy: moving a short text would leave its bytes behind
-    return kSuccess;
+PasswordForm findPasswordForm(const cProperty& property, std::string& value) {
+  static constexpr struct {
+    PasswordForm form;
+    const char* key;
+  } kOrder[] = {{PasswordForm::kCallers, "PSWD.authKey"},
+                {PasswordForm::kPlain, "PFX.pswd"},
+                {PasswordForm::kStored, "PFX.pswdB64"}};
+  for (const auto& [form, key] : kOrder) {
+    if (form == PasswordForm::kStored) logText(kWarn, "找不到 PFX.pswd 續找 PFX.pswdB64"_big5);
+    std::string found = property.getProperty(key);
+    const CleanseOnExit wipe(found);
+    if (found.empty()) continue;
+    value.assign(found);  // a copy: moving a short text would leave its bytes behind
+    return form;
   }
-  logText(kWarn, "找不到 PFX.pswd 續找 PFX.pswdB64"_big5);
-  return resolveStoredForm(property, license, password);
+  return PasswordForm::kNone;
+}
+
+int resolvePfxPassword(const cProperty& property, const char* encedPfxPasswd, std::string& password) {
+  std::string license = property.getProperty("PSWD.license");
+  const CleanseOnExit wipeLicense(license);
+  if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
+  std::string value;
+  const CleanseOnExit wipeValue(value);
+  switch (findPasswordForm(property, value)) {
+    case PasswordForm::kCallers:
+      return decryptCallersForm(license, value, encedPfxPasswd, password);
+    case PasswordForm::kPlain:
+      password.assign(value);
+      return kSuccess;
+    case PasswordForm::kStored:
+      return decryptStoredForm(license, value, password);
+    default:
+      return failed(kWrongParameter, "找不到 PFX.pswdB64"_big5);
+  }
+}
+
+bool isPasswordKey(const std::string& license) { return Key(license).get() != nullptr; }
+
+std::string encryptStoredPassword(const std::string& license, std::string_view password) {
+  cAesCipher cipher;
+  cChars text;
+  return setUpStoredCipher(cipher, license) && encrypt(cipher, password, text) ? text.data() : "";
 }
 
 int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
@@ -133,15 +174,8 @@ int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, cons
   if (!setUpCallersCipher(cipher, license, authKey)) {
     return failed(kPasswordOrKeyWrong, "PFX.pswdB64 內容解碼失敗"_big5);  // the stored form's text, on purpose
   }
-  PasswordArea area;
-  int length = kAreaSize;
-  const std::size_t passwordLength = std::min<std::size_t>(std::strlen(passwd), kAreaSize);
-  if (cipher.encrypt(reinterpret_cast<const unsigned char*>(passwd), static_cast<int>(passwordLength), area.data(),
-                     &length) != 0) {
-    return failed(kEncryptionFailed, "加密失敗"_big5);
-  }
   cChars text;
-  static_cast<void>(text.base64Encode(area.data(), length));
+  if (!encrypt(cipher, passwd, text)) return failed(kEncryptionFailed, "加密失敗"_big5);
   return handOver(text, outBuf, outLen);
 }
 
