@@ -24,10 +24,10 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   refuses(makePfx({.identity = {nullptr, stage.signer.certificate}}), 5208);
   refuses(makePfx({.identity = {stage.signer.key, nullptr}}), 5208);
   refuses(makePfx({.identity = stage.signer, .password = "other"}), 5208);
-  fails(nullptr, "bad.pfx", "word", 5005, "參數 filePath 內容為 NULL\n");
-  fails("", "bad.pfx", "word", 5005, "參數 filePath 長度為 0\n");
-  fails(there.c_str(), nullptr, "word", 5005, "參數 fileName 內容為 NULL\n");
-  fails(there.c_str(), "", "word", 5005, "參數 fileName 長度為 0\n");
+  fails(nullptr, nullptr, nullptr, 5005, "參數 filePath 內容為 NULL\n");
+  fails("", "", "", 5005, "參數 filePath 長度為 0\n");
+  fails("none", nullptr, nullptr, 5005, "參數 fileName 內容為 NULL\n");
+  fails("none", "", "", 5005, "參數 fileName 長度為 0\n");
   fails(there.c_str(), "none", nullptr, 1102, "憑證檔不存在, 檔名 = " + there + "/none\n");
   fails(there.c_str(), "bad.pfx", nullptr, 5005, "參數 pfxPasswd 內容為 NULL\n");
   fails(there.c_str(), "bad.pfx", "", 5005, "參數 pfxPasswd 長度為 0\n");
@@ -45,24 +45,6 @@ TEST_F(Pkcs12, OldAndNewFormsLoadWithAndWithoutCaCertificates) {
   }
   EXPECT_EQ(load(credential, {.identity = signer, .password = "other"}), 5208);
   EXPECT_TRUE(!credential.privateKey() && !credential.certificate() && !credential.caCerts());
-}
-
-TEST_F(Pkcs12, ValidityAndKeyUsage) {
-  const auto check = [&](const CertPlan& plan, int validity, int usage, const std::string& lines) {
-    cPkcs12 credential;
-    EXPECT_EQ(credential.checkCertValid() + credential.checkKeyUsageForSign(), 2 * 5010);
-    ASSERT_EQ(load(credential, {.identity = makeIdentity(plan)}), 0);
-    taken();
-    EXPECT_EQ(credential.checkCertValid(), validity);
-    EXPECT_EQ(credential.checkKeyUsageForSign(), usage);
-    EXPECT_EQ(taken("DEBUG "), big5(lines));
-  };
-  check({.notBefore = "20980101000000Z", .keyUsage = "nonRepudiation"}, 5012, 0,
-        "憑證生效日 = 20980101080000\n憑證到期日 = 21000101075959\nend cPkcs12::checkCertValid() = 0x00001394(5012)\n"
-        "憑證用途(KeyUsage) = 0x00000040(64)\nend cPkcs12::checkKeyUsageForSign() = 0x00000000(0)\n");
-  check({.keyUsage = ""}, 0, 5017,
-        "憑證生效日 = 20200101080000\n憑證到期日 = 21000101075959\nend cPkcs12::checkCertValid() = 0x00000000(0)\n"
-        "end cPkcs12::checkKeyUsageForSign() = 0x00001399(5017)\n");
 }
 
 }  // namespace zepasign::testing

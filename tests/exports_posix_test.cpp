@@ -35,11 +35,4 @@ TEST(Exports, AreTheSeventeenFunctionsUnderBothNamesAndNothingElse) {
   EXPECT_EQ(dlclose(library), 0);
 }
 
-TEST(Exports, TheHeaderIsPlainCAndOldCpp) {
-  for (const std::string language : {"c -std=c99", "c++ -std=c++98"}) {
-    const std::string compiler = "cc -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x " + language;
-    EXPECT_EQ(runCommand(compiler + " '" ZEPASIGN_HEADER "'").output, "");
-  }
-}
-
 }  // namespace zepasign::testing

@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "tests/support/command.h"
-#include "tests/support/host_posix.h"
+#include "tests/support/loaded_library_posix.h"
 
 namespace zepasign::testing {
 namespace {
@@ -50,7 +50,7 @@ std::string placesOf(const std::string& masked) {
 
 }  // namespace
 
-using Secrets = Hosts;
+using Secrets = HostProcess;
 
 TEST_F(Secrets, AreGoneAfterInitialisation) {
   prepare([&](SignerStage& stage) {
@@ -62,10 +62,11 @@ TEST_F(Secrets, AreGoneAfterInitialisation) {
     others["PSWD.authKey"] = kAuthKey.readable();
     others.erase("PFX.pswd");
     const std::string callers = folder_.write("callers", propertyText(others));
-    const Library library;
+    const LoadedLibrary library;
     char text[200] = "";
     int size = sizeof text;
-    ASSERT_EQ(library.find(MakeZEPASignPasswd, "MakeZEPASignPasswd")(text, &size, callers.c_str(), password.c_str()),
+    ASSERT_EQ(library.find<decltype(MakeZEPASignPasswd)>("MakeZEPASignPasswd")(text, &size, callers.c_str(),
+                                                                               password.c_str()),
               0);
     folder_.write("encrypted", text);
     others.erase("PSWD.authKey");
@@ -85,7 +86,7 @@ TEST_F(Secrets, AreGoneAfterInitialisation) {
       EXPECT_EQ(placesOf(each), "") << each.size();
     }
   };
-  const Library library;
+  const LoadedLibrary library;
   gone();
   for (const char* form : {"app.properties", "stored", "callers"}) {
     SCOPED_TRACE(form);

@@ -35,9 +35,10 @@ TEST_F(Sign, EachBadArgumentHasItsCodeAndItsLine) {
 }
 
 TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
-  CertPlan expired = signerPlan(stage.ca), unfit = expired;
+  CertPlan expired = signerPlan(stage.ca), unfit = expired, fit = expired;
   expired.notAfter = "210101000000Z";
   unfit.keyUsage = "keyEncipherment";
+  fit.keyUsage = "nonRepudiation";
   const auto ends = [&](const CertPlan& plan, int code, const std::string& errors) {
     folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
     ASSERT_TRUE(initialise());
@@ -50,6 +51,15 @@ TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
   signer.setChecks(true, true);
   ends(expired, 5011, "驗憑證效期 : 憑證 已過期\n驗憑證效期失敗, 返回 = 0x00001393(5011)\n");
   ends(unfit, 5017, "驗憑證用途失敗, 返回 = 0x00001399(5017)\n");
+  unfit.keyUsage = "";
+  ends(unfit, 5017, "驗憑證用途失敗, 返回 = 0x00001399(5017)\n");
+  ends(fit, 0, "");
+  EXPECT_EQ(sign("x"), 0);
+  EXPECT_TRUE(taken("DEBUG ").starts_with(
+      big5("憑證生效日 = 20200101080000\n憑證到期日 = 21000101075959\nend cPkcs12::checkCertValid() = 0x00000000(0)\n"
+           "憑證用途(KeyUsage) = 0x00000040(64)\nend cPkcs12::checkKeyUsageForSign() = 0x00000000(0)\n")));
+  EXPECT_EQ(cPkcs12().checkCertValid(), 5010);
+  EXPECT_EQ(cPkcs12().checkKeyUsageForSign(), 5010);
   stage.properties["PFX.signerFilter"] = "S_CN=no";
   ends(signerPlan(stage.ca), 5010, "簽章憑證條件失敗, 返回 = 0x00001392(5010)\n");
   stage.properties["PFX.signerFilter"] = "////";

@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "tests/support/command.h"
-#include "tests/support/files.h"
 
 namespace zepasign::testing {
 
@@ -16,23 +15,6 @@ CommandResult runCommand(const std::string& command) {
   const int status = pclose(pipe);
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
-}
-
-Verdict verify(const Question& question) {
-  const TempFolder folder;
-  const auto file = [&folder](const std::string& name, const std::string& bytes) {
-    return " -" + name + " '" + folder.write(name, bytes) + "'";
-  };
-  const auto pemFile = [&file](const std::string& name, const std::vector<Certificate>& certificates) {
-    std::string text;
-    for (const Certificate& each : certificates) text += each ? pemOf("CERTIFICATE", derOf(each)) : "";
-    return text.empty() ? "" : file(name, text);
-  };
-  const CommandResult result =
-      runCommand("openssl " + question.tool + " -verify -binary -purpose any -inform DER" +
-                 file("in", question.signature) + file("out", "") + pemFile("CAfile", question.trusted) +
-                 pemFile("certfile", {question.signer}) + (question.content ? file("content", *question.content) : ""));
-  return {result.exitCode == 0, readFile(folder.path("out")), result.output};
 }
 
 }  // namespace zepasign::testing

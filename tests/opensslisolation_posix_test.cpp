@@ -13,10 +13,10 @@ static std::set<std::string> providersOf(OSSL_LIB_CTX* context) {
   return names;
 }
 
-using Host = SignerTest;
+using OpensslIsolation = SignerTest;
 
 // The host's default context can do nothing at all, so every call must find its algorithms in the library's own.
-TEST_F(Host, KeepsItsContextItsProvidersAndItsErrorQueue) {
+TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
   folder.write("signer.pfx", makePfx({.identity = stage.signer, .form = PfxForm::legacy}));
   addChain();
   CertPlan bare = caPlan("Bare");
