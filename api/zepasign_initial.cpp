@@ -9,6 +9,7 @@
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 #include "pki/pfxpassword.h"
 
@@ -30,8 +31,8 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
   if (certChainList.isEmpty()) certChainList.loadCertChainFiles(&property);
   if (const int code = readSigningOptions(property)) return code;
 
-  const std::string folder = property.getProperty("PFX.path");
-  const std::string file = property.getProperty("PFX.file");
+  const std::string folder = property.getProperty(keys::kPfxPath);
+  const std::string file = property.getProperty(keys::kPfxFile);
   std::string password;
   const CleanseOnExit wipePassword(password);
   if (const int code = resolvePfxPassword(property, encedPfxPasswd, password)) return code;
@@ -41,22 +42,22 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
 }
 
 void ZEPASign::readLogSettings(const cProperty& property) {
-  logger.setLevel(property.getProperty("LOG.level").c_str());
-  const std::string folder = property.getProperty("LOG.path");
-  const std::string file = property.getProperty("LOG.file");
+  logger.setLevel(property.getProperty(keys::kLogLevel).c_str());
+  const std::string folder = property.getProperty(keys::kLogPath);
+  const std::string file = property.getProperty(keys::kLogFile);
   logger.setLogFile(folder.c_str(), file.c_str());
 }
 
 int ZEPASign::readSigningOptions(const cProperty& property) {
-  if (const std::string digest = property.getProperty("PKCS7.digest"); !digest.empty()) digestName_.assign(digest);
+  if (const std::string digest = property.getProperty(keys::kDigest); !digest.empty()) digestName_.assign(digest);
   try {
-    addCertMode_ = property.getPropertyInt("PKCS7.addCert");
+    addCertMode_ = property.getPropertyInt(keys::kAddCert);
   } catch (const std::logic_error& noNumber) {
     return failed(kWrongParameter, noNumber.what());
   }
-  addTimestamp_ = property.getPropertyBool("PKCS7.addTimestamp");
-  addPlainText_ = property.getPropertyBool("PKCS7.addPlainText");
-  if (const std::string filter = property.getProperty("PFX.signerFilter"); !filter.empty()) {
+  addTimestamp_ = property.getPropertyBool(keys::kAddTimestamp);
+  addPlainText_ = property.getPropertyBool(keys::kAddPlainText);
+  if (const std::string filter = property.getProperty(keys::kSignerFilter); !filter.empty()) {
     signerFilter_.assign(filter);
   }
   return kSuccess;

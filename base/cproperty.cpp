@@ -12,6 +12,7 @@
 #include "base/cleanse.h"
 #include "base/clog.h"
 #include "base/platform.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 
 namespace zepasign {
@@ -87,7 +88,7 @@ bool cProperty::parse(const char* text) {
 bool cProperty::parseLines(std::string_view text) {
   for (int number = 1; !text.empty(); ++number) {
     const std::string_view line = text.substr(0, text.find('\n'));
-    if (line.size() > kMaxLineLength) {
+    if (line.size() > keys::kMaxLineLength) {
       logInt(kError, "cProperty::parse() 行長度超過 511 字元, 行號"_big5, number);
       return false;
     }

@@ -20,8 +20,6 @@ namespace zepasign {
 
 class cProperty {
  public:
-  static constexpr std::size_t kMaxLineLength = 511;
-
   cProperty() = default;
   virtual ~cProperty();
   cProperty(const cProperty&) = delete;

@@ -5,6 +5,7 @@
 #include "base/big5.h"
 #include "base/clog.h"
 #include "base/cproperty.h"
+#include "base/propertykeys.h"
 
 namespace zepasign {
 namespace {
@@ -34,7 +35,7 @@ int verify(X509_STORE* store, X509* certificate) {
 cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
     : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
   if (!pkcs7_) throw std::bad_alloc();  // it was decoded, so it can be copied
-  crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty("CRL.path"));
+  crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty(keys::kCrlPath));
   sound_ = selfVerify() && loadCrlList(property);
 }
 
@@ -185,11 +186,10 @@ bool cCertChainEntry::loadCrlList(const cProperty* property) {
     logText(kInfo, kEndLine);
     return false;
   }
-  constexpr int kMaxCrlFiles = 5;
   int loaded = 0;
-  for (int i = 0; i < kMaxCrlFiles; ++i) {
-    const std::string crlTitle = "crlFile" + std::to_string(i);
-    const std::string fileName = property->getProperty((title_ + "." + crlTitle).c_str());
+  for (int i = 0; i < keys::kMaxCrlsOfChain; ++i) {
+    const std::string crlTitle = keys::crlTitle(i);
+    const std::string fileName = property->getProperty(keys::crlFile(title_, crlTitle).c_str());
     if (!fileName.empty() && crlList_->addCrlFile(crlTitle, fileName)) ++loaded;
   }
   logInt(kInfo, "載入 crl 檔數量"_big5, loaded);

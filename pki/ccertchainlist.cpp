@@ -8,16 +8,14 @@
 #include "base/clog.h"
 #include "base/cproperty.h"
 #include "base/platform.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 
 namespace zepasign {
 namespace {
 
-constexpr int kMaxChains = 10;
 // kMostCertificates: of one chain file. Its verification takes time with the square of their number.
 constexpr int kMostCertificates = 200;
-
-std::string titleOf(int index) { return "P7B" + std::to_string(index); }
 
 // readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates, and not too many. Throws
 // std::bad_alloc.
@@ -52,7 +50,7 @@ bool cCertChainList::load(const cProperty* property) {
     logText(kError, "參數錯誤 : property = NULL"_big5);
     return false;
   }
-  folder_ = property->getProperty("P7B.path");
+  folder_ = property->getProperty(keys::kChainPath);
   if (folder_.empty()) {
     logText(kError, "未指定 P7B 目錄!"_big5);
     return false;
@@ -64,8 +62,8 @@ bool cCertChainList::load(const cProperty* property) {
   }
   int opened = 0;
   int accepted = 0;
-  for (int i = 0; i < kMaxChains; ++i) {
-    const Outcome outcome = loadChain(titleOf(i), names, *property);
+  for (int i = 0; i < keys::kMaxChains; ++i) {
+    const Outcome outcome = loadChain(keys::chainTitle(i), names, *property);
     if (outcome != Outcome::kNotOpened) ++opened;
     if (outcome == Outcome::kAccepted) ++accepted;
   }
@@ -83,8 +81,8 @@ bool cCertChainList::listChainFiles(std::vector<std::string>& names) const {
 
 cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, const std::vector<std::string>& names,
                                                   const cProperty& property) {
-  const std::string nameKey = title + ".name";
-  const std::string ski = property.getProperty((title + ".SKI").c_str());
+  const std::string nameKey = keys::chainName(title);
+  const std::string ski = property.getProperty(keys::chainSki(title).c_str());
   const std::string name = property.getProperty(nameKey.c_str());
   const auto listed = std::find_if(names.begin(), names.end(), [&name](const std::string& candidate) {
     return equalsIgnoreCase(candidate.c_str(), name.c_str());

@@ -12,6 +12,7 @@
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 
 namespace zepasign {
@@ -116,9 +117,9 @@ PasswordForm findPasswordForm(const cProperty& property, std::string& value) {
   static constexpr struct {
     PasswordForm form;
     const char* key;
-  } kOrder[] = {{PasswordForm::kCallers, "PSWD.authKey"},
-                {PasswordForm::kPlain, "PFX.pswd"},
-                {PasswordForm::kStored, "PFX.pswdB64"}};
+  } kOrder[] = {{PasswordForm::kCallers, keys::kAuthKey},
+                {PasswordForm::kPlain, keys::kPfxPassword},
+                {PasswordForm::kStored, keys::kPfxPasswordB64}};
   for (const auto& [form, key] : kOrder) {
     if (form == PasswordForm::kStored) logText(kWarn, "找不到 PFX.pswd 續找 PFX.pswdB64"_big5);
     std::string found = property.getProperty(key);
@@ -131,7 +132,7 @@ PasswordForm findPasswordForm(const cProperty& property, std::string& value) {
 }
 
 int resolvePfxPassword(const cProperty& property, const char* encedPfxPasswd, std::string& password) {
-  std::string license = property.getProperty("PSWD.license");
+  std::string license = property.getProperty(keys::kLicense);
   const CleanseOnExit wipeLicense(license);
   if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
   std::string value;
@@ -161,10 +162,10 @@ int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, cons
   if (isEmpty(propertyFile)) return failed(kPropertyFileUnreadable, "參數 propertyFile 為 NULL"_big5);
   cProperty property;
   if (!property.loadFromFile(propertyFile)) return kSuccess;  // hosts know this 0 with nothing written; leave it
-  std::string license = property.getProperty("PSWD.license");
+  std::string license = property.getProperty(keys::kLicense);
   const CleanseOnExit wipeLicense(license);
   if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
-  std::string authKey = property.getProperty("PSWD.authKey");
+  std::string authKey = property.getProperty(keys::kAuthKey);
   const CleanseOnExit wipeAuthKey(authKey);
   if (authKey.empty()) return failed(kWrongParameter, "找不到 PSWD.authKey"_big5);
   if (isEmpty(passwd)) return failed(kWrongParameter, "passwd 參數錯誤"_big5);

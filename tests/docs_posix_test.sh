@@ -53,4 +53,4 @@ mustStandIn() {
 grep -rhoP '"\K([^"\\]|\\.)+(?="_big5)|(log\w+|failed\w*)\((k\w+, )?"\K([^"\\]|\\.)+' api base pki --include='*.cpp' |
   sed -E 's/\\[tn]//g; s/\\"/"/g; s/^\|+--- //' | mustStandIn docs/log.md docs/error-codes.md
 sed -nE 's/\\"/"/g; s/^ *\{([0-9]+), "(.*)"_big5\},$/| \1 | \2(\1) |/p' base/errors.cpp | mustStandIn docs/error-codes.md
-grep -rhoP 'getProperty\w*\("\K[^"]+' api pki | mustStandIn docs/properties.md
+grep -oP '"\K\w*(\.|crlFile)\w*(?=")' base/propertykeys.h | mustStandIn docs/properties.md

@@ -11,6 +11,7 @@
 #include "base/cproperty.h"
 #include "base/errors.h"
 #include "base/platform.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 #include "tools/commands/check.h"
 #include "tools/commands/command_line.h"
@@ -82,7 +83,7 @@ void ConfigCheck::examineKey(const PropertyText::Pair& pair) {
 }
 
 void ConfigCheck::examineFolders() {
-  for (const char* key : {"LOG.path", "PFX.path", "P7B.path", "CRL.path"}) {
+  for (const char* key : {keys::kLogPath, keys::kPfxPath, keys::kChainPath, keys::kCrlPath}) {
     const std::string folder = properties_.value(key);
     if (!folder.empty() && !isAbsolute(folder)) {
       warn(key, "{0} begins at the folder where the host is started: write the whole path"_m, {toUtf8(folder)});
@@ -92,32 +93,32 @@ void ConfigCheck::examineFolders() {
 
 void ConfigCheck::examineLog() {
   static constexpr std::array kLevels = {"DEBUG", "INFO", "WARN", "ERROR", "OFF"};
-  const std::string level = properties_.value("LOG.level");
+  const std::string level = properties_.value(keys::kLogLevel);
   if (std::none_of(kLevels.begin(), kLevels.end(),
                    [&](auto* known) { return equalsIgnoreCase(known, level.c_str()); })) {
-    warn("LOG.level", "not DEBUG, INFO, WARN, ERROR or OFF, so everything is logged"_m);
+    warn(keys::kLogLevel, "not DEBUG, INFO, WARN, ERROR or OFF, so everything is logged"_m);
   }
-  const std::string folder = properties_.value("LOG.path");
-  const std::string file = properties_.value("LOG.file");
-  if (folder.empty()) return warn("LOG.path", "missing, so no log file is written"_m);
-  if (file.empty()) return warn("LOG.file", "missing, so no log file is written"_m);
+  const std::string folder = properties_.value(keys::kLogPath);
+  const std::string file = properties_.value(keys::kLogFile);
+  if (folder.empty()) return warn(keys::kLogPath, "missing, so no log file is written"_m);
+  if (file.empty()) return warn(keys::kLogFile, "missing, so no log file is written"_m);
   const std::string today = folder + platform::kFolderSeparator + file + "." + localDateText().substr(0, 8);
   const bool isWanted = !equalsIgnoreCase(level.c_str(), "OFF");
   if (!isFolder(folder) || (isWanted && !platform::AppendFile(today.c_str()).isOpen())) {
-    warn("LOG.path", "{0} cannot be written, so no log file is written"_m, {toUtf8(isWanted ? today : folder)});
+    warn(keys::kLogPath, "{0} cannot be written, so no log file is written"_m, {toUtf8(isWanted ? today : folder)});
   }
 }
 
 void ConfigCheck::examineOptions() {
-  const std::string digest = properties_.value("PKCS7.digest");
+  const std::string digest = properties_.value(keys::kDigest);
   if (digest == "SHA1") {
-    warn("PKCS7.digest", "SHA1 is no longer safe: use SHA256 where the receiver can"_m);
+    warn(keys::kDigest, "SHA1 is no longer safe: use SHA256 where the receiver can"_m);
   } else if (digest != "SHA256") {
-    error("PKCS7.digest", "must be SHA256 or SHA1, exactly so, else every signature fails (5061)"_m);
+    error(keys::kDigest, "must be SHA256 or SHA1, exactly so, else every signature fails (5061)"_m);
   }
-  examineInt("PKCS7.addCert");
-  examineFlag("PKCS7.addTimestamp");
-  examineFlag("PKCS7.addPlainText");
+  examineInt(keys::kAddCert);
+  examineFlag(keys::kAddTimestamp);
+  examineFlag(keys::kAddPlainText);
 }
 
 void ConfigCheck::examineInt(const std::string& key) {

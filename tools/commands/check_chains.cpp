@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "base/platform.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 #include "pki/cx509.h"
 #include "tools/commands/check.h"
@@ -12,9 +13,6 @@
 
 namespace zepasign::tools {
 namespace {
-
-constexpr int kChains = 10;
-constexpr int kCrls = 5;
 
 bool isAuthority(const cX509& certificate) {
   unsigned usage = 0;
@@ -25,21 +23,21 @@ bool isAuthority(const cX509& certificate) {
 }  // namespace
 
 void ConfigCheck::examineChains() {
-  const std::string folder = properties_.value("P7B.path");
+  const std::string folder = properties_.value(keys::kChainPath);
   std::vector<std::string> names;
   const bool isListed = !folder.empty() && platform::listFolder(folder, names);
-  for (int i = 0; i < kChains; ++i) {
-    const std::string title = "P7B" + std::to_string(i);
-    const std::string name = properties_.value(title + ".name");
+  for (int i = 0; i < keys::kMaxChains; ++i) {
+    const std::string title = keys::chainTitle(i);
+    const std::string name = properties_.value(keys::chainName(title));
     if (name.empty()) continue;
-    if (!isListed) return error("P7B.path", "missing or not a readable folder, so no chain is loaded"_m);
+    if (!isListed) return error(keys::kChainPath, "missing or not a readable folder, so no chain is loaded"_m);
     const auto listed = std::find_if(names.begin(), names.end(), [&name](const std::string& each) {
       return equalsIgnoreCase(each.c_str(), name.c_str());
     });
     if (listed == names.end()) {
-      error(title + ".name", "{0} is not in the folder {1}"_m, {toUtf8(name), toUtf8(folder)});
+      error(keys::chainName(title), "{0} is not in the folder {1}"_m, {toUtf8(name), toUtf8(folder)});
     } else if (!equalsIgnoreCase(name.substr(name.size() - std::min<std::size_t>(4, name.size())).c_str(), ".p7b")) {
-      error(title + ".name", "the name must end in .p7b, else the file is not looked at"_m);
+      error(keys::chainName(title), "the name must end in .p7b, else the file is not looked at"_m);
     } else {
       examineChain(title, folder + platform::kFolderSeparator + *listed);
     }
@@ -49,7 +47,7 @@ void ConfigCheck::examineChains() {
 
 void ConfigCheck::examineChain(const std::string& title, const std::string& path) {
   CryptoFile file;
-  const std::string key = title + ".name";
+  const std::string key = keys::chainName(title);
   if (!readNamedFile(path, file)) return error(key, "{0} cannot be read: check its rights"_m, {toUtf8(path)});
   if (!file.pkcs7 || sk_X509_num(certificatesOf(file.pkcs7.get())) <= 0) {
     return error(key, "{0} is no P7B with certificates"_m, {toUtf8(path)});
@@ -60,7 +58,7 @@ void ConfigCheck::examineChain(const std::string& title, const std::string& path
 }
 
 void ConfigCheck::examineAuthorities(const std::string& title, const STACK_OF(X509) * certificates) {
-  const std::string key = title + ".name";
+  const std::string key = keys::chainName(title);
   const X509StorePtr store(X509_STORE_new());
   std::set<std::string> keyIds;
   bool hasRoot = false;
@@ -91,24 +89,24 @@ bool ConfigCheck::examineAuthority(const std::string& key, X509* certificate, X5
 }
 
 void ConfigCheck::examineSki(const std::string& title, const std::set<std::string>& keyIds) {
-  const std::string ski = properties_.value(title + ".SKI");
+  const std::string ski = properties_.value(keys::chainSki(title));
   if (!ski.empty() && keyIds.contains(ski)) {
     soundChains_.insert(ski);
-    return good(title + ".name", "the chain is sound"_m);
+    return good(keys::chainName(title), "the chain is sound"_m);
   }
   std::string offered;
   for (const std::string& each : keyIds) offered.append(offered.empty() ? "" : ", ").append(each);
-  error(title + ".SKI", "none of the chain's certificates has this key identifier; they have {0}"_m, {offered});
+  error(keys::chainSki(title), "none of the chain's certificates has this key identifier; they have {0}"_m, {offered});
 }
 
 void ConfigCheck::examineCrls(const std::string& title) {
-  std::string folder = properties_.value("CRL.path");
+  std::string folder = properties_.value(keys::kCrlPath);
   if (!folder.empty() && !folder.ends_with('/')) folder += '/';
-  for (int i = 0; i < kCrls; ++i) {
-    const std::string key = title + ".crlFile" + std::to_string(i);
+  for (int i = 0; i < keys::kMaxCrlsOfChain; ++i) {
+    const std::string key = keys::crlFile(title, keys::crlTitle(i));
     const std::string name = properties_.value(key);
     if (name.empty()) continue;
-    if (folder.empty()) return warn("CRL.path", "missing, so no CRL is loaded"_m);
+    if (folder.empty()) return warn(keys::kCrlPath, "missing, so no CRL is loaded"_m);
     examineCrl(key, folder + name);
   }
 }
@@ -128,13 +126,13 @@ void ConfigCheck::examineCrl(const std::string& key, const std::string& path) {
 
 // examineReach: whether a signature that shall carry the signer's chain will find it.
 void ConfigCheck::examineReach() {
-  const bool wantsChain = std::strtol(properties_.value("PKCS7.addCert").c_str(), nullptr, 10) >= 2;
+  const bool wantsChain = std::strtol(properties_.value(keys::kAddCert).c_str(), nullptr, 10) >= 2;
   if (!wantsChain || !pfxOpened_ || pfxHasChain_) return;
   if (signerIssuerKeyId_.empty()) {
-    return warn("PKCS7.addCert", "the signer's certificate does not name its issuer's key, so no chain is found"_m);
+    return warn(keys::kAddCert, "the signer's certificate does not name its issuer's key, so no chain is found"_m);
   }
-  if (soundChains_.contains(signerIssuerKeyId_)) return good("PKCS7.addCert", "signatures carry the signer's chain"_m);
-  warn("PKCS7.addCert", "no chain is filed under the signer's issuer, whose key identifier is {0}"_m,
+  if (soundChains_.contains(signerIssuerKeyId_)) return good(keys::kAddCert, "signatures carry the signer's chain"_m);
+  warn(keys::kAddCert, "no chain is filed under the signer's issuer, whose key identifier is {0}"_m,
        {signerIssuerKeyId_});
 }
 

@@ -2,6 +2,7 @@
 #include <cerrno>
 
 #include "base/platform.h"
+#include "base/propertykeys.h"
 #include "demo/kit.h"
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
@@ -36,34 +37,34 @@ std::string propertyText(const std::string& folder, const demo::Kit& kit) {
   const std::string license = demo::randomHex(32);
   Template file;
   file.explain("The log, one file a day: level DEBUG, INFO, WARN, ERROR or OFF, folder and name"_m);
-  file.set("LOG.level", "INFO");
-  file.set("LOG.path", folder);
-  file.set("LOG.file", "zepasign.log");
+  file.set(keys::kLogLevel, "INFO");
+  file.set(keys::kLogPath, folder);
+  file.set(keys::kLogFile, "zepasign.log");
   file.explain("Digest: SHA256 or SHA1"_m);
-  file.set("PKCS7.digest", "SHA256");
+  file.set(keys::kDigest, "SHA256");
   file.explain("Certificates in the signature: 0 none, 1 the signer's, 2 the signer's and its chain"_m);
-  file.set("PKCS7.addCert", "2");
+  file.set(keys::kAddCert, "2");
   file.explain("Signing time as a signed attribute; the content inside the signature (FALSE: detached)"_m);
-  file.set("PKCS7.addTimestamp", "TRUE");
-  file.set("PKCS7.addPlainText", "TRUE");
+  file.set(keys::kAddTimestamp, "TRUE");
+  file.set(keys::kAddPlainText, "TRUE");
   file.explain("The signer: PFX folder and file"_m);
-  file.set("PFX.path", folder);
-  file.set("PFX.file", "signer.pfx");
+  file.set(keys::kPfxPath, folder);
+  file.set(keys::kPfxFile, "signer.pfx");
   file.explain("The key for the encrypted password, 64 hexadecimal digits; keep it secret"_m);
-  file.set("PSWD.license", license);
+  file.set(keys::kLicense, license);
   file.explain(R"(The password: as "zepasign passwd --stored" prints it)"_m);
-  file.set("PFX.pswdB64", isDemo ? encryptStoredPassword(license, demo::kPassword) : "");
+  file.set(keys::kPfxPasswordB64, isDemo ? encryptStoredPassword(license, demo::kPassword) : "");
   file.explain(R"(or, with this, as "zepasign passwd" prints it, given at each start)"_m);
-  file.set("PSWD.authKey", "");
+  file.set(keys::kAuthKey, "");
   file.explain("Who may sign, for instance //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);
-  file.set("PFX.signerFilter", isDemo ? "//S_CN=demo signer//" : "");
+  file.set(keys::kSignerFilter, isDemo ? "//S_CN=demo signer//" : "");
   file.explain("CA chains, P7B0 to P7B9: folder, then file and subject key identifier of the issuing CA"_m);
-  file.set("P7B.path", isDemo ? folder : "");
-  file.set("P7B0.name", isDemo ? "chain.p7b" : "");
-  file.set("P7B0.SKI", kit.ski);
+  file.set(keys::kChainPath, isDemo ? folder : "");
+  file.set(keys::chainName(keys::chainTitle(0)), isDemo ? "chain.p7b" : "");
+  file.set(keys::chainSki(keys::chainTitle(0)), kit.ski);
   file.explain("CRLs of a chain, crlFile0 to crlFile4"_m);
-  file.set("CRL.path", isDemo ? folder : "");
-  file.set("P7B0.crlFile0", isDemo ? "ca.crl" : "");
+  file.set(keys::kCrlPath, isDemo ? folder : "");
+  file.set(keys::crlFile(keys::chainTitle(0), keys::crlTitle(0)), isDemo ? "ca.crl" : "");
   return file.text();
 }
 

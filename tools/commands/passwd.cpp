@@ -2,6 +2,7 @@
 // of the machine can see those.
 #include "base/cleanse.h"
 #include "base/errors.h"
+#include "base/propertykeys.h"
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
@@ -20,16 +21,16 @@ struct PasswdOptions {
 // obstacle: why no password can be encrypted with this file; empty when nothing is in the way.
 std::string obstacle(const PasswdOptions& options, const PropertyText& properties) {
   if (properties.pairs().empty() || !properties.longLines().empty()) return codeText(kPropertyFileUnreadable);
-  if (!isPasswordKey(properties.value("PSWD.license")))
+  if (!isPasswordKey(properties.value(keys::kLicense)))
     return tr("PSWD.license is no key: write 64 hexadecimal digits"_m);
-  const bool lacksKey = !options.stored && properties.value("PSWD.authKey").empty();
+  const bool lacksKey = !options.stored && properties.value(keys::kAuthKey).empty();
   return lacksKey ? tr("PSWD.authKey is missing: set it, or use --stored for PFX.pswdB64"_m) : "";
 }
 
 int encrypt(const PasswdOptions& options, const PropertyText& properties, const std::string& password,
             std::string& text) {
   if (!options.stored) return makeEnced(options.propertyFile, password, text);
-  text = encryptStoredPassword(properties.value("PSWD.license"), password);
+  text = encryptStoredPassword(properties.value(keys::kLicense), password);
   return text.empty() ? kEncryptionFailed : kSuccess;
 }
 

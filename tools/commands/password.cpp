@@ -5,6 +5,7 @@
 #include "api/ZEPASignDLL.h"
 #include "base/cleanse.h"
 #include "base/errors.h"
+#include "base/propertykeys.h"
 #include "pki/pfxpassword.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
@@ -21,7 +22,7 @@ int makeEnced(const std::string& propertyFile, const std::string& password, std:
 }
 
 bool obtainEnced(const CommonOptions& options, const PropertyText& properties, std::string& enced) {
-  if (properties.value("PSWD.authKey").empty()) return true;
+  if (properties.value(keys::kAuthKey).empty()) return true;
   if (!options.encedFile.empty()) {
     const bool isRead = readAll(options.encedFile, enced);
     enced.resize(std::min(enced.find_first_of("\r\n"), enced.size()));

@@ -5,28 +5,15 @@
 #include <numeric>
 
 #include "base/cleanse.h"
-#include "base/cproperty.h"
+#include "base/propertykeys.h"
 #include "base/text.h"
 
 namespace zepasign::tools {
 namespace {
 
-std::vector<std::string> allKeys() {
-  std::vector<std::string> keys = {"LOG.level",     "LOG.path",           "LOG.file", "PKCS7.digest",
-                                   "PKCS7.addCert", "PKCS7.addTimestamp", "PFX.path", "PKCS7.addPlainText",
-                                   "PFX.file",      "PFX.signerFilter",   "PFX.pswd", "PFX.pswdB64",
-                                   "PSWD.license",  "PSWD.authKey",       "P7B.path", "CRL.path"};
-  for (int chain = 0; chain < 10; ++chain) {
-    const std::string title = "P7B" + std::to_string(chain);
-    keys.insert(keys.end(), {title + ".name", title + ".SKI"});
-    for (int crl = 0; crl < 5; ++crl) keys.push_back(title + ".crlFile" + std::to_string(crl));
-  }
-  return keys;
-}
-
 const std::vector<std::string>& knownKeys() {
-  static const std::vector<std::string> keys = allKeys();
-  return keys;
+  static const std::vector<std::string> known = keys::all();
+  return known;
 }
 
 bool sameLetter(char a, char b) {
@@ -64,7 +51,7 @@ PropertyText::~PropertyText() {
 }
 
 void PropertyText::addLine(int number, std::string_view line) {
-  if (line.size() > cProperty::kMaxLineLength) longLines_.push_back(number);
+  if (line.size() > keys::kMaxLineLength) longLines_.push_back(number);
   if (line.starts_with('#') || line.starts_with(';') || std::all_of(line.begin(), line.end(), isBlank)) return;
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) {
