@@ -1,53 +1,20 @@
 #include "base/cproperty.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <iterator>
-#include <limits>
-#include <stdexcept>
-
 #include "base/big5.h"
 #include "base/cfile.h"
 #include "base/cleanse.h"
 #include "base/clog.h"
 #include "base/platform.h"
-#include "base/propertykeys.h"
+#include "base/propertyrules.h"
 #include "base/text.h"
 
 namespace zepasign {
 namespace {
 
-std::string_view loggedValue(const std::string& key, std::string_view value) {
-  return isSecretKey(key) ? "********" : value;
-}
-
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-// toInt: as std::stoi, with texts of our own since those of the standard libraries differ.
-int toInt(const std::string& value) {
-  const char* start = value.c_str();
-  while (isSpace(*start)) ++start;
-  char* end = nullptr;
-  errno = 0;
-  const long long number = std::strtoll(start, &end, 10);
-  if (end == start) throw std::invalid_argument("invalid stoi argument");
-  if (errno == ERANGE || number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max()) {
-    throw std::out_of_range("stoi argument out of range");
-  }
-  return static_cast<int>(number);
-}
-
-std::string label(const char* getter, const char* key) { return std::string(getter) + " : " + key; }
+// textLabel: the label of a text look-up. Flags are logged under it as well; readers of the log depend on that.
+std::string textLabel(const char* key) { return std::string("cProperty::getProperty() : ") + key; }
 
 }  // namespace
-
-bool isSecretKey(const std::string& key) {
-  static constexpr std::string_view kSecretKeys[] = {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey"};
-  return std::any_of(std::begin(kSecretKeys), std::end(kSecretKeys), [&key](std::string_view secret) {
-    return key.size() >= secret.size() && equalsIgnoreCase(&key[key.size() - secret.size()], secret.data());
-  });
-}
 
 cProperty::~cProperty() { forgetAll(); }
 
@@ -85,36 +52,30 @@ bool cProperty::parse(const char* text) {
   return !properties_.empty();
 }
 
-bool cProperty::parseLines(std::string_view text) {
-  for (int number = 1; !text.empty(); ++number) {
-    const std::string_view line = text.substr(0, text.find('\n'));
-    if (line.size() > keys::kMaxLineLength) {
-      logInt(kError, "cProperty::parse() 行長度超過 511 字元, 行號"_big5, number);
+bool cProperty::parseLines(const char* text) {
+  PropertyLine line;
+  for (PropertyLines lines(text); lines.next(line);) {
+    if (line.isTooLong) {
+      logInt(kError, "cProperty::parse() 行長度超過 511 字元, 行號"_big5, line.number);
       return false;
     }
-    parseLine(line);
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    if (line.kind == PropertyLine::Kind::kPair) insert(line.key, line.value);
   }
   return true;
 }
 
-void cProperty::parseLine(std::string_view line) {
-  const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos || line.front() == '#' || line.front() == ';') return;
-  insert(trim(line.substr(0, equals)), trim(line.substr(equals + 1)));
-}
-
 void cProperty::insert(std::string_view key, std::string_view value) {
+  const std::string shown = shownKey(key);
   if (const auto old = properties_.find(key); old != properties_.end()) {
     forget(old);
-    logValue(kWarn, "Erase duplicate MAP Name", key);
+    logValue(kWarn, "Erase duplicate MAP Name", shown);
   }
   if (!properties_.emplace(key, value).second) {
-    logErrorValue("Insert MAP Name", key);
+    logErrorValue("Insert MAP Name", shown);
     return;
   }
-  logDebugValue("Insert MAP Name", key);
-  logDebugValue("Insert MAP Value", loggedValue(std::string(key), value));
+  logDebugValue("Insert MAP Name", shown);
+  logDebugValue("Insert MAP Value", shownValue(key, value));
 }
 
 void cProperty::forget(Properties::iterator pair) {
@@ -133,7 +94,7 @@ cProperty::Properties::const_iterator cProperty::find(const char* key) const {
 std::string cProperty::getProperty(const char* key) const {
   const auto pair = find(key);
   if (pair == properties_.end()) return {};
-  logDebugValue(label("cProperty::getProperty()", key), loggedValue(pair->first, pair->second));
+  if (logger.isEnabled(kDebug)) logDebugValue(textLabel(key), shownValue(key, pair->second));
   return pair->second;
 }
 
@@ -141,7 +102,7 @@ int cProperty::getPropertyInt(const char* key) const {
   const auto pair = find(key);
   if (pair == properties_.end()) return -1;
   const int number = toInt(pair->second);
-  logInt(kDebug, label("cProperty::getPropertyInt()", key), number);
+  if (logger.isEnabled(kDebug)) logInt(kDebug, std::string("cProperty::getPropertyInt() : ") + key, number);
   return number;
 }
 
@@ -149,7 +110,7 @@ bool cProperty::getPropertyBool(const char* key) const {
   const auto pair = find(key);
   if (pair == properties_.end()) return false;
   const bool flag = equalsIgnoreCase(pair->second.c_str(), "TRUE");
-  logBool(kDebug, label("cProperty::getProperty()", key), flag);  // the text look-up's label, on purpose
+  if (logger.isEnabled(kDebug)) logBool(kDebug, textLabel(key), flag);
   return flag;
 }
 

@@ -1,10 +1,8 @@
-// cProperty: the property file, lines of the form key = value, and its typed look-ups.
+// cProperty: the settings of one property file, looked up as text, number or flag. How lines are read and which values
+// are secret is told in propertyrules.h, the keys are those of propertykeys.h.
 //
-//   # a comment (also ;), only in the first column
-//   PFX.path = /etc/zepasign        blanks around key and value are dropped, further "=" belong to the value
-//
-// Keys and values are the bytes of the file. The last of several lines with one key wins. A line has at most 511
-// characters. Values are wiped when the object goes; the secret ones never reach the log.
+// Keys are compared byte by byte, letter case included. The last of several lines with one key wins, with a WARN line.
+// The values are wiped when the object goes; secret ones never reach the log. One thread at a time.
 #ifndef ZEPASIGN_BASE_CPROPERTY_H_
 #define ZEPASIGN_BASE_CPROPERTY_H_
 
@@ -13,10 +11,6 @@
 #include <string_view>
 
 namespace zepasign {
-
-// isSecretKey: whether the value of such a key must not be shown. A key counts in any letter case, and when it only
-// ends like a secret one: " #PFX.pswd" is no comment, and a byte-order mark may stand before the first key.
-[[nodiscard]] bool isSecretKey(const std::string& key);
 
 class cProperty {
  public:
@@ -35,8 +29,7 @@ class cProperty {
   // getProperty: a copy of the value, empty when the key is null, empty or absent.
   [[nodiscard]] std::string getProperty(const char* key) const;
 
-  // getPropertyInt: the decimal number at the start of the value, -1 when the key is absent. Throws
-  // std::invalid_argument or std::out_of_range as std::stoi does.
+  // getPropertyInt: the value by toInt, whose exceptions it throws; -1 when the key is absent.
   [[nodiscard]] int getPropertyInt(const char* key) const;
 
   // getPropertyBool: whether the value is "TRUE" in any letter case.
@@ -46,8 +39,7 @@ class cProperty {
   using Properties = std::map<std::string, std::string, std::less<>>;
 
   [[nodiscard]] bool load(const std::string& fileName);
-  [[nodiscard]] bool parseLines(std::string_view text);
-  void parseLine(std::string_view line);
+  [[nodiscard]] bool parseLines(const char* text);
   void insert(std::string_view key, std::string_view value);
   void forget(Properties::iterator pair);
   void forgetAll();

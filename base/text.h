@@ -1,4 +1,4 @@
-// Small operations on texts that several rooms share.
+// Small operations on texts that several modules share.
 #ifndef ZEPASIGN_BASE_TEXT_H_
 #define ZEPASIGN_BASE_TEXT_H_
 
@@ -11,10 +11,15 @@ namespace zepasign {
 // null.
 [[nodiscard]] bool equalsIgnoreCase(const char* a, const char* b) noexcept;
 
+// toAsciiLower: the letter in lower case whatever the locale; other bytes unchanged.
+[[nodiscard]] constexpr char toAsciiLower(char c) noexcept {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
 // isBlank: a space or a control character. Bytes of 0x80 and above belong to Big5 characters and are none.
 [[nodiscard]] constexpr bool isBlank(char c) noexcept { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; }
 
-// trim: the text without blanks at its ends; of a text of blanks nothing stays.
+// trim: the text without blanks at its ends; an all-blank text becomes empty.
 [[nodiscard]] std::string_view trim(std::string_view text) noexcept;
 
 // isEmpty: whether a C string from outside holds nothing: null or "".

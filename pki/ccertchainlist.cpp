@@ -88,7 +88,7 @@ cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, cons
     return equalsIgnoreCase(candidate.c_str(), name.c_str());
   });
   if (name.empty() || listed == names.end()) return Outcome::kNotOpened;
-  logValue(kInfo, "執行載入 "_big5 + nameKey + " 檔"_big5, name);
+  if (logger.isEnabled(kInfo)) logValue(kInfo, "執行載入 "_big5 + nameKey + " 檔"_big5, name);
   const std::string path = folder_ + platform::kFolderSeparator + *listed;
   const platform::FilePtr file = platform::openForReading(path.c_str());
   if (!file) return Outcome::kNotOpened;
@@ -99,7 +99,7 @@ cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, cons
   auto chain = std::make_unique<cCertChainEntry>(title, ski, pkcs7.get(), &property);
   if (!isAcceptable(*chain, ski)) return Outcome::kRejected;
   chains_.try_emplace(ski, std::move(chain));
-  logText(kInfo, "載入 "_big5 + nameKey + " 檔成功"_big5);
+  if (logger.isEnabled(kInfo)) logText(kInfo, "載入 "_big5 + nameKey + " 檔成功"_big5);
   return Outcome::kAccepted;
 }
 

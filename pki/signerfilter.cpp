@@ -65,7 +65,7 @@ struct ValueReader {
 
   bool next(const std::string& text, const std::string& key, std::size_t& from, std::string& value) const {
     if (!nextValue(text, key, separator, from, value)) return false;
-    logDebugValue(std::string(operation) + "(" + key + ")", value);
+    if (logger.isEnabled(kDebug)) logDebugValue(std::string(operation) + "(" + key + ")", value);
     return true;
   }
   [[nodiscard]] std::string first(const std::string& text, const std::string& key) const {
@@ -83,7 +83,7 @@ struct ValueReader {
 };
 
 bool conditionMissing(const std::string& key, const std::string& value) {
-  logErrorValue("找不到憑證條件("_big5 + key + ")", value);
+  if (logger.isEnabled(kError)) logErrorValue("找不到憑證條件("_big5 + key + ")", value);
   return false;
 }
 

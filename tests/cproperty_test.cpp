@@ -34,8 +34,8 @@ TEST(Property, LogsEveryValueButSecrets) {
   logInto(folder, "DEBUG");
   cProperty property;
   std::string expected = big5("INFO 重設 LOG Level = DEBUG\nDEBUG end cFile::createFolder() return = true\n");
-  for (const std::string key :
-       {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD", "PFX.path"}) {
+  for (const std::string key : {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD",
+                                "PSWD.lincense", "x.PASSWORD", "PWD", "my.Licence", "AUTHKEY2", "PFX.path"}) {
     EXPECT_TRUE(property.parse((key + "=%s\n" + key + " = %s").c_str()) && property.getProperty(key.c_str()) == "%s");
     const std::string shown = key == "PFX.path" ? " = %s\n" : " = ********\n";
     const std::string insert = "DEBUG Insert MAP Name = " + key + "\nDEBUG Insert MAP Value" + shown;
@@ -44,6 +44,17 @@ TEST(Property, LogsEveryValueButSecrets) {
                 "DEBUG cProperty::getProperty() : " + key + shown;
   }
   EXPECT_EQ(logOf(folder.path()), expected);
+}
+
+TEST(Property, LogsNoSecretThatWasTypedIntoTheKey) {
+  const TempFolder folder;
+  logInto(folder, "DEBUG");
+  cProperty property;
+  EXPECT_TRUE(property.parse("PFX.pswdB64: rx6O+jQqypv==\nPSWD.License hid=den\nPFX.pswdrx6OjjQqypvxvBoIxbVyZg==\n"));
+  std::string names;
+  for (const std::string& line : readLog(folder.path()))
+    if (line.find("Insert MAP ") != std::string::npos) names += line.substr(line.rfind(' ')) + "\n";
+  EXPECT_EQ(names, " PFX.pswd********\n ********\n PSWD********\n ********\n PFX.pswd********\n ********\n");
 }
 
 TEST(Property, NumbersAndFlags) {

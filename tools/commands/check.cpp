@@ -8,7 +8,7 @@
 
 #include "api/ZEPASignDLL.h"
 #include "base/cleanse.h"
-#include "base/cproperty.h"
+#include "base/propertyrules.h"
 #include "base/errors.h"
 #include "base/platform.h"
 #include "base/propertykeys.h"
@@ -61,7 +61,7 @@ void ConfigCheck::examineLines() {
 
 void ConfigCheck::examineKey(const PropertyText::Pair& pair) {
   const auto warnHere = [&](const Message& what, std::initializer_list<std::string> arguments = {}) {
-    addAtLine("warning", pair.line, pair.key, tr(what, arguments));
+    addAtLine("warning", pair.line, shownKey(pair.key), tr(what, arguments));
   };
   if (pair.line == 1 && pair.key.starts_with("\xEF\xBB\xBF")) {
     return warnHere("a byte-order mark stands before the key, so it is not found: save the file without one"_m);

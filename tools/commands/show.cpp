@@ -1,6 +1,6 @@
 // zepasign show: any file that the library reads or writes, as a tree. What a file is, its content tells, not its name.
 #include "base/cleanse.h"
-#include "base/cproperty.h"
+#include "base/propertyrules.h"
 #include "tools/commands/command_line.h"
 #include "tools/files/describe.h"
 #include "tools/files/propertyfile.h"
@@ -19,8 +19,8 @@ Json describeProperties(const PropertyText& text) {
   Json pairs = Json::array();
   for (const PropertyText::Pair& pair : text.pairs()) {
     pairs.push_back({{"line", pair.line},
-                     {"key", toUtf8(pair.key)},
-                     {"value", isSecretKey(pair.key) ? "********" : toUtf8(pair.value)}});
+                     {"key", toUtf8(shownKey(pair.key))},
+                     {"value", toUtf8(std::string(shownValue(pair.key, pair.value)))}});
   }
   return {{"kind", "properties"}, {"pairs", pairs}};
 }

@@ -1,11 +1,11 @@
 #include "tools/files/propertyfile.h"
 
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 
 #include "base/cleanse.h"
 #include "base/propertykeys.h"
+#include "base/propertyrules.h"
 #include "base/text.h"
 
 namespace zepasign::tools {
@@ -16,10 +16,6 @@ const std::vector<std::string>& knownKeys() {
   return known;
 }
 
-bool sameLetter(char a, char b) {
-  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-}
-
 // distance: how many characters must be put in, taken out or changed, letter case aside.
 std::size_t distance(std::string_view from, std::string_view to) {
   std::vector<std::size_t> row(to.size() + 1);
@@ -27,7 +23,7 @@ std::size_t distance(std::string_view from, std::string_view to) {
   for (const char letter : from) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t changed = diagonal + (sameLetter(letter, to[j]) ? 0 : 1);
+      const std::size_t changed = diagonal + (toAsciiLower(letter) == toAsciiLower(to[j]) ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, changed});
     }
@@ -38,27 +34,17 @@ std::size_t distance(std::string_view from, std::string_view to) {
 }  // namespace
 
 PropertyText::PropertyText(std::string_view text) {
-  text = text.substr(0, text.find('\0'));
-  for (int number = 1; !text.empty(); ++number) {
-    const std::string_view line = text.substr(0, text.find('\n'));
-    addLine(number, line);
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
+  PropertyLine line;
+  for (PropertyLines lines(text); lines.next(line);) {
+    if (line.isTooLong) longLines_.push_back(line.number);
+    if (line.kind == PropertyLine::Kind::kNoPair) ignoredLines_.push_back(line.number);
+    if (line.kind != PropertyLine::Kind::kPair) continue;
+    pairs_.push_back({line.number, std::string(line.key), std::string(line.value)});
   }
 }
 
 PropertyText::~PropertyText() {
   for (Pair& pair : pairs_) cleanse(pair.value.data(), pair.value.capacity());
-}
-
-void PropertyText::addLine(int number, std::string_view line) {
-  if (line.size() > keys::kMaxLineLength) longLines_.push_back(number);
-  if (line.starts_with('#') || line.starts_with(';') || std::all_of(line.begin(), line.end(), isBlank)) return;
-  const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos) {
-    ignoredLines_.push_back(number);
-  } else {
-    pairs_.push_back({number, std::string(trim(line.substr(0, equals))), std::string(trim(line.substr(equals + 1)))});
-  }
 }
 
 const PropertyText::Pair* PropertyText::find(std::string_view key) const {

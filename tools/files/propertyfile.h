@@ -1,5 +1,5 @@
-// PropertyText: a property file line by line, for those who must say where something stands. It reads lines as the
-// library does.
+// PropertyText: a property file line by line, for commands that must say in which line something is wrong. Lines are
+// read by the library's own rules (base/propertyrules.h).
 #ifndef ZEPASIGN_TOOLS_FILES_PROPERTYFILE_H_
 #define ZEPASIGN_TOOLS_FILES_PROPERTYFILE_H_
 
@@ -36,8 +36,6 @@ class PropertyText final {
   [[nodiscard]] const std::vector<int>& longLines() const noexcept { return longLines_; }
 
  private:
-  void addLine(int number, std::string_view line);
-
   std::vector<Pair> pairs_;
   std::vector<int> ignoredLines_;
   std::vector<int> longLines_;
