@@ -52,9 +52,9 @@ fails() {
 cd "$folder"
 strict=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror "-I$examples/../api")
 case $language in
-  c) "${CC:-cc}" -std=gnu11 "${strict[@]}" "$examples"/c/{main,signer,platform_posix}.c -o sign-c "$library" -lcrypto
+  c) "${CC:-cc}" -std=gnu99 "${strict[@]}" "$examples"/c/{main,signer,platform_posix}.c -o sign-c "$library" -lcrypto
     example=(./sign-c) ;;
-  cpp) "${CC:-cc}" -c -std=gnu11 "${strict[@]}" "$examples/c/platform_posix.c" -o platform.o
+  cpp) "${CC:-cc}" -c -std=gnu99 "${strict[@]}" "$examples/c/platform_posix.c" -o platform.o
     "${CXX:-c++}" -std=c++17 "${strict[@]}" "$examples"/cpp/{main,signer}.cpp platform.o -o sign-cpp "$library" -lcrypto
     example=(./sign-cpp) ;;
   csharp) need mcs mono-mcs && need mono mono-runtime && mcs -warnaserror -out:sign.exe "$examples"/csharp/*.cs
