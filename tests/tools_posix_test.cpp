@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "tests/support/command.h"
 #include "tests/support/files.h"
@@ -169,7 +170,16 @@ TEST_F(ToolTest, SpeaksTheLocalesLanguageInItsEncoding) {
   EXPECT_EQ("zepasign: demo/app.properties: exists already\n", run("init demo").output);
   EXPECT_EQ(chinese, run("init demo", "LC_ALL=zh_TW.UTF-8").output);
   EXPECT_EQ(big5(chinese), run("init demo", "LC_ALL=zh_TW.Big5").output);
-  EXPECT_EQ(2, run("init").exitCode);
+  const CommandResult mistyped = run("sgin -c x", "LC_ALL=zh_TW.UTF-8");
+  EXPECT_EQ(2, mistyped.exitCode);
+  EXPECT_NE(std::string::npos, mistyped.output.find("未知的子命令 sgin: 是否為 sign?"));
+  EXPECT_NE(std::string::npos, run("verify --contnt a b").output.find("is --content meant?"));
+  // Every mistake is told in Chinese: no sentence of the option parser comes through.
+  for (const char* wrong : {"", "verify", "sign -c", "sign -c x --jobs 999 f", "sign -c x --text GBK f", "show -- a b -x",
+                            "sign --der --pem -c x f", "sign -c x -c y f", "sign -c x --jobs a f", "passwd -c x a b"}) {
+    const std::string said = run(wrong, "LC_ALL=zh_TW.UTF-8").output;
+    EXPECT_FALSE(std::regex_search(said, std::regex("[A-Za-z]{3,} [a-z]{2,} [a-z]{2,}"))) << wrong << ": " << said;
+  }
   std::filesystem::remove(folder_.path("demo/app.properties"));
   EXPECT_EQ("zepasign: demo/signer.pfx: exists already\n", run("init --demo demo").output) << "the user's PFX stays";
 }

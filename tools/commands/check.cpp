@@ -194,9 +194,14 @@ int runCheck(const CommonOptions& options) {
 
 void addCheck(CommandLine& line) {
   const auto options = std::make_shared<CommonOptions>();
-  addCommon(
-      line.add("check", "find out what is wrong with a property file"_m, [options] { return runCheck(*options); }),
-      *options);
+  CLI::App* command =
+      line.add("check", "find out what is wrong with a property file"_m, [options] { return runCheck(*options); });
+  addCommon(command, *options);
+  addExamples(command, {{"as the account that signs, so that its permissions count"_m,
+                         "sudo -u payroll zepasign check -c app.properties"},
+                        {"with the encrypted password that goes with PSWD.authKey"_m,
+                         "zepasign check -c app.properties --enced-file enced.txt"},
+                        {"for monitoring"_m, "zepasign check -c app.properties --json"}});
 }
 
 }  // namespace zepasign::tools

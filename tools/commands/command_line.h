@@ -4,7 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "tools/terminal/messages.h"
 
@@ -49,7 +51,22 @@ class CommandLine final {
 };
 
 // helpText: a text of the help, in the user's language and the terminal's encoding.
-[[nodiscard]] std::string helpText(const Message& text);
+[[nodiscard]] std::string helpText(const Message& text, std::initializer_list<std::string> arguments = {});
+
+// Example: a command as users type it, and what it is for.
+struct Example {
+  Message purpose;
+  const char* command;
+};
+
+// addExamples: ends the sub-command's --help with them. Give every sub-command two to four, the commonest first.
+void addExamples(CLI::App* command, std::initializer_list<Example> examples);
+
+// oneOf, numberBetween: for CLI::Option::check, which refuses the value with what they return: an empty text for a good
+// value, else what to write. (The parser's own checks would show English texts and C++ types in the help.) The letter
+// case of words does not matter; both limits of a number are allowed.
+[[nodiscard]] std::function<std::string(const std::string&)> oneOf(std::vector<std::string> words);
+[[nodiscard]] std::function<std::string(const std::string&)> numberBetween(unsigned min, unsigned max);
 
 // addPropertyFile, addJson, addCommon: options that several sub-commands have.
 void addPropertyFile(CLI::App* command, std::string& file);

@@ -116,8 +116,10 @@ void addInit(CommandLine& line) {
   const auto options = std::make_shared<InitOptions>();
   CLI::App* command =
       line.add("init", "write a property file to begin with"_m, [options] { return runInit(*options); });
-  command->add_option("DIR", options->folder, helpText("folder for it"_m))->required();
+  command->add_option(helpText("DIR"_m), options->folder, helpText("folder for it"_m))->required();
   command->add_flag("--demo", options->demo, helpText("with a throwaway CA, signer, PFX, chain and CRL"_m));
+  addExamples(command, {{"a commented property file to fill in"_m, "zepasign init settings"},
+                        {"a throwaway signer to try the library with"_m, "zepasign init --demo demo"}});
 }
 
 }  // namespace zepasign::tools

@@ -94,9 +94,14 @@ int runShow(const ShowOptions& options) {
 void addShow(CommandLine& line) {
   const auto options = std::make_shared<ShowOptions>();
   CLI::App* command = line.add("show", "show what a file holds"_m, [options] { return runShow(*options); });
-  command->add_option("FILE", options->files, helpText("signature, PFX, P7B, CRL, certificate, property file or log"_m))
+  command
+      ->add_option(helpText("FILE"_m), options->files,
+                   helpText("signature, PFX, P7B, CRL, certificate, property file or log"_m))
       ->required();
   addJson(command, options->json);
+  addExamples(command, {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
+                        {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
+                        {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
 }
 
 }  // namespace zepasign::tools

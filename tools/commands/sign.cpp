@@ -166,16 +166,22 @@ void addSign(CommandLine& line) {
   const auto options = std::make_shared<SignOptions>();
   CLI::App* command = line.add("sign", "sign files"_m, [options] { return runSign(*options); });
   addCommon(command, *options);
-  command->add_option("FILE", options->files, helpText("files to sign; - is the standard input"_m))->required();
+  command->add_option(helpText("FILE"_m), options->files, helpText("files to sign; - is the standard input"_m))
+      ->required();
   command->add_option("--text", options->encoding, helpText("sign as text: Big5, converted to this encoding first"_m))
-      ->check(CLI::IsMember({"BIG5", "UTF-16LE"}, CLI::ignore_case));
+      ->type_name("BIG5|UTF-16LE")
+      ->check(oneOf({"BIG5", "UTF-16LE"}));
   auto* output =
       command->add_option("-o,--output", options->output, helpText("the signature's file; - is the standard output"_m));
   command->add_option("--out-dir", options->outputFolder, helpText("folder for the signatures"_m))->excludes(output);
   auto* der = command->add_flag("--der", options->der, helpText("write DER instead of Base64 text"_m));
   command->add_flag("--pem", options->pem, helpText("write PEM instead of Base64 text"_m))->excludes(der);
-  command->add_option("--jobs", options->jobs, helpText("worker processes"_m))->check(CLI::Range(1, 256));
+  command->add_option("--jobs", options->jobs, helpText("worker processes"_m))->check(numberBetween(1, 256));
   command->add_flag("--resume", options->resume, helpText("do only what is missing"_m));
+  addExamples(command,
+              {{"one file; the signature is written beside it"_m, "zepasign sign -c app.properties contract.pdf"},
+               {"many files with two processes"_m, "zepasign sign -c app.properties --jobs 2 --out-dir signed *.pdf"},
+               {"in a pipe"_m, "cat contract.pdf | zepasign sign -c app.properties --der - > contract.p7s"}});
 }
 
 }  // namespace zepasign::tools

@@ -1,12 +1,12 @@
 #include "tools/files/propertyfile.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "base/cleanse.h"
 #include "base/propertykeys.h"
 #include "base/propertyrules.h"
 #include "base/text.h"
+#include "tools/terminal/spelling.h"
 
 namespace zepasign::tools {
 namespace {
@@ -14,21 +14,6 @@ namespace {
 const std::vector<std::string>& knownKeys() {
   static const std::vector<std::string> known = keys::all();
   return known;
-}
-
-// distance: how many characters must be put in, taken out or changed, letter case aside.
-std::size_t distance(std::string_view from, std::string_view to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  std::iota(row.begin(), row.end(), 0);
-  for (const char letter : from) {
-    std::size_t diagonal = row[0]++;
-    for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t changed = diagonal + (toAsciiLower(letter) == toAsciiLower(to[j]) ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, changed});
-    }
-  }
-  return row.back();
 }
 
 }  // namespace
@@ -67,11 +52,8 @@ bool isKnownKey(std::string_view key) {
 }
 
 std::string nearestKey(std::string_view key) {
-  constexpr std::size_t kNear = 3;
-  const auto nearest = std::min_element(knownKeys().begin(), knownKeys().end(), [key](const auto& a, const auto& b) {
-    return distance(key, a) < distance(key, b);
-  });
-  return distance(key, *nearest) <= kNear ? *nearest : "";
+  constexpr std::size_t kMaxEdits = 3;
+  return nearestWord(key, knownKeys(), kMaxEdits);
 }
 
 }  // namespace zepasign::tools
