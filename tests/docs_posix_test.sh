@@ -54,3 +54,5 @@ grep -rhoP '"\K([^"\\]|\\.)+(?="_big5)|(log\w+|failed\w*)\((k\w+, )?"\K([^"\\]|\
   sed -E 's/\\[tn]//g; s/\\"/"/g; s/^\|+--- //' | mustStandIn docs/log.md docs/error-codes.md
 sed -nE 's/\\"/"/g; s/^ *\{([0-9]+), "(.*)"_big5\},$/| \1 | \2(\1) |/p' base/errors.cpp | mustStandIn docs/error-codes.md
 grep -oP '"\K\w*(\.|crlFile)\w*(?=")' base/propertykeys.h | mustStandIn docs/properties.md
+sed -nE '/^ZEPASIGN_API/ { s/^[^(]*\W(\w+)\((.*)\);$/.Fn \1 "\2"/; s/, /" "/g; s/"void"/void/; p }' api/ZEPASignDLL.h |
+  mustStandIn docs/man/libzepasigndll.3
