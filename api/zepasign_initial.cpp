@@ -45,6 +45,7 @@ void ZEPASign::readLogSettings(const cProperty& property) {
   logger.setLevel(property.getProperty(keys::kLogLevel).c_str());
   const std::string folder = property.getProperty(keys::kLogPath);
   const std::string file = property.getProperty(keys::kLogFile);
+  logger.setEncoding(property.getProperty(keys::kLogEncoding).c_str());
   logger.setLogFile(folder.c_str(), file.c_str());
 }
 

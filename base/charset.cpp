@@ -31,7 +31,7 @@ std::size_t convertAll(platform::Converter converter, const char* text, std::siz
   char* out = reinterpret_cast<char*>(area.data());
   std::size_t inLeft = length;
   auto outLeft = static_cast<std::size_t>(area.length());
-  if (platform::convert(converter, &in, &inLeft, &out, &outLeft) == static_cast<std::size_t>(-1)) return 0;
+  if (platform::convert(converter, &in, &inLeft, &out, &outLeft) == platform::kNotConverted) return 0;
   const std::size_t produced = static_cast<std::size_t>(area.length()) - outLeft;
   return inLeft == 0 && outLeft != 0 ? produced : 0;
 }

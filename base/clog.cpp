@@ -39,13 +39,14 @@ bool createFolders(const std::string& folder) {
 // takes the pending text first.
 class LogLine final {
  public:
-  LogLine(const char* levelName, bool fileSet, const std::string& fileBase, std::unique_ptr<PendingText>& pending)
-      : pending_(fileSet ? nullptr : pending.get()) {
+  LogLine(const char* levelName, bool fileSet, const std::string& fileBase, std::unique_ptr<PendingText>& pending,
+          const LogEncoding& encoding)
+      : pending_(fileSet ? nullptr : pending.get()), encoding_(encoding) {
     const platform::LocalTime now = platform::now();
     if (fileSet) {
       file_ = std::make_unique<platform::AppendFile>(dailyFileName(fileBase, now).c_str());
       if (!file_->isOpen()) return;
-      if (pending) file_->append(pending->text());
+      if (pending) file_->append(encoding.encodeLines(pending->text(), area_));
       pending.reset();
     }
     append(linePrefix(now, levelName));
@@ -64,6 +65,7 @@ class LogLine final {
   void append(std::string_view text) {
     if (pending_ != nullptr) pending_->append(text);
     if (file_ == nullptr) return;
+    text = encoding_.encode(text, area_);
     if (buffer_.size() + text.size() > kFlushSize) flush();
     if (text.size() > kFlushSize) {
       file_->append(text);
@@ -79,8 +81,10 @@ class LogLine final {
   }
 
   PendingText* pending_;
+  const LogEncoding& encoding_;
   std::unique_ptr<platform::AppendFile> file_;
   std::string buffer_;
+  std::string area_;  // of the encoding
 };
 
 }  // namespace
@@ -96,8 +100,12 @@ cLog::cLog() : pending_(new (std::nothrow) PendingText) {}
 
 cLog::~cLog() {
   if (!pending_ || pending_->text().empty()) return;
-  std::fwrite(pending_->text().data(), 1, pending_->text().size(), stdout);
-  std::fflush(stdout);
+  try {
+    std::string area;
+    platform::printToStandardOutput(encoding_.encodeLines(pending_->text(), area));
+  } catch (const std::bad_alloc&) {
+    platform::printToStandardOutput(pending_->text());
+  }
 }
 
 void cLog::setLevel(const char* levelName) noexcept {
@@ -119,6 +127,11 @@ void cLog::setLevel(const char* levelName) noexcept {
   }
 }
 
+void cLog::setEncoding(const char* name) noexcept {
+  if (fileSet_) return;
+  if (!encoding_.choose(name) && isEnabled(kError)) writeText(kError.name, "iconv_open() 失敗"_big5);
+}
+
 bool cLog::setLogFile(const char* folder, const char* file) noexcept {
   if (fileSet_ || isEmpty(folder) || isEmpty(file)) return false;
   try {
@@ -135,7 +148,7 @@ bool cLog::setLogFile(const char* folder, const char* file) noexcept {
 
 void cLog::writeParts(const char* levelName, std::initializer_list<std::string_view> parts) noexcept {
   try {
-    LogLine line(levelName, fileSet_, fileBase_, pending_);
+    LogLine line(levelName, fileSet_, fileBase_, pending_, encoding_);
     for (std::string_view part : parts) line.append(part);
     line.finish();
   } catch (...) {  // a line for which there is no memory is lost; the caller's work goes on
@@ -174,7 +187,7 @@ void cLog::writeDump(const char* levelName, std::string_view label, int length,
   try {
     char header[48];
     std::snprintf(header, sizeof header, "(len=%d, 0x%X) = ", length, static_cast<unsigned>(length));
-    LogLine line(levelName, fileSet_, fileBase_, pending_);
+    LogLine line(levelName, fileSet_, fileBase_, pending_, encoding_);
     line.append(label);
     line.append(header);
     HexDump dump(line.goesToFile() ? HexDump::Column::kAsLongAsTheRow : HexDump::Column::kSixteenWide,

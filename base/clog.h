@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/logencoding.h"
+
 namespace zepasign {
 
 using ByteSpan = std::span<const unsigned char>;
@@ -64,6 +66,10 @@ class cLog {
   // missing parents. False when it was chosen before, an argument is null or empty, or the folder cannot be made.
   bool setLogFile(const char* folder, const char* file) noexcept;
 
+  // setEncoding: LOG.encoding, see LogEncoding; without effect once the file is chosen. What is pending is converted
+  // when it is written.
+  void setEncoding(const char* name) noexcept;
+
   void writeText(const char* levelName, std::string_view text) noexcept;
   void writeValue(const char* levelName, std::string_view label, std::string_view value) noexcept;
   // writeInt: "label = 0x0000138D(5005)".
@@ -85,6 +91,7 @@ class cLog {
   bool fileSet_ = false;
   std::unique_ptr<PendingText> pending_;
   std::string fileBase_;
+  LogEncoding encoding_;
 };
 
 // logger: the one log of the process; made when the library is loaded, before anything that logs.

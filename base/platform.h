@@ -2,6 +2,9 @@
 // (platform_posix.cpp, platform_windows.cpp). Path texts are byte strings in the process's code page and are passed on
 // as they are: the byte 0x5C is also the second byte of many Big5 characters, so no path is ever rewritten.
 //
+// Files: only regular files are opened, for reading and for the log. Opening a pipe or a device could block the caller
+// for good.
+//
 // Thread rule: any thread, except that the text converter belongs to one thread at a time.
 #ifndef ZEPASIGN_BASE_PLATFORM_H_
 #define ZEPASIGN_BASE_PLATFORM_H_
@@ -9,14 +12,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/text.h"
+
 namespace zepasign::platform {
 
-// What joins a folder and a file name: a backslash on Windows, "/" elsewhere.
+// kFolderSeparator: joins a folder and a file name, a backslash on Windows, "/" elsewhere.
 extern const char kFolderSeparator;
 
 // LocalTime: a moment on the machine's own wall clock; `month` and `day` count from 1, `millisecond` is 0 to 999.
@@ -30,16 +36,35 @@ struct LocalTime {
   int millisecond;
 };
 
+// makeLocalTime: from the fields that the C library counts from 1900 and from 0.
+[[nodiscard]] inline LocalTime makeLocalTime(const std::tm& local, int millisecond) noexcept {
+  constexpr int kTmFirstYear = 1900;
+  constexpr int kTmFirstMonth = 1;
+  return {local.tm_year + kTmFirstYear,
+          local.tm_mon + kTmFirstMonth,
+          local.tm_mday,
+          local.tm_hour,
+          local.tm_min,
+          local.tm_sec,
+          millisecond};
+}
+
 // now: the current moment; all zero when the system cannot tell its local time.
 [[nodiscard]] LocalTime now() noexcept;
 
-// processId: of the calling process, asked anew at each call since a host may fork.
+// localDateText: the present local time as 14 digits YYYYMMDDhhmmss.
+[[nodiscard]] inline std::string localDateText() {
+  const LocalTime t = now();
+  return dateText(t.year, t.month, t.day, t.hour, t.minute, t.second);
+}
+
+// processId: of the calling process. It is asked at each call, since a host may fork.
 [[nodiscard]] int processId() noexcept;
 
 // currentFolder: the process's working folder, empty when it cannot be read within 1024 bytes.
 [[nodiscard]] std::string currentFolder();
 
-// createFolder: makes one folder (not its parents); true also when something of that name stands there already.
+// createFolder: makes one folder (not its parents); true also when something of that name exists already.
 [[nodiscard]] bool createFolder(const char* path) noexcept;
 
 // listFolder: appends the names of all entries (name only, folders included) in the order the system gives them; false
@@ -51,15 +76,16 @@ struct CloseFile {
 };
 using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
-// openForReading: binary and without a buffer of its own (what is read may be secret); null when it cannot be opened.
-// Only ordinary files open: a pipe or a device could block the caller for good. Throws std::bad_alloc.
+// openForReading: binary and without a buffer of its own (what is read may be secret); null when it cannot be opened or
+// is no regular file. Throws std::bad_alloc.
 [[nodiscard]] FilePtr openForReading(const char* path);
 
-// fileSize: in bytes, -1 when it cannot be told; the file stands at its beginning afterwards.
+// fileSize: in bytes, -1 when it cannot be told; the next read starts at the beginning of the file.
 [[nodiscard]] std::int64_t fileSize(std::FILE* file) noexcept;
 
-// AppendFile: a text file opened for one append and closed at the end of its scope. It is made when missing, with the
-// rights that the process's umask leaves. Write errors are swallowed: a log has nobody to report them to.
+// AppendFile: a text file opened for one append and closed at the end of its scope. It is created when missing, with
+// the permissions that the process's umask leaves. A write error drops the rest of the text silently: this is the log,
+// and there is no other place to report to.
 class AppendFile final {
  public:
   explicit AppendFile(const char* path) noexcept;
@@ -74,11 +100,15 @@ class AppendFile final {
   std::intptr_t handle_;
 };
 
+// printToStandardOutput: prints and flushes. Nothing is printed when another thread holds the stream's lock (which
+// could be for ever), and a closed pipe raises no signal (both: not on Windows, which has neither).
+void printToStandardOutput(std::string_view text) noexcept;
+
 // The text converter, shaped like iconv_open, iconv and iconv_close. Both systems know the names "BIG5" and "UTF-16LE"
 // in any letter case; a sequence that is invalid in the source fails, it is never replaced.
-// openConverter: null when a name is unknown. convert: as iconv, with static_cast<std::size_t>(-1) and errno on
-// failure.
+// openConverter: null when a name is unknown. convert: as iconv, with kNotConverted and errno on failure.
 using Converter = void*;
+inline constexpr auto kNotConverted = static_cast<std::size_t>(-1);
 [[nodiscard]] Converter openConverter(const char* target, const char* source) noexcept;
 [[nodiscard]] std::size_t convert(Converter converter, char** in, std::size_t* inLeft, char** out,
                                   std::size_t* outLeft) noexcept;

@@ -20,13 +20,7 @@ LocalTime now() noexcept {
   std::tm local{};
   std::timespec_get(&clock, TIME_UTC);
   if (localtime_r(&clock.tv_sec, &local) == nullptr) return {};
-  return {local.tm_year + 1900,
-          local.tm_mon + 1,
-          local.tm_mday,
-          local.tm_hour,
-          local.tm_min,
-          local.tm_sec,
-          static_cast<int>(clock.tv_nsec / 1'000'000)};
+  return makeLocalTime(local, static_cast<int>(clock.tv_nsec / 1'000'000));
 }
 
 int processId() noexcept { return getpid(); }
@@ -40,19 +34,19 @@ bool createFolder(const char* path) noexcept { return mkdir(path, 0777) == 0 || 
 
 namespace {
 
-// openAtOnce: open that never waits for a pipe's other end or for a terminal. Only on an ordinary file can it meet a
-// lease of another process, which the system ends within lease-break-time, 45 seconds unless changed.
-int openAtOnce(const char* path, int flags) noexcept {
-  constexpr mode_t kRights = 0666;
-  constexpr std::timespec kPause{0, 10'000'000};
-  constexpr int kMostPauses = 6000;
-  int descriptor = -1;
-  for (int pauses = 0; pauses < kMostPauses; ++pauses) {
-    descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kRights);
-    if (descriptor >= 0 || errno != EWOULDBLOCK) break;
-    nanosleep(&kPause, nullptr);
-  }
-  return descriptor;
+// openRegularFile: the descriptor, or -1. Anything else than a regular file is not opened at all: opening a pipe or a
+// terminal may wait for its other end. What was opened is looked at once more, since the name may mean another file by
+// then.
+int openRegularFile(const char* path, int flags) noexcept {
+  constexpr mode_t kPermissions = 0666;
+  struct stat status {};
+  const bool exists = stat(path, &status) == 0;
+  if (exists ? !S_ISREG(status.st_mode) : (flags & O_CREAT) == 0) return -1;
+  const int descriptor = open(path, flags | O_CLOEXEC | O_NOCTTY, kPermissions);
+  if (descriptor < 0) return -1;
+  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
+  close(descriptor);
+  return -1;
 }
 
 }  // namespace
@@ -70,14 +64,14 @@ bool listFolder(const std::string& folder, std::vector<std::string>& names) {
 }
 
 FilePtr openForReading(const char* path) {
-  const int descriptor = openAtOnce(path, O_RDONLY);
+  const int descriptor = openRegularFile(path, O_RDONLY);
   if (descriptor < 0) return nullptr;
-  struct stat status {};
-  const bool isOrdinary = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-  FilePtr file(isOrdinary ? fdopen(descriptor, "rb") : nullptr);
-  if (!file) close(descriptor);
-  if (!file && isOrdinary) throw std::bad_alloc();
-  if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  FilePtr file(fdopen(descriptor, "rb"));
+  if (!file) {
+    close(descriptor);
+    throw std::bad_alloc();
+  }
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
   return file;
 }
 
@@ -88,8 +82,7 @@ std::int64_t fileSize(std::FILE* file) noexcept {
   return size;
 }
 
-// O_RDWR: a pipe in the place of the log file must not block the host.
-AppendFile::AppendFile(const char* path) noexcept : handle_(openAtOnce(path, O_RDWR | O_APPEND | O_CREAT)) {}
+AppendFile::AppendFile(const char* path) noexcept : handle_(openRegularFile(path, O_WRONLY | O_APPEND | O_CREAT)) {}
 
 AppendFile::~AppendFile() {
   if (isOpen()) close(static_cast<int>(handle_));
@@ -97,31 +90,41 @@ AppendFile::~AppendFile() {
 
 namespace {
 
-// FileSizeSignalBlock: a write beyond the process's file size limit raises SIGXFSZ, which would end the host; inside
-// this scope it is only an error of the write.
-class FileSizeSignalBlock final {
+// WriteSignalBlock: a write beyond the process's file size limit raises SIGXFSZ, one into a pipe without a reader
+// SIGPIPE, and both would end the host. Inside this scope they are only errors of the write.
+class WriteSignalBlock final {
  public:
-  FileSizeSignalBlock() noexcept {
-    sigemptyset(&signal_);
-    sigaddset(&signal_, SIGXFSZ);
-    pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  WriteSignalBlock() noexcept {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGXFSZ);
+    sigaddset(&signals_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals_, &before_);
   }
-  ~FileSizeSignalBlock() {
-    if (raised_ && sigismember(&before_, SIGXFSZ) == 0) {
-      const std::timespec atOnce{};
-      sigtimedwait(&signal_, nullptr, &atOnce);
-    }
+  ~WriteSignalBlock() {
+    if (raised_ != 0 && sigismember(&before_, raised_) == 0) takeRaised();
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
   }
-  FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
-  FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
+  WriteSignalBlock(const WriteSignalBlock&) = delete;
+  WriteSignalBlock& operator=(const WriteSignalBlock&) = delete;
 
-  void noteRaised() noexcept { raised_ = true; }
+  // noteError: the error of a write, which tells whether a signal waits.
+  void noteError(int error) noexcept {
+    if (error == EFBIG) raised_ = SIGXFSZ;
+    if (error == EPIPE) raised_ = SIGPIPE;
+  }
 
  private:
-  sigset_t signal_{};
+  void takeRaised() const noexcept {
+    const std::timespec noWait{};
+    sigset_t one;
+    sigemptyset(&one);
+    sigaddset(&one, raised_);
+    sigtimedwait(&one, nullptr, &noWait);
+  }
+
+  sigset_t signals_{};
   sigset_t before_{};
-  bool raised_ = false;
+  int raised_ = 0;
 };
 
 }  // namespace
@@ -129,14 +132,24 @@ class FileSizeSignalBlock final {
 bool AppendFile::isOpen() const noexcept { return handle_ >= 0; }
 
 void AppendFile::append(std::string_view text) noexcept {
-  FileSizeSignalBlock signalBlock;
+  WriteSignalBlock signalBlock;
   while (!text.empty()) {
     const ssize_t written = write(static_cast<int>(handle_), text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0 && errno == EFBIG) signalBlock.noteRaised();
+    if (written < 0) signalBlock.noteError(errno);
     if (written <= 0) return;
     text.remove_prefix(static_cast<std::size_t>(written));
   }
+}
+
+void printToStandardOutput(std::string_view text) noexcept {
+  WriteSignalBlock signalBlock;
+  if (ftrylockfile(stdout) != 0) return;
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    signalBlock.noteError(errno);
+  }
+  funlockfile(stdout);
 }
 
 namespace {

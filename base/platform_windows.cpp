@@ -41,13 +41,7 @@ LocalTime now() noexcept {
   const auto seconds = static_cast<__time64_t>(ticks / 10'000'000);
   std::tm local{};
   if (_localtime64_s(&local, &seconds) != 0) return {};  // not _localtime64: its buffer may be the host's as well
-  return {local.tm_year + 1900,
-          local.tm_mon + 1,
-          local.tm_mday,
-          local.tm_hour,
-          local.tm_min,
-          local.tm_sec,
-          static_cast<int>(ticks / 10'000 % 1000)};
+  return makeLocalTime(local, static_cast<int>(ticks / 10'000 % 1000));
 }
 
 int processId() noexcept { return _getpid(); }
@@ -122,7 +116,11 @@ std::int64_t fileSize(std::FILE* file) noexcept {
 AppendFile::AppendFile(const char* path) noexcept
     : handle_(reinterpret_cast<std::intptr_t>(CreateFileA(path, FILE_APPEND_DATA | SYNCHRONIZE,
                                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                                          nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {}
+                                                          nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {
+  if (!isOpen() || GetFileType(reinterpret_cast<HANDLE>(handle_)) == FILE_TYPE_DISK) return;
+  CloseHandle(reinterpret_cast<HANDLE>(handle_));
+  handle_ = -1;
+}
 
 AppendFile::~AppendFile() {
   if (isOpen()) CloseHandle(reinterpret_cast<HANDLE>(handle_));
@@ -154,16 +152,20 @@ void AppendFile::append(std::string_view text) noexcept {
   (void)writeAll(handle_, buffer.data(), used);
 }
 
+void printToStandardOutput(std::string_view text) noexcept {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
 // The text converter over the system's code page 950, from Big5 only, which is all that the library converts from. It
 // accepts and gives exactly what the C library's BIG5 does on the other systems; a call converts the whole input or,
 // when it fails, leaves all four arguments as they were.
 namespace {
 
 constexpr UINT kBig5 = 950;
-constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
 
-// Step converts `length` bytes (at least 1) into the `room` bytes at `out` and returns how many it made, or kFailed
-// with errno set.
+// Step converts `length` bytes (at least 1) into the `room` bytes at `out` and returns how many it made, or
+// kNotConverted with errno set.
 using Step = std::size_t (*)(const char* in, int length, char* out, int room);
 
 struct Conversion {
@@ -174,7 +176,7 @@ struct Conversion {
 
 std::size_t fail(int error) {
   errno = error;
-  return kFailed;
+  return kNotConverted;
 }
 
 std::size_t failAsSystem() { return fail(GetLastError() == ERROR_INSUFFICIENT_BUFFER ? E2BIG : EILSEQ); }
@@ -205,7 +207,7 @@ std::size_t big5ToUtf8(const char* in, int length, char* out, int room) {
   for (int i = 0; i < length;) {
     const int size = isLead(in[i]) && i + 1 < length ? 2 : 1;
     wchar_t wide = L'\0';
-    if (big5ToUtf16(in + i, size, reinterpret_cast<char*>(&wide), sizeof wide) == kFailed) return kFailed;
+    if (big5ToUtf16(in + i, size, reinterpret_cast<char*>(&wide), sizeof wide) == kNotConverted) return kNotConverted;
     if (used == room) return fail(E2BIG);  // 0 would ask for the length
     const int made = WideCharToMultiByte(CP_UTF8, 0, &wide, 1, out + used, room - used, nullptr, nullptr);
     if (made <= 0) return failAsSystem();
@@ -243,7 +245,7 @@ std::size_t convert(Converter converter, char** in, std::size_t* inLeft, char** 
   if (in == nullptr || *inLeft == 0) return 0;
   if (*inLeft > INT_MAX) return fail(E2BIG);
   const std::size_t made = static_cast<const Conversion*>(converter)->step(*in, asInt(*inLeft), *out, asInt(*outLeft));
-  if (made == kFailed) return kFailed;
+  if (made == kNotConverted) return kNotConverted;
   *in += *inLeft;
   *inLeft = 0;
   *out += made;

@@ -19,6 +19,7 @@ inline constexpr int kMaxCrlsOfChain = 5;  // CRLs crlFile0 to crlFile4 of each 
 inline constexpr char kLogLevel[] = "LOG.level";
 inline constexpr char kLogPath[] = "LOG.path";
 inline constexpr char kLogFile[] = "LOG.file";
+inline constexpr char kLogEncoding[] = "LOG.encoding";
 inline constexpr char kDigest[] = "PKCS7.digest";
 inline constexpr char kAddCert[] = "PKCS7.addCert";
 inline constexpr char kAddTimestamp[] = "PKCS7.addTimestamp";
@@ -35,8 +36,8 @@ inline constexpr char kCrlPath[] = "CRL.path";
 
 // kPlainKeys: the keys above, which exist once.
 inline constexpr const char* kPlainKeys[] = {
-    kLogLevel, kLogPath,     kLogFile,        kDigest,       kAddCert, kAddTimestamp, kAddPlainText, kPfxPath,
-    kPfxFile,  kPfxPassword, kPfxPasswordB64, kSignerFilter, kLicense, kAuthKey,      kChainPath,    kCrlPath};
+    kLogLevel, kLogPath,     kLogFile,        kLogEncoding,  kDigest,  kAddCert, kAddTimestamp, kAddPlainText, kPfxPath,
+    kPfxFile,  kPfxPassword, kPfxPasswordB64, kSignerFilter, kLicense, kAuthKey, kChainPath,    kCrlPath};
 
 // chainTitle: "P7B0" to "P7B9", with which the keys of one chain begin. REQUIRES: 0 <= chain < kMaxChains.
 [[nodiscard]] inline std::string chainTitle(int chain) { return "P7B" + std::to_string(chain); }

@@ -22,6 +22,9 @@ namespace zepasign {
 // trim: the text without blanks at its ends; an all-blank text becomes empty.
 [[nodiscard]] std::string_view trim(std::string_view text) noexcept;
 
+// isUtf8: whether the whole text is UTF-8 (RFC 3629: no overlong form, no surrogate). ASCII is.
+[[nodiscard]] bool isUtf8(std::string_view text) noexcept;
+
 // isEmpty: whether a C string from outside holds nothing: null or "".
 [[nodiscard]] inline bool isEmpty(const char* text) noexcept { return text == nullptr || *text == '\0'; }
 
@@ -30,9 +33,6 @@ void appendPadded(std::string& text, int number, int width);
 
 // dateText: the 14 digits YYYYMMDDhhmmss in which dates are logged and compared.
 [[nodiscard]] std::string dateText(int year, int month, int day, int hour, int minute, int second);
-
-// localDateText: the machine's present local time as dateText.
-[[nodiscard]] std::string localDateText();
 
 }  // namespace zepasign
 

@@ -5,7 +5,7 @@
 
 #include "base/big5.h"
 #include "base/clog.h"
-#include "base/text.h"
+#include "base/platform.h"
 #include "pki/cx509.h"
 
 namespace zepasign {
@@ -53,7 +53,7 @@ bool cCrlFileEntry::parseCrl() {
 // checkNextUpdate: compares the machine's local time, not UTC, with the UTC+8 date text.
 void cCrlFileEntry::checkNextUpdate() {
   constexpr std::size_t kDateLength = 14;
-  const std::string now = localDateText();
+  const std::string now = platform::localDateText();
   const std::string nextUpdate = asn1TimeToText(X509_CRL_get0_nextUpdate(crl_.get()));
   logDebugValue("CRL 下次發佈時間"_big5, nextUpdate);
   expired_ = !nextUpdate.empty() && std::strncmp(now.c_str(), nextUpdate.c_str(), kDateLength) > 0;

@@ -115,7 +115,7 @@ int cPkcs12::checkCertValid() const {
 }
 
 int cPkcs12::compareWithNow() const {
-  const std::string now = localDateText();
+  const std::string now = platform::localDateText();
   const cX509 certificate(certificate_.get());
   const std::string notBefore = certificate.getNotBefore();
   const std::string notAfter = certificate.getNotAfter();

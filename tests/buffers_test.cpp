@@ -48,6 +48,16 @@ TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
   }
 }
 
+TEST(Buffers, Base64DecodesWithinTheBoundThatItNames) {
+  for (const char letter : {'Q', '=', ' '}) {
+    for (std::size_t length = 0; length <= 12; ++length) {
+      std::vector<unsigned char> area(base64::decodedBound(length) + 4, 0xEE);
+      EXPECT_LE(base64::decode(std::string(length, letter), area.data()), base64::decodedBound(length));
+      EXPECT_EQ(std::vector(area.end() - 4, area.end()), std::vector<unsigned char>(4, 0xEE)) << length << letter;
+    }
+  }
+}
+
 TEST(Buffers, Base64IsReadLenientlyButNotFromOpenArmour) {
   const TempFolder folder;
   logInto(folder, "ERROR");

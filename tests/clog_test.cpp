@@ -28,7 +28,7 @@ TEST(Log, WritesPendingLinesFirstIntoTheFileOfTheDay) {
   EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x") && readLog(folder.path()).empty());
   const std::string direct = writeAll("");
   EXPECT_EQ(logOf(folder.path()), pending + "DEBUG end cFile::createFolder() return = true\n" + direct);
-  const std::string text = readFile(folder.path("x." + localDateText().substr(0, 8)));
+  const std::string text = readFile(folder.path("x." + platform::localDateText().substr(0, 8)));
   EXPECT_EQ(text.find(" (PID=" + std::to_string(platform::processId()) + ") "), 23U);
 }
 
@@ -44,6 +44,32 @@ TEST(Log, OnlyWhatNoFileTookGoesToTheStandardOutput) {
   const std::string output = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(output.find("  WARN pending"), output.rfind("  WARN pending"));
   EXPECT_TRUE(output.ends_with(big5("\n暫存的 LOG 已滿, 其後內容捨棄\n")));
+}
+
+TEST(Log, IsWrittenInUtf8WhenThatIsChosen) {
+  const TempFolder folder;
+  const std::string label = big5("檔名"), utf8 = "中平/\xF0\x9F\x94\x91",
+                    mixed = big5("簽章") + "\xFF\x80" + big5("許功蓋") + "\xA4";
+  const unsigned char bytes[] = {0xC3, 0xA6, '='};
+  cLog log;
+  const auto writeAll = [&] {
+    log.writeValue("INFO", label, mixed);
+    log.writeValue("INFO", label, utf8);
+    log.writeText("INFO", mixed);
+    log.writeHex("INFO", label, bytes, 3);
+  };
+  const std::string converted = "簽章\xFF\x80許功蓋\xA4",
+                    row = " 0x00000000 - c3 a6 3d" + std::string(39, ' ') + " : ..=";
+  const std::string all = "INFO 檔名 = " + converted + "\nINFO 檔名 = " + utf8 + "\nINFO " + converted +
+                          "\nINFO 檔名(len=3, 0x3) = \n" + row;
+  log.setEncoding("Big5");
+  writeAll();
+  log.setEncoding("utf-8");
+  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x"));
+  log.setEncoding("");  // too late
+  writeAll();
+  EXPECT_EQ(logOf(folder.path()),
+            all + std::string(13, ' ') + "\nDEBUG end cFile::createFolder() return = true\n" + all + "\n");
 }
 
 TEST(Log, Levels) {

@@ -1,6 +1,6 @@
 #include <ctime>
 
-#include "base/text.h"
+#include "base/platform.h"
 #include "pki/ccrlfileentry.h"
 #include "tests/support/command.h"
 #include "tests/support/signer_test.h"
@@ -56,7 +56,7 @@ TEST_F(SignPosix, LocalTimeDecidesWhatIsValidNow) {
     EXPECT_EQ(load(credential, {.identity = makeIdentity({.notAfter = fourHoursAgo})}), 0);
     EXPECT_EQ(credential.checkCertValid(), old) << zone;
     EXPECT_EQ(crl.loadCrl() && crl.isExpired(), old != 0) << zone;
-    const std::string logged = readFile(folder.path("app.log." + localDateText().substr(0, 8)));
+    const std::string logged = readFile(folder.path("app.log." + platform::localDateText().substr(0, 8)));
     char now[32] = "";
     const std::time_t seconds = std::time(nullptr);
     std::strftime(now, sizeof now, "%Y/%m/%d %H:", std::localtime(&seconds));

@@ -102,7 +102,7 @@ void ConfigCheck::examineLog() {
   const std::string file = properties_.value(keys::kLogFile);
   if (folder.empty()) return warn(keys::kLogPath, "missing, so no log file is written"_m);
   if (file.empty()) return warn(keys::kLogFile, "missing, so no log file is written"_m);
-  const std::string today = folder + platform::kFolderSeparator + file + "." + localDateText().substr(0, 8);
+  const std::string today = folder + platform::kFolderSeparator + file + "." + platform::localDateText().substr(0, 8);
   const bool isWanted = !equalsIgnoreCase(level.c_str(), "OFF");
   if (!isFolder(folder) || (isWanted && !platform::AppendFile(today.c_str()).isOpen())) {
     warn(keys::kLogPath, "{0} cannot be written, so no log file is written"_m, {toUtf8(isWanted ? today : folder)});

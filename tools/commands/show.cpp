@@ -32,10 +32,10 @@ Json describeWithPassword(PKCS12* pfx, const std::string& name) {
   return describePfx(pfx, password);
 }
 
-// logLine: the text is Big5; the value behind it is as the host passed it, often UTF-8.
+// logLine: the text is Big5, or UTF-8 with LOG.encoding; the value behind it is as the host passed it, often UTF-8.
 std::string logLine(const std::string& line) {
   const std::size_t value = std::min(line.find(" = "), line.size());
-  return fromBig5(line.substr(0, value)) + toUtf8(line.substr(value));
+  return toUtf8(line.substr(0, value)) + toUtf8(line.substr(value));
 }
 
 // describeLog: a daily log begins with a time stamp, 2026/01/31 08:15:00.123
