@@ -8,9 +8,9 @@
 #include <map>
 
 #include "base/base64.h"
+#include "bench/fixture.h"
 #include "bench/job.h"
 #include "bench/measure.h"
-#include "bench/stage.h"
 
 namespace zepasign::bench {
 namespace {
@@ -116,7 +116,7 @@ void addSigning(Samples& samples, const Row& row, const Implementation& implemen
 }
 
 void addBase64(Samples& samples) {
-  static const std::span<unsigned char> bytes = stage().content(kMiB);
+  static const std::span<unsigned char> bytes = fixture().content(kMiB);
   static std::vector<unsigned char> text(base64::encodedLength(kMiB) + 1);
   static std::vector<unsigned char> decoded(base64::decodedBound(text.size()));
   static char* const characters = reinterpret_cast<char*>(text.data());

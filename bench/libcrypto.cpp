@@ -5,14 +5,14 @@
 
 #include "api/ZEPASignDLL.h"
 #include "base/base64.h"
-#include "bench/stage.h"
+#include "bench/fixture.h"
 #include "demo/handles.h"
 
 namespace zepasign::bench {
 namespace {
 
+using demo::Certificate;
 using demo::must;
-using testing::Certificate;
 
 // encodeText: DER, then Base64, with libcrypto's own functions.
 template <class T>
@@ -42,9 +42,9 @@ BioPtr streamOf(const Input& input) { return BioPtr(must(BIO_new_mem_buf(input.d
 }  // namespace
 
 Sign baseline(const Job& job) {
-  return [job, key = stage().signer(job.key).key] {
+  return [job, key = fixture().signer(job.key).key] {
     const Input input(job);
-    const testing::Owned<EVP_MD_CTX_free, EVP_MD_CTX> context(EVP_MD_CTX_new());
+    const demo::Owned<EVP_MD_CTX_free, EVP_MD_CTX> context(EVP_MD_CTX_new());
     unsigned char signature[512];
     std::size_t length = sizeof signature;
     require(EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key.get()) == 1 &&
@@ -56,13 +56,13 @@ Sign baseline(const Job& job) {
 
 Sign zepasignExports(const Job& job) {
   // The first time with a log file: what the library logged before goes there and not to standard output.
-  static const bool loaded = ZEPASignInitial(stage().propertyFile({.logLevel = "INFO"}).c_str(), nullptr);
+  static const bool loaded = ZEPASignInitial(fixture().propertyFile({.logLevel = "INFO"}).c_str(), nullptr);
   require(loaded, "ZEPASignInitial");
-  require(ZEPASignInitial(stage().propertyFile(job).c_str(), nullptr), "ZEPASignInitial");
+  require(ZEPASignInitial(fixture().propertyFile(job).c_str(), nullptr), "ZEPASignInitial");
   if (job.fromFile) {
-    return [file = stage().contentFile(job.size)] { require(SignPkcs7File(file.c_str()) == 0, "SignPkcs7File"); };
+    return [file = fixture().contentFile(job.size)] { require(SignPkcs7File(file.c_str()) == 0, "SignPkcs7File"); };
   }
-  return [content = stage().content(job.size)] {
+  return [content = fixture().content(job.size)] {
     require(SignPkcs7Bin(content.data(), static_cast<int>(content.size())) == 0, "SignPkcs7Bin");
   };
 }
@@ -71,7 +71,7 @@ Sign libcryptoPkcs7(const Job& job) {
   int flags = PKCS7_BINARY | PKCS7_NOSMIMECAP;
   if (!job.embed) flags |= PKCS7_DETACHED;
   if (!job.attributes) flags |= PKCS7_NOATTR;
-  return [job, flags, chain = stage().chain(job), key = stage().signer(job.key).key] {
+  return [job, flags, chain = fixture().chain(job), key = fixture().signer(job.key).key] {
     const Input input(job);
     const Pkcs7Ptr pkcs7(must(
         PKCS7_sign(chain.front().get(), key.get(), authoritiesOf(chain).get(), streamOf(input).get(), flags), "PKCS7"));
@@ -83,9 +83,9 @@ Sign libcryptoCms(const Job& job) {
   unsigned flags = CMS_BINARY | CMS_NOSMIMECAP;
   if (!job.embed) flags |= CMS_DETACHED;
   if (!job.attributes) flags |= CMS_NOATTR;
-  return [job, flags, chain = stage().chain(job), key = stage().signer(job.key).key] {
+  return [job, flags, chain = fixture().chain(job), key = fixture().signer(job.key).key] {
     const Input input(job);
-    const testing::Owned<CMS_ContentInfo_free, CMS_ContentInfo> cms(must(
+    const demo::Owned<CMS_ContentInfo_free, CMS_ContentInfo> cms(must(
         CMS_sign(chain.front().get(), key.get(), authoritiesOf(chain).get(), streamOf(input).get(), flags), "CMS"));
     encodeText(cms.get(), i2d_CMS_ContentInfo);
   };

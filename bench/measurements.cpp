@@ -17,13 +17,11 @@
 #include <map>
 
 #include "api/ZEPASignDLL.h"
+#include "bench/fixture.h"
 #include "bench/job.h"
 #include "bench/measure.h"
-#include "bench/stage.h"
 #include "bench/start_files.h"
 #include "demo/handles.h"
-#include "tests/support/files.h"
-#include "tests/support/pki.h"
 
 namespace zepasign::bench {
 
@@ -106,7 +104,7 @@ double together(const Implementation& implementation) {
 
 void processes() {
   constexpr double kLimit = 1.9;
-  static_cast<void>(stage().signer(KeyKind::kRsa2048));  // before the children, who would each make their own
+  static_cast<void>(fixture().signer(KeyKind::kRsa2048));  // before the children, who would each make their own
   const double bare = together(kBaseline);
   const double own = together(kOwn);
   print(markdownRow("1 KiB, two processes on two cores: one process's work, times", formatted("at least %.2f", kLimit),
@@ -154,20 +152,12 @@ void loadWithLibcrypto(const std::string& pfxFile, const std::string& password) 
 }
 
 void start() {
-  const testing::TempFolder folder;
-  const testing::PfxPlan pfx{.identity = stage().signer(KeyKind::kRsa2048)};
-  const std::string pfxFile = folder.write("signer.pfx", testing::makePfx(pfx));
-  const std::string propertyFile =
-      folder.write("app.properties", testing::propertyText({{"LOG.level", "OFF"},
-                                                            {"LOG.path", folder.path()},
-                                                            {"LOG.file", "start.log"},
-                                                            {"PSWD.license", std::string(64, 'A')},
-                                                            {"PFX.path", folder.path()},
-                                                            {"PFX.file", "signer.pfx"},
-                                                            {"PFX.pswd", pfx.password}}));
+  demo::Fixture onePfx{};
+  onePfx.properties["LOG.level"] = "OFF";
   printStartRow(
       "Initialisation with one PFX; baseline: a context, its providers and PKCS12_parse", 1.1,
-      [&] { loadWithLibcrypto(pfxFile, pfx.password); }, propertyFile);
+      [&] { loadWithLibcrypto(onePfx.folder.path("signer.pfx"), onePfx.properties["PFX.pswd"]); },
+      onePfx.propertyFile());
   const StartFiles files;
   printStartRow(
       "Initialisation with 10 chains and 50 CRLs of 10,000 entries; baseline: libcrypto parsing them", 1.5,
@@ -195,7 +185,7 @@ std::size_t soakSize(int i) {
 }
 
 void signBytes(std::size_t size) {
-  require(SignPkcs7Bin(stage().content(kMiB).data(), static_cast<int>(size)) == 0, "SignPkcs7Bin");
+  require(SignPkcs7Bin(fixture().content(kMiB).data(), static_cast<int>(size)) == 0, "SignPkcs7Bin");
 }
 
 // keptBy: the bytes that stay allocated when the work is done.
@@ -216,7 +206,7 @@ void soak() {
   std::string resident;
   for (int turn = 0; turn < kTurns; ++turn) {
     if (turn == 1 || turn % 20 == 0) resident += residentText();
-    const std::string file = stage().propertyFile(soakJob(turn));
+    const std::string file = fixture().propertyFile(soakJob(turn));
     const double byStart = keptBy([&file] {
       require(ZEPASignInitial(file.c_str(), nullptr), "ZEPASignInitial");
       signBytes(1);

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/support/files.h"
+#include "demo/fixture.h"
 
 namespace zepasign::bench {
 
@@ -18,7 +18,7 @@ class StartFiles final {
   void parseWithLibcrypto() const;
 
  private:
-  testing::TempFolder folder_;
+  demo::Fixture files_{};
   std::string propertyFile_;
 };
 

@@ -83,6 +83,19 @@ Identity makeIdentity(const CertPlan& plan) {
   return self;
 }
 
+Pki makePki(const PkiPlan& plan) {
+  const auto make = [&plan](CertPlan certPlan, const std::string& commonName) {
+    certPlan.subject = {{"C", "TW"}, {"O", plan.organization}, {"CN", commonName}};
+    if (plan.change) plan.change(certPlan);
+    return makeIdentity(certPlan);
+  };
+  const Identity root = make(caPlan(""), plan.rootName);
+  const Identity ca = make(caPlan("", root), plan.caName);
+  CertPlan signer = signerPlan(ca);
+  if (plan.signerKey) signer.key = plan.signerKey;
+  return {root, ca, make(signer, plan.signerName)};
+}
+
 std::string subjectKeyIdOf(const Certificate& certificate) {
   char hex[128] = "";
   if (const ASN1_OCTET_STRING* id = X509_get0_subject_key_id(certificate.get())) {

@@ -61,6 +61,20 @@ struct CertPlan {
 
 [[nodiscard]] Identity makeIdentity(const CertPlan& plan);
 
+// Pki: a root, a CA below it, and a signer that the CA certified.
+struct Pki {
+  Identity root, ca, signer;
+};
+
+// PkiPlan: in what one PKI differs from another.
+struct PkiPlan {
+  std::string organization = "Zepa Test";  // of all three; the country is TW
+  std::string rootName = "Test Root", caName = "Test CA", signerName = "Test Signer";
+  Key signerKey = {};                   // null: rsaKey()
+  void (*change)(CertPlan&) = nullptr;  // called with each plan before its certificate is made
+};
+[[nodiscard]] Pki makePki(const PkiPlan& plan = {});
+
 // subjectKeyIdOf: upper-case hexadecimal, empty when the certificate has none.
 [[nodiscard]] std::string subjectKeyIdOf(const Certificate& certificate);
 

@@ -18,23 +18,27 @@ std::string timeIn(long seconds) {
   return reinterpret_cast<const char*>(ASN1_STRING_get0_data(time.get()));
 }
 
-Identity issue(CertPlan plan, const char* commonName, long seconds) {
-  plan.subject = {{"C", "TW"}, {"O", "zepasign demo"}, {"CN", commonName}};
+// asOfNow: a new key and serial, valid from now on: the signer for a year, the authorities for ten.
+void asOfNow(CertPlan& plan) {
   plan.key = newRsaKey();
   plan.serial = randomHex(7);
   plan.notBefore = timeIn(0);
-  plan.notAfter = timeIn(seconds);
-  return makeIdentity(plan);
+  plan.notAfter = timeIn(plan.basicConstraints.empty() ? kYear : 10 * kYear);
 }
 
 }  // namespace
 
 Kit makeKit() {
-  const Identity ca = issue(caPlan(""), "zepasign demo CA", 10 * kYear);
-  const Identity signer = issue(signerPlan(ca), "zepasign demo signer", kYear);
+  const auto [root, ca, signer] = makePki({.organization = "zepasign demo",
+                                           .rootName = "zepasign demo root",
+                                           .caName = "zepasign demo CA",
+                                           .signerName = "zepasign demo signer",
+                                           .change = asOfNow});
   return {makePfx({.identity = signer, .password = kPassword, .iterations = PKCS12_DEFAULT_ITER}),
-          makeP7b({ca.certificate}), makeCrl({.issuer = ca, .lastUpdate = timeIn(0), .nextUpdate = timeIn(kYear)}),
-          pemOf("CERTIFICATE", derOf(ca.certificate)), subjectKeyIdOf(ca.certificate)};
+          makeP7b({ca.certificate, root.certificate}),
+          makeCrl({.issuer = ca, .lastUpdate = timeIn(0), .nextUpdate = timeIn(kYear)}),
+          pemOf("CERTIFICATE", derOf(ca.certificate)) + pemOf("CERTIFICATE", derOf(root.certificate)),
+          subjectKeyIdOf(ca.certificate)};
 }
 
 std::string randomHex(std::size_t bytes) {

@@ -3,7 +3,7 @@
 #include "pki/ccrlfileentry.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const zepasign::testing::TempFolder folder;
+  static const zepasign::demo::TempFolder folder;
   folder.write("fuzz.crl", zepasign::fuzz::textOf(data, size));
   const zepasign::CryptoScope scope;
   zepasign::cCrlFileEntry entry("crlFile0", folder.path(), "fuzz.crl");

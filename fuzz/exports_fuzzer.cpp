@@ -1,43 +1,27 @@
-// The seventeen exports in any order, with any arguments, and with a property file that the input garbles.
+// The seventeen exports in any order, with any arguments, and with a property file that the input changes.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstring>
 #include <iterator>
 
 #include "api/ZEPASignDLL.h"
-#include "base/caescipher.h"
-#include "base/cchars.h"
 #include "base/charset.h"
 #include "demo/handles.h"
 #include "fuzz/fuzz_support.h"
 
 namespace {
 
+using zepasign::fuzz::fixture;
 using zepasign::fuzz::require;
-using zepasign::fuzz::stage;
 
 // encedPassword: what MakeZEPASignPasswd made last; initialisation takes it beside kLicense and kAuthKey.
-std::string encedPassword = "none yet";
+std::string encedPassword = zepasign::demo::kCallersPassword;
 const std::string kLicense(64, 'A');
-constexpr const char* kAuthKey = "payroll";
+using zepasign::demo::kAuthKey;
 
-// storedPassword: the PFX's password as PFX.pswdB64 holds it.
-std::string storedPassword() {
-  const std::vector<unsigned char> key(zepasign::cAesCipher::kKeySize, 0xAA);
-  const zepasign::testing::PfxPlan plan;
-  zepasign::cAesCipher cipher;
-  unsigned char area[64];
-  int length = sizeof area;
-  require(cipher.setKey(key.data(), key.data()) &&
-          cipher.encrypt(reinterpret_cast<const unsigned char*>(plan.password.data()),
-                         static_cast<int>(plan.password.size()), area, &length) == 0);
-  zepasign::cChars text;
-  require(text.base64Encode(area, length));
-  return text.data();
-}
-
-// setOne: one setting gets a value that leads elsewhere, or any text. Folders get no other, lest the disk be roamed.
-void setOne(FuzzedDataProvider& input, zepasign::testing::Properties& properties) {
+// setOne: one setting gets a value that leads elsewhere, or any text. Folders get no other, so that the fuzzer stays
+// within its own.
+void setOne(FuzzedDataProvider& input, zepasign::demo::Properties& properties) {
   static const std::pair<const char*, std::string> kSettings[] = {
       {"CRL.path", ""},
       {"P7B.path", ""},
@@ -45,13 +29,13 @@ void setOne(FuzzedDataProvider& input, zepasign::testing::Properties& properties
       {"LOG.level", "ERROR"},
       {"P7B0.SKI", "00"},
       {"P7B0.crlFile0", "chain.p7b"},
-      {"P7B0.crlFile1", "list.crl"},
-      {"P7B0.name", "list.crl"},
+      {"P7B0.crlFile1", "ca.crl"},
+      {"P7B0.name", "ca.crl"},
       {"P7B1.name", "chain.p7b"},
       {"PFX.file", "chained.pfx"},
-      {"PFX.file", "list.crl"},
+      {"PFX.file", "ca.crl"},
       {"PFX.pswd", ""},
-      {"PFX.pswdB64", storedPassword()},
+      {"PFX.pswdB64", zepasign::demo::kStoredPassword},
       {"PFX.signerFilter", "//S_CN=Test Signer,I_O=Zepa Test//"},
       {"PKCS7.addCert", "0"},
       {"PKCS7.addPlainText", "FALSE"},
@@ -66,10 +50,10 @@ void setOne(FuzzedDataProvider& input, zepasign::testing::Properties& properties
 }
 
 void initialise(FuzzedDataProvider& input) {
-  zepasign::testing::Properties properties = stage().properties();
+  zepasign::demo::Properties properties = fixture().properties;
   while (input.ConsumeBool()) setOne(input, properties);
-  const std::string file = stage().folder.write(
-      "fuzz.properties", zepasign::testing::propertyText(properties) + input.ConsumeRandomLengthString(60));
+  const std::string file = fixture().folder.write(
+      "fuzz.properties", zepasign::demo::propertyText(properties) + input.ConsumeRandomLengthString(60));
   const std::string password = input.ConsumeBool() ? encedPassword : input.ConsumeRandomLengthString(60);
   require(ZEPASignInitial(file.c_str(), password.c_str()) == (GetErrorCode() == 0));
 }
@@ -78,9 +62,9 @@ void makePassword(FuzzedDataProvider& input) {
   const std::string license = input.ConsumeBool() ? kLicense : input.ConsumeRandomLengthString(70);
   const std::string authKey = input.ConsumeBool() ? kAuthKey : input.ConsumeRandomLengthString(20);
   const std::string file =
-      stage().folder.write("passwd.properties", "PSWD.license=" + license + "\nPSWD.authKey=" + authKey + "\n");
+      fixture().folder.write("passwd.properties", "PSWD.license=" + license + "\nPSWD.authKey=" + authKey + "\n");
   const std::string password =
-      input.ConsumeBool() ? zepasign::testing::PfxPlan{}.password : input.ConsumeRandomLengthString(600);
+      input.ConsumeBool() ? zepasign::demo::PfxPlan{}.password : input.ConsumeRandomLengthString(600);
   std::string area(input.ConsumeIntegralInRange<std::size_t>(0, 1000), 'x');
   int size = static_cast<int>(area.size());
   if (MakeZEPASignPasswd(area.data(), &size, file.c_str(), password.c_str()) == 0) {
@@ -92,8 +76,10 @@ void makePassword(FuzzedDataProvider& input) {
 void checkSignature(const std::string& content) {
   using namespace zepasign;
   const X509StackPtr signers(sk_X509_new_null());
-  sk_X509_push(signers.get(), stage().signer.certificate.get());
-  const Pkcs7Ptr pkcs7(testing::decode<d2i_PKCS7>(testing::base64Decode(GetSignedPkcs7())));
+  sk_X509_push(signers.get(), fixture().signer.certificate.get());
+  cBytes der;
+  require(der.base64Decode(GetSignedPkcs7()));
+  const Pkcs7Ptr pkcs7(demo::decode<d2i_PKCS7>({der.data(), der.data() + der.length()}));
   const bool isDetached = PKCS7_get_detached(pkcs7.get()) != 0;
   const BioPtr in(isDetached ? BIO_new_mem_buf(content.data(), static_cast<int>(content.size())) : nullptr);
   const BioPtr out(BIO_new(BIO_s_mem()));
@@ -115,7 +101,7 @@ void sign(FuzzedDataProvider& input, int operation) {
   } else if (operation == 1) {
     code = SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
   } else {
-    code = SignPkcs7File(stage().folder.write("content", content).c_str());
+    code = SignPkcs7File(fixture().folder.write("content", content).c_str());
   }
   require(code == GetErrorCode() && (code == 0) == (GetSignedPkcs7() != nullptr));
   if (code == 0) checkSignature(content);
@@ -137,18 +123,19 @@ void query(FuzzedDataProvider& input) {
 class Log final {
  public:
   Log() {
-    const std::string file = stage().folder.write("log.properties", "LOG.path=" + folder_.path() + "\nLOG.file=log\n");
+    const std::string file =
+        fixture().folder.write("log.properties", "LOG.path=" + folder_.path() + "\nLOG.file=log\n");
     require(!ZEPASignInitial(file.c_str(), nullptr));
   }
   void keepShort() const {
     for (const auto& file : std::filesystem::directory_iterator(folder_.path())) {
-      if (file.file_size() > kMostBytes) std::filesystem::remove(file);
+      if (file.file_size() > kMaxBytes) std::filesystem::remove(file);
     }
   }
 
  private:
-  static constexpr std::uintmax_t kMostBytes = 1 << 20;
-  zepasign::testing::TempFolder folder_;
+  static constexpr std::uintmax_t kMaxBytes = 1 << 20;
+  zepasign::demo::TempFolder folder_;
 };
 
 }  // namespace

@@ -7,7 +7,7 @@ namespace {
 
 // loadCredential: the signer is reached through a file alone.
 int loadCredential(zepasign::cPkcs12& credential) {
-  using namespace zepasign::testing;
+  using namespace zepasign::demo;
   const TempFolder folder;
   CertPlan plan = caPlan("A/CN=Chen/O=C");
   plan.subject.insert(plan.subject.begin(),

@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/support/files.h"
-#include "tests/support/pki.h"
+#include "demo/fixture.h"
 
 namespace zepasign::fuzz {
 
@@ -15,20 +14,11 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// Stage: a signer's PFX (password "pfx-password") without and with the CA, its chain and a CRL in a folder of its own,
-// made once per process.
-struct Stage {
-  testing::TempFolder folder = {};
-  testing::Identity root;
-  testing::Identity signer;
+// fixture: the files and properties with which initialisation succeeds and is silent, made once per process. Beside
+// "signer.pfx" its folder holds "chained.pfx", which has the CA's certificate too.
+[[nodiscard]] const demo::Fixture& fixture();
 
-  Stage();
-  // properties: with which initialisation succeeds and is silent.
-  [[nodiscard]] testing::Properties properties() const;
-};
-[[nodiscard]] const Stage& stage();
-
-// require: ends the fuzzer with a report when a promise does not hold.
+// require: ends the fuzzer with a report when something that must hold does not.
 inline void require(bool holds) {
   if (!holds) __builtin_trap();
 }

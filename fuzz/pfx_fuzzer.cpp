@@ -25,7 +25,7 @@ void sign(const zepasign::cPkcs12& credential) {
 }
 
 void load(const std::string& pfx) {
-  static const zepasign::testing::TempFolder folder;
+  static const zepasign::demo::TempFolder folder;
   folder.write("fuzz.pfx", pfx);
   const zepasign::CryptoScope scope;
   zepasign::cPkcs12 credential;

@@ -11,25 +11,23 @@ using namespace zepasign;
 void writeSeeds(const std::filesystem::path& corpus) {
   const auto write = [&corpus](const char* fuzzer, const char* name, const std::string& bytes) {
     std::filesystem::create_directories(corpus / fuzzer);
-    testing::writeFile(corpus / fuzzer / name, bytes);
+    demo::writeFile(corpus / fuzzer / name, bytes);
   };
-  const testing::Identity& root = fuzz::stage().root;
-  const testing::Identity& signer = fuzz::stage().signer;
-  testing::CertPlan withEverything = testing::signerPlan(root);
+  const auto& [root, ca, signer] = static_cast<const demo::Pki&>(fuzz::fixture());
+  demo::CertPlan withEverything = demo::signerPlan(ca);
   withEverything.crlUris = {"http://crl.example/a", "ldap://crl.example/b"};
   withEverything.notBefore = "700101000000Z";
-  write("certificate", "root", testing::derOf(root.certificate));
-  write("certificate", "signer", testing::derOf(testing::makeIdentity(withEverything).certificate));
-  write("pfx", "modern", testing::makePfx({.identity = signer}));
-  write("pfx", "legacy", testing::makePfx({.identity = signer, .form = testing::PfxForm::legacy}));
+  write("certificate", "root", demo::derOf(root.certificate));
+  write("certificate", "signer", demo::derOf(demo::makeIdentity(withEverything).certificate));
+  write("pfx", "modern", demo::makePfx({.identity = signer}));
+  write("pfx", "legacy", demo::makePfx({.identity = signer, .form = demo::PfxForm::legacy}));
   write("pfx", "unencrypted",
-        testing::makePfx(
-            {.identity = signer, .caCertificates = {root.certificate}, .form = testing::PfxForm::unencrypted}));
-  write("chain", "root", testing::makeP7b({root.certificate}));
-  write("chain", "root-and-signer", testing::makeP7b({root.certificate, signer.certificate}));
-  write("crl", "current", testing::makeCrl({.issuer = root, .serials = {"01", "02", "02"}}));
-  write("crl", "expired", testing::makeCrl({.issuer = root, .nextUpdate = "210101000000Z"}));
-  write("crl", "open-ended", testing::makeCrl({.issuer = root, .nextUpdate = ""}));
+        demo::makePfx({.identity = signer, .caCertificates = {ca.certificate}, .form = demo::PfxForm::unencrypted}));
+  write("chain", "root", demo::makeP7b({root.certificate}));
+  write("chain", "root-and-ca", demo::makeP7b({root.certificate, ca.certificate}));
+  write("crl", "current", demo::makeCrl({.issuer = ca, .serials = {"01", "02", "02"}}));
+  write("crl", "expired", demo::makeCrl({.issuer = ca, .nextUpdate = "210101000000Z"}));
+  write("crl", "open-ended", demo::makeCrl({.issuer = ca, .nextUpdate = ""}));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 namespace zepasign::testing {
 
-// Chain: loads the files of the stage's folder into a list of its own.
+// Chain: loads the files of the fixture's folder into a list of its own.
 class Chain : public SignerTest {
  protected:
   // loads: expects the result, whether a chain is filed then, and the lines of a level.
@@ -40,7 +40,7 @@ class Chain : public SignerTest {
   static std::string keyOf(const Identity& identity) { return subjectKeyIdOf(identity.certificate); }
 
   std::unique_ptr<cCertChainList> list = {};
-  const Identity root = stage.root, ca = stage.ca;
+  const Identity root = fixture.root, ca = fixture.ca;
   const std::string key = keyOf(ca);
 };
 
@@ -65,7 +65,7 @@ TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
   climbs(p7b({old}), {old});
   climbs(p7b({ca, renewed, root}), {renewed, root});
   climbs(p7b({crossed.issuer, cross, root, ca}), {cross, crossed.issuer});
-  climbs(makeP7b({stage.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
+  climbs(makeP7b({fixture.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
          "不在同一個憑證鏈!\n");
   climbs(p7b({here.issuer, first, second}), {first, second});
   folder.write("Chain.P7b", p7b({root, ca}));
@@ -107,7 +107,7 @@ TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
 TEST_F(Chain, LogsEveryCertificateEveryCrlAndWhatItClimbs) {
   const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
   folder.write("chain.p7b", p7b({root, leaf, ca}));
-  folder.write("ca.crl", makeCrl({.issuer = stage.signer, .serials = {"0A", "0B", "0A"}}));
+  folder.write("ca.crl", makeCrl({.issuer = fixture.signer, .serials = {"0A", "0B", "0A"}}));
   const auto dump = [](const Identity& own, const Identity& issuer, const char* kind, const char* usage) {
     const cX509 x(own.certificate.get());
     char text[1000];

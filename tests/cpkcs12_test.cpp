@@ -5,7 +5,7 @@ namespace zepasign::testing {
 using Pkcs12 = SignerTest;
 
 TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
-  const std::string good = makePfx({.identity = stage.signer}), there = folder.path();
+  const std::string good = makePfx({.identity = fixture.signer}), there = folder.path();
   std::string damaged = good;
   damaged[good.size() / 2] ^= 1;
   const auto fails = [&](const char* path, const char* file, const char* word, int code, const std::string& error) {
@@ -20,10 +20,10 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   refuses(good.substr(0, good.size() - 1), 1102);
   refuses(pemOf("PKCS12", good), 1102);
   refuses(damaged, 5208);
-  refuses(makePfx({.identity = stage.signer, .form = PfxForm::withoutMac}), 5208);
-  refuses(makePfx({.identity = {nullptr, stage.signer.certificate}}), 5208);
-  refuses(makePfx({.identity = {stage.signer.key, nullptr}}), 5208);
-  refuses(makePfx({.identity = stage.signer, .password = "other"}), 5208);
+  refuses(makePfx({.identity = fixture.signer, .form = PfxForm::withoutMac}), 5208);
+  refuses(makePfx({.identity = {nullptr, fixture.signer.certificate}}), 5208);
+  refuses(makePfx({.identity = {fixture.signer.key, nullptr}}), 5208);
+  refuses(makePfx({.identity = fixture.signer, .password = "other"}), 5208);
   fails(nullptr, nullptr, nullptr, 5005, "參數 filePath 內容為 NULL\n");
   fails("", "", "", 5005, "參數 filePath 長度為 0\n");
   fails("none", nullptr, nullptr, 5005, "參數 fileName 內容為 NULL\n");
@@ -34,10 +34,10 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
 }
 
 TEST_F(Pkcs12, OldAndNewFormsLoadWithAndWithoutCaCertificates) {
-  const Identity signer = makeIdentity({.issuer = stage.ca});  // an EC key does, too
+  const Identity signer = makeIdentity({.issuer = fixture.ca});  // an EC key does, too
   cPkcs12 credential;
   for (const auto& [form, cas] : {std::pair{PfxForm::modern, 0U}, {PfxForm::legacy, 1U}, {PfxForm::modern, 2U}}) {
-    const std::vector<Certificate> list(cas, stage.ca.certificate);
+    const std::vector<Certificate> list(cas, fixture.ca.certificate);
     ASSERT_EQ(load(credential, {.identity = signer, .caCertificates = list, .form = form}), 0);
     EXPECT_EQ(X509_cmp(credential.certificate(), signer.certificate.get()), 0);
     EXPECT_EQ(EVP_PKEY_eq(credential.privateKey(), signer.key.get()), 1);

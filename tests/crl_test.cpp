@@ -6,7 +6,7 @@ namespace zepasign::testing {
 using Crl = SignerTest;
 
 TEST_F(Crl, EachFileIsFiledAndJudged) {
-  const std::string sound = makeCrl({.issuer = stage.ca});
+  const std::string sound = makeCrl({.issuer = fixture.ca});
   cCrlList list(folder.path() + "/");
   const auto adds = [&](const char* name, const std::string& content, bool parsed, bool expired,
                         const char* error = "") {
@@ -17,8 +17,8 @@ TEST_F(Crl, EachFileIsFiledAndJudged) {
     EXPECT_EQ(entry.isExpired(), expired) << error;
   };
   adds("sound", sound, true, false);
-  adds("endless", makeCrl({.issuer = stage.ca, .nextUpdate = ""}), true, false);
-  adds("late", makeCrl({.issuer = stage.ca, .nextUpdate = "20210101000000Z"}), true, true,
+  adds("endless", makeCrl({.issuer = fixture.ca, .nextUpdate = ""}), true, false);
+  adds("late", makeCrl({.issuer = fixture.ca, .nextUpdate = "20210101000000Z"}), true, true,
        "驗 CRL 效期 : CRL 已過期\n");
   adds("armoured", pemOf("X509 CRL", sound), false, false,
        "解析 crl 失敗, OpenSSL 錯誤訊息 = error:068000A8:asn1 encoding routines::wrong tag\n");

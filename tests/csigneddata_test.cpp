@@ -27,13 +27,13 @@ static std::string reference(const cSignedData::Options& options, const std::str
 using SignedData = SignerTest;
 
 TEST_F(SignedData, EqualsByteForByteWhatLibcryptoStreams) {
-  X509* const own = stage.signer.certificate.get();
+  X509* const own = fixture.signer.certificate.get();
   cSignedData signedData;  // one for all: what it keeps from one signature must not enter the next
   for (unsigned choice = 0; choice < 16; ++choice) {
-    const auto chain = (choice & 2U) != 0 ? std::vector{own, stage.ca.certificate.get()} : std::vector<X509*>();
+    const auto chain = (choice & 2U) != 0 ? std::vector{own, fixture.ca.certificate.get()} : std::vector<X509*>();
     const EVP_MD* digest = (choice & 1U) != 0 ? EVP_sha256() : EVP_sha1();
     const bool attributes = (choice & 4U) != 0, embedded = (choice & 8U) != 0;
-    const cSignedData::Options options{digest, own, stage.signer.key.get(), chain, attributes, embedded};
+    const cSignedData::Options options{digest, own, fixture.signer.key.get(), chain, attributes, embedded};
     ASSERT_EQ(signedData.prepare(options), 0);
     for (const std::size_t size : {1U, 127U, 128U, 255U, 256U, 65535U, 65536U, 1U}) {
       const std::string content(size, '\n');
@@ -46,11 +46,11 @@ TEST_F(SignedData, EqualsByteForByteWhatLibcryptoStreams) {
 }
 
 TEST_F(SignedData, WhatCannotBeSignedIsRefused) {
-  X509* const own = stage.signer.certificate.get();
+  X509* const own = fixture.signer.certificate.get();
   cSignedData signedData;
   EXPECT_EQ(signedData.prepare({EVP_sha256(), own, nullptr, {}, false, true}), 5061);
-  EXPECT_EQ(signedData.prepare({EVP_sha256(), nullptr, stage.signer.key.get(), {}, false, true}), 5061);
-  ASSERT_EQ(signedData.prepare({EVP_sha256(), own, stage.signer.key.get(), {}, false, true}), 0);
+  EXPECT_EQ(signedData.prepare({EVP_sha256(), nullptr, fixture.signer.key.get(), {}, false, true}), 5061);
+  ASSERT_EQ(signedData.prepare({EVP_sha256(), own, fixture.signer.key.get(), {}, false, true}), 0);
   const unsigned char first = 0;  // nothing behind it may be touched
   EXPECT_EQ(signedData.sign({&first, 1610612700}), 5002) << "with the rest its text passes the 32-bit length";
   EXPECT_EQ(signedData.sign({&first, 1}), 0);
@@ -62,7 +62,7 @@ TEST_F(SignedData, AKeyTooSmallForTheDigestIsRefused) {
       "FbHqSQIJAPCUD2vwlA8dAgg1VVVVVVVVSQ==")));
   cSignedData signedData;
   for (const bool attributes : {false, true}) {
-    ASSERT_EQ(signedData.prepare({EVP_sha256(), stage.signer.certificate.get(), key.get(), {}, attributes, true}), 0);
+    ASSERT_EQ(signedData.prepare({EVP_sha256(), fixture.signer.certificate.get(), key.get(), {}, attributes, true}), 0);
     const unsigned char content = 0;
     EXPECT_EQ(signedData.sign({&content, 1}), 5061);
   }

@@ -90,19 +90,19 @@ class Failures : public HostProcess {
   };
 
   void SetUp() override {
-    prepare([this](SignerStage& stage) {
-      folder_.write("chain.p7b", makeP7b({stage.root.certificate, stage.ca.certificate}));
+    prepare([this](Fixture& fixture) {
+      folder_.write("chain.p7b", makeP7b({fixture.root.certificate, fixture.ca.certificate}));
       const Certificate other = makeIdentity(caPlan("Other Root")).certificate;
       folder_.write("other.p7b", makeP7b({other}));
-      folder_.write("ca.crl", makeCrl({.issuer = stage.ca, .serials = {"1", "2"}}));
-      for (const char* path : {"P7B.path", "CRL.path"}) stage.properties[path] = folder_.path();
-      stage.properties["P7B0.name"] = "chain.p7b";
-      stage.properties["P7B0.SKI"] = subjectKeyIdOf(stage.ca.certificate);
-      stage.properties["P7B0.crlFile0"] = "ca.crl";
-      stage.properties["P7B1.name"] = "other.p7b";
-      stage.properties["P7B1.SKI"] = subjectKeyIdOf(other);
-      stage.properties["LOG.path"] = folder_.path("a/b");
-      stage.properties["PKCS7.addCert"] = "2";
+      folder_.write("ca.crl", makeCrl({.issuer = fixture.ca, .serials = {"1", "2"}}));
+      for (const char* path : {"P7B.path", "CRL.path"}) fixture.properties[path] = folder_.path();
+      fixture.properties["P7B0.name"] = "chain.p7b";
+      fixture.properties["P7B0.SKI"] = subjectKeyIdOf(fixture.ca.certificate);
+      fixture.properties["P7B0.crlFile0"] = "ca.crl";
+      fixture.properties["P7B1.name"] = "other.p7b";
+      fixture.properties["P7B1.SKI"] = subjectKeyIdOf(other);
+      fixture.properties["LOG.path"] = folder_.path("a/b");
+      fixture.properties["PKCS7.addCert"] = "2";
     });
     std::filesystem::remove_all(folder_.path("a"));
     seen_ = static_cast<Outcome*>(mmap(nullptr, sizeof *seen_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0));

@@ -4,19 +4,14 @@ namespace zepasign::testing {
 
 using Initial = SignerTest;
 
-// The password as the openssl command encrypts it: -aes-256-cbc, the key 32 times 0xAA, the vector the SHA-256 of
-// "auth" or, in the stored form, the key.
-constexpr const char* kCallers = "uU6LS/1UEKdF1HILDZifew==";
-constexpr const char* kStored = "Wlapc7Zr+9BjfkfFXz8jKw==";
-
 TEST_F(Initial, EachFailureHasItsCodeAndItsLinesAndKeepsTheCredential) {
-  addChain();
+  fixture.addChain();
   ASSERT_TRUE(initialise());
-  const Properties sound = stage.properties;
+  const Properties sound = fixture.properties;
   const std::string key = sound.at("PSWD.license"), odd(63, 'A'), tooLong(700, 'A');
   const auto fails = [&](const Properties& changes, const char* passwd, int code, const std::string& errors) {
-    stage.properties = changes;  // an empty value counts as a missing one
-    stage.properties.insert(sound.begin(), sound.end());
+    fixture.properties = changes;  // an empty value counts as a missing one
+    fixture.properties.insert(sound.begin(), sound.end());
     EXPECT_FALSE(initialise(passwd));
     gives(GetErrorCode(), code, errors);
     EXPECT_EQ(sign("x"), 0);
@@ -25,23 +20,23 @@ TEST_F(Initial, EachFailureHasItsCodeAndItsLinesAndKeepsTheCredential) {
     fails({{"PSWD.authKey", "auth"}, {"PSWD.license", license}}, passwd, code, error);
   };
   const auto storedFails = [&](const std::string& license, const std::string& stored, const std::string& error) {
-    fails({{"PFX.pswd", ""}, {"PFX.pswdB64", stored}, {"PSWD.license", license}}, kCallers, 5005, error);
+    fails({{"PFX.pswd", ""}, {"PFX.pswdB64", stored}, {"PSWD.license", license}}, kCallersPassword, 5005, error);
   };
   fails({{"a", tooLong}}, nullptr, 1202,
-        "cProperty::parse() 行長度超過 511 字元, 行號 = 0x0000000E(14)\nproperty 檔讀取失敗\n");
+        "cProperty::parse() 行長度超過 511 字元, 行號 = 0x00000010(16)\nproperty 檔讀取失敗\n");
   fails({{"PKCS7.addCert", "abc"}}, nullptr, 5005, "invalid stoi argument\n");
   fails({{"PKCS7.addCert", "2147483648"}}, nullptr, 5005, "stoi argument out of range\n");
   fails({{"PSWD.license", ""}}, nullptr, 5005, "找不到 PSWD.license\n");
   callersFails(key, nullptr, 5005, "參數 encedPfxPasswd 內容錯誤!\n");
   callersFails(key, "", 5005, "參數 encedPfxPasswd 內容錯誤!\n");
   callersFails(key, "\n", 5005, "encedPfxPasswd 內容解碼(Base64)失敗\n");
-  callersFails(odd, kCallers, 5208, "encedPfxPasswd 內容解密失敗\n");
-  callersFails("AAAA", kCallers, 5208, "encedPfxPasswd 內容解密失敗\n");
+  callersFails(odd, kCallersPassword, 5208, "encedPfxPasswd 內容解密失敗\n");
+  callersFails("AAAA", kCallersPassword, 5208, "encedPfxPasswd 內容解密失敗\n");
   callersFails(key, "AAAA", 5005, "encedPfxPasswd 內容解密失敗\n");
   callersFails(key, tooLong.c_str(), 5005, "encedPfxPasswd 內容解密失敗\n");
   storedFails(key, "", "找不到 PFX.pswdB64\n");
   storedFails(key, "-----", "cBytes::base64Decode() ----- BEGIN 不對稱\nPFX.pswdB64 內容解碼失敗\n");
-  storedFails(odd, kStored, "PFX.pswdB64 內容解密, 初始化失敗\n");
+  storedFails(odd, kStoredPassword, "PFX.pswdB64 內容解密, 初始化失敗\n");
   storedFails(key, "AAAA", "PFX.pswdB64 內容解密\n");
   fails({{"PFX.pswd", "wrong"}}, nullptr, 5208, "讀取 pfx 檔失敗, 密碼錯誤\n");
   fails({{"PFX.path", ""}}, nullptr, 5005, "參數 filePath 長度為 0\n讀取 pfx 檔失敗, 密碼錯誤\n");
@@ -50,50 +45,51 @@ TEST_F(Initial, EachFailureHasItsCodeAndItsLinesAndKeepsTheCredential) {
 }
 
 TEST_F(Initial, LogsItsStepsAndTheThreePasswordFormsButNoPassword) {
-  stage.properties["PFX.pswdB64"] = "AAAA";
+  fixture.properties["PFX.pswdB64"] = "AAAA";
   EXPECT_TRUE(initialise("AAAA"));
   EXPECT_EQ(taken("WARN "), "");
-  stage.properties["PFX.pswdB64"] = kStored;
-  stage.properties["PFX.pswd"] = "";
+  fixture.properties["PFX.pswdB64"] = kStoredPassword;
+  fixture.properties["PFX.pswd"] = "";
   EXPECT_TRUE(initialise("AAAA"));
   EXPECT_EQ(taken("WARN "), big5("找不到 PFX.pswd 續找 PFX.pswdB64\n"));
-  stage.properties["PSWD.authKey"] = "auth";
-  stage.properties["PFX.pswd"] = "wrong";
-  EXPECT_TRUE(initialise(kCallers));
+  fixture.properties["PSWD.authKey"] = "auth";
+  fixture.properties["PFX.pswd"] = "wrong";
+  EXPECT_TRUE(initialise(kCallersPassword));
   EXPECT_EQ(taken("INFO "), big5("\n重設 LOG Level = DEBUG\nbegin cCertChainList::loadCertChainFiles()\n"
                                  "end cCertChainList::loadCertChainFiles() = false\nend ZEPASign::ZEPASign()\n"));
-  EXPECT_TRUE(initialise(kCallers));
+  EXPECT_TRUE(initialise(kCallersPassword));
   const std::string log = taken();
-  for (const char* secret : {"pfx-password", "= wrong", kStored, kCallers, "= auth", "AAAAAAAA"}) {
+  for (const char* secret : {"pfx-password", "= wrong", kStoredPassword, kCallersPassword, "= auth", "AAAAAAAA"}) {
     EXPECT_EQ(log.find(secret), std::string::npos) << secret;
   }
 }
 
 TEST_F(Initial, OverwritesWhatItReadsAndLoadsChainsOnce) {
-  const Properties sound = stage.properties;
+  const Properties sound = fixture.properties;
   const auto facts = [] { return sign("x") == 0 ? factsOf(signature()) : SignatureFacts{"none"}; };
-  stage.properties = {{"PFX.signerFilter", "//S_CN=Nobody//"}, {"PKCS7.digest", "SHA1"}};
-  stage.properties.insert(sound.begin(), sound.end());
+  fixture.properties = {{"PFX.signerFilter", "//S_CN=Nobody//"}, {"PKCS7.digest", "SHA1"}};
+  fixture.properties.insert(sound.begin(), sound.end());
   ASSERT_TRUE(initialise());
   EXPECT_EQ(sign("x"), 5010);
   for (const char* key : {"PFX.signerFilter", "PKCS7.digest", "PKCS7.addCert", "PKCS7.addPlainText"}) {
-    stage.properties.erase(key);
+    fixture.properties.erase(key);
   }
   ASSERT_TRUE(initialise());
   EXPECT_EQ(sign("x"), 5010) << "a missing filter keeps the earlier one";
-  stage.properties["PFX.signerFilter"] = "//S_CN=Test Signer//";
+  fixture.properties["PFX.signerFilter"] = "//S_CN=Test Signer//";
   ASSERT_TRUE(initialise());
   EXPECT_EQ(facts().digest, "SHA1") << "a missing digest keeps the earlier one";
   EXPECT_TRUE(facts().certificates.empty() && facts().detached && facts().attributes.empty());
-  stage.properties = {{"PKCS7.addTimestamp", "true"}, {"PKCS7.addCert", "2"}, {"PFX.pswd", "wrong"}};
-  stage.properties.insert(sound.begin(), sound.end());
+  fixture.properties = {{"PKCS7.addTimestamp", "true"}, {"PKCS7.addCert", "2"}, {"PFX.pswd", "wrong"}};
+  fixture.properties.insert(sound.begin(), sound.end());
   ASSERT_FALSE(initialise());
   EXPECT_TRUE(facts().digest == "SHA256" && !facts().detached && facts().attributes.size() == 3) << "what it had read";
-  EXPECT_EQ(facts().certificates, Lines({derOf(stage.signer.certificate)})) << "but the credential is the earlier one";
-  stage.properties["PFX.pswd"] = sound.at("PFX.pswd");
-  addChain();
+  EXPECT_EQ(facts().certificates, Lines({derOf(fixture.signer.certificate)}))
+      << "but the credential is the earlier one";
+  fixture.properties["PFX.pswd"] = sound.at("PFX.pswd");
+  fixture.addChain();
   for (const std::string& path : {folder.path(), std::string()}) {
-    stage.properties["P7B.path"] = path;
+    fixture.properties["P7B.path"] = path;
     ASSERT_TRUE(initialise());
     EXPECT_EQ(facts().certificates.size(), 3U);
     EXPECT_EQ(taken("INFO begin cCertChainList").empty(), path.empty()) << "once there is a chain, none is loaded";

@@ -5,7 +5,7 @@
 #include <future>
 #include <thread>
 
-#include "tests/support/signer_stage.h"
+#include "tests/support/pki.h"
 
 namespace zepasign {
 namespace {
@@ -42,12 +42,12 @@ class Library final {
 };
 
 TEST(LibraryWindows, LoadsSignsAndUnloadsAgainAndAgain) {
-  const testing::SignerStage stage;
+  const testing::Fixture fixture;
   std::string before;
   for (int i = 0; i < 3; ++i) {
     const Library library;
     EXPECT_EQ(library.sign(), "5010") << "the signer is not as new";
-    EXPECT_TRUE(library.initialise(stage.propertyFile()));
+    EXPECT_TRUE(library.initialise(fixture.propertyFile()));
     const std::string signature = library.sign();
     EXPECT_GT(signature.size(), 1000U) << signature;
     EXPECT_TRUE(before.empty() || signature == before);
@@ -56,13 +56,13 @@ TEST(LibraryWindows, LoadsSignsAndUnloadsAgainAndAgain) {
 }
 
 TEST(LibraryWindows, OutlivesAndIsOutlivedByItsCallersThreads) {
-  const testing::SignerStage stage;
+  const testing::Fixture fixture;
   std::promise<void> unloaded;
   std::future<std::string> signature;
   std::thread longLived;
   {
     const Library library;
-    EXPECT_TRUE(library.initialise(stage.propertyFile()));
+    EXPECT_TRUE(library.initialise(fixture.propertyFile()));
     std::thread([&] { EXPECT_GT(library.sign().size(), 1000U); }).join();
     std::promise<std::string> made;
     signature = made.get_future();

@@ -17,14 +17,15 @@ using OpensslIsolation = SignerTest;
 
 // The host's default context can do nothing at all, so every call must find its algorithms in the library's own.
 TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
-  folder.write("signer.pfx", makePfx({.identity = stage.signer, .form = PfxForm::legacy}));
-  addChain();
+  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .form = PfxForm::legacy}));
+  fixture.addChain();
   CertPlan bare = caPlan("Bare");
   bare.subjectKeyId = bare.authorityKeyId = "";  // what is missing must not be taken for what found no memory
-  folder.write("chain.p7b", makeP7b({stage.root.certificate, stage.ca.certificate, makeIdentity(bare).certificate}));
-  stage.properties["PKCS7.addTimestamp"] = "TRUE";
-  const std::string good = stage.propertyFile(), content = folder.write("content", "x");
-  Properties changed = stage.properties;
+  folder.write("chain.p7b",
+               makeP7b({fixture.root.certificate, fixture.ca.certificate, makeIdentity(bare).certificate}));
+  fixture.properties["PKCS7.addTimestamp"] = "TRUE";
+  const std::string good = fixture.propertyFile(), content = folder.write("content", "x");
+  Properties changed = fixture.properties;
   changed["PFX.pswd"] = "wrong";
   const std::string wrong = folder.write("wrong", propertyText(changed));
   changed["PSWD.authKey"] = "auth";

@@ -35,12 +35,12 @@ TEST_F(PfxPassword, FillsTheAreaThatItIsGivenOrTellsWhyNot) {
 
 TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
   const std::string password(511, 'p');
-  folder.write("signer.pfx", makePfx({.identity = stage.signer, .password = password}));
-  stage.properties["PSWD.authKey"] = "auth";
+  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
+  fixture.properties["PSWD.authKey"] = "auth";
   int length = 0;
-  EXPECT_EQ(MakeZEPASignPasswd(nullptr, &length, stage.propertyFile().c_str(), password.c_str()), 0);
+  EXPECT_EQ(MakeZEPASignPasswd(nullptr, &length, fixture.propertyFile().c_str(), password.c_str()), 0);
   std::string text(static_cast<std::size_t>(length), '#');
-  EXPECT_EQ(MakeZEPASignPasswd(text.data(), &length, stage.propertyFile().c_str(), password.c_str()), 0);
+  EXPECT_EQ(MakeZEPASignPasswd(text.data(), &length, fixture.propertyFile().c_str(), password.c_str()), 0);
   EXPECT_TRUE(initialise(text.c_str()));
 }
 

@@ -5,11 +5,11 @@ namespace zepasign::testing {
 using Queries = SignerTest;
 
 TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
-  CertPlan plan = signerPlan(stage.ca);
+  CertPlan plan = signerPlan(fixture.ca);
   plan.serial = "0A1B2C";
   plan.notBefore = "200229235959Z";
-  const std::string der = derOf((stage.signer = makeIdentity(plan)).certificate);
-  folder.write("signer.pfx", makePfx({.identity = stage.signer}));
+  const std::string der = derOf((fixture.signer = makeIdentity(plan)).certificate);
+  folder.write("signer.pfx", makePfx({.identity = fixture.signer}));
   const auto answers = [] {
     Lines texts;
     for (auto* query : {GetSignerCertSubject, GetSignerCertIssuer, GetSignerCertNotBefore, GetSignerCertNotAfter,

@@ -53,12 +53,12 @@ std::string placesOf(const std::string& masked) {
 using Secrets = HostProcess;
 
 TEST_F(Secrets, AreGoneAfterInitialisation) {
-  prepare([&](SignerStage& stage) {
+  prepare([&](Fixture& fixture) {
     const std::string password = kPassword.readable(), license = kLicense.readable();
-    folder_.write("signer.pfx", makePfx({.identity = stage.signer, .password = password}));
-    stage.properties["PSWD.license"] = license;
-    stage.properties["PFX.pswd"] = password;
-    Properties others = stage.properties;
+    folder_.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
+    fixture.properties["PSWD.license"] = license;
+    fixture.properties["PFX.pswd"] = password;
+    Properties others = fixture.properties;
     others["PSWD.authKey"] = kAuthKey.readable();
     others.erase("PFX.pswd");
     const std::string callers = folder_.write("callers", propertyText(others));

@@ -10,26 +10,26 @@ namespace zepasign::testing {
 using SignPosix = SignerTest;
 
 TEST_F(SignPosix, TheOpensslCommandVerifiesEveryChoiceOfOptions) {
-  addChain();
+  fixture.addChain();
   const std::string content = folder.write("content", "line\r\nline\n"), here = "cd '" + folder.path() + "' && ";
-  const Identity signers[] = {stage.signer, makeIdentity({.issuer = stage.ca})};  // an RSA and an EC key
-  folder.write("ca.pem",
-               pemOf("CERTIFICATE", derOf(stage.root.certificate)) + pemOf("CERTIFICATE", derOf(stage.ca.certificate)));
+  const Identity signers[] = {fixture.signer, makeIdentity({.issuer = fixture.ca})};  // an RSA and an EC key
+  folder.write("ca.pem", pemOf("CERTIFICATE", derOf(fixture.root.certificate)) +
+                             pemOf("CERTIFICATE", derOf(fixture.ca.certificate)));
   for (unsigned choice = 0; choice < 48; ++choice) {
     const bool attributes = (choice & 2U) != 0, embedded = (choice & 4U) != 0;
     const int addCert = static_cast<int>(choice / 8 % 3);
     const Identity& signer = signers[choice / 24];
-    const Lines ders = {derOf(signer.certificate), derOf(stage.ca.certificate), derOf(stage.root.certificate)};
+    const Lines ders = {derOf(signer.certificate), derOf(fixture.ca.certificate), derOf(fixture.root.certificate)};
     folder.write("signer.pfx", makePfx({.identity = signer}));
     folder.write("signer.pem", pemOf("CERTIFICATE", ders[0]));
-    stage.properties["PKCS7.digest"] = (choice & 1U) != 0 ? "SHA256" : "SHA1";
-    stage.properties["PKCS7.addCert"] = std::to_string(addCert == 0 ? -1 : addCert);
-    stage.properties["PKCS7.addTimestamp"] = attributes ? "true" : "false";
-    stage.properties["PKCS7.addPlainText"] = embedded ? "true" : "false";
+    fixture.properties["PKCS7.digest"] = (choice & 1U) != 0 ? "SHA256" : "SHA1";
+    fixture.properties["PKCS7.addCert"] = std::to_string(addCert == 0 ? -1 : addCert);
+    fixture.properties["PKCS7.addTimestamp"] = attributes ? "true" : "false";
+    fixture.properties["PKCS7.addPlainText"] = embedded ? "true" : "false";
     ASSERT_TRUE(initialise());
     ASSERT_EQ(SignPkcs7File(content.c_str()), 0);
     const SignatureFacts facts = factsOf(signature());
-    EXPECT_EQ(facts.digest, stage.properties["PKCS7.digest"]);
+    EXPECT_EQ(facts.digest, fixture.properties["PKCS7.digest"]);
     EXPECT_TRUE(facts.detached != embedded && facts.attributes.size() == (attributes ? 3 : 0)) << choice;
     EXPECT_EQ(facts.certificates, Lines(ders.begin(), ders.begin() + (addCert == 0 ? 0 : 2 * addCert - 1)));
     folder.write("signature", signature());
@@ -45,7 +45,7 @@ TEST_F(SignPosix, TheOpensslCommandVerifiesEveryChoiceOfOptions) {
 TEST_F(SignPosix, LocalTimeDecidesWhatIsValidNow) {
   const Owned<ASN1_TIME_free, ASN1_TIME> time(ASN1_TIME_adj(nullptr, std::time(nullptr), 0, -4 * 3600L));
   const std::string fourHoursAgo(time->data, time->data + time->length);
-  folder.write("old.crl", makeCrl({.issuer = stage.ca, .nextUpdate = "20" + fourHoursAgo}));
+  folder.write("old.crl", makeCrl({.issuer = fixture.ca, .nextUpdate = "20" + fourHoursAgo}));
   for (const auto& [zone, fresh, old] : {std::tuple{"UTC0", 5012, 0}, {"CST-8", 0, 5011}}) {
     setenv("TZ", zone, 1);
     tzset();

@@ -35,7 +35,7 @@ TEST_F(Sign, EachBadArgumentHasItsCodeAndItsLine) {
 }
 
 TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
-  CertPlan expired = signerPlan(stage.ca), unfit = expired, fit = expired;
+  CertPlan expired = signerPlan(fixture.ca), unfit = expired, fit = expired;
   expired.notAfter = "210101000000Z";
   unfit.keyUsage = "keyEncipherment";
   fit.keyUsage = "nonRepudiation";
@@ -60,11 +60,11 @@ TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
            "憑證用途(KeyUsage) = 0x00000040(64)\nend cPkcs12::checkKeyUsageForSign() = 0x00000000(0)\n")));
   EXPECT_EQ(cPkcs12().checkCertValid(), 5010);
   EXPECT_EQ(cPkcs12().checkKeyUsageForSign(), 5010);
-  stage.properties["PFX.signerFilter"] = "S_CN=no";
-  ends(signerPlan(stage.ca), 5010, "簽章憑證條件失敗, 返回 = 0x00001392(5010)\n");
-  stage.properties["PFX.signerFilter"] = "////";
-  stage.properties["PKCS7.digest"] = "sha256";
-  ends(signerPlan(stage.ca), 5061, "簽章條件錯誤, 演算法 = 0x00000000(0)\n");
+  fixture.properties["PFX.signerFilter"] = "S_CN=no";
+  ends(signerPlan(fixture.ca), 5010, "簽章憑證條件失敗, 返回 = 0x00001392(5010)\n");
+  fixture.properties["PFX.signerFilter"] = "////";
+  fixture.properties["PKCS7.digest"] = "sha256";
+  ends(signerPlan(fixture.ca), 5061, "簽章條件錯誤, 演算法 = 0x00000000(0)\n");
 }
 
 TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
@@ -88,13 +88,13 @@ TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
 }
 
 TEST_F(Sign, ThePfxsOwnCaListGoesBeforeTheLoadedChain) {
-  const Certificate other = makeIdentity(caPlan("Other")).certificate, root = stage.root.certificate;
-  folder.write("signer.pfx", makePfx({.identity = stage.signer, .caCertificates = {other, root}}));
-  stage.properties["PKCS7.addCert"] = "3";
-  addChain();
+  const Certificate other = makeIdentity(caPlan("Other")).certificate, root = fixture.root.certificate;
+  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .caCertificates = {other, root}}));
+  fixture.properties["PKCS7.addCert"] = "3";
+  fixture.addChain();
   ASSERT_TRUE(initialise());
   ASSERT_EQ(sign("x"), 0);
-  EXPECT_EQ(factsOf(signature()).certificates, Lines({derOf(stage.signer.certificate), derOf(root), derOf(other)}));
+  EXPECT_EQ(factsOf(signature()).certificates, Lines({derOf(fixture.signer.certificate), derOf(root), derOf(other)}));
 }
 
 }  // namespace zepasign::testing

@@ -8,7 +8,7 @@ TEST_F(SignerFilter, TruthTableAndLog) {
   const Name subject = {{"C", "TW"}, {"O", "Zepa"}, {"OU", "A"}, {"OU", "B"}, {"CN", "XABCY"}};
   cPkcs12 credential;
   EXPECT_EQ(credential.checkSignerFilter(nullptr), 5010);  // no certificate, not even for no filter
-  ASSERT_EQ(load(credential, {.identity = makeIdentity({.subject = subject, .issuer = stage.ca})}), 0);
+  ASSERT_EQ(load(credential, {.identity = makeIdentity({.subject = subject, .issuer = fixture.ca})}), 0);
   for (const char* filter : {"", "////", "//S_CN=ABC//", "//S_CN=ABC,S_CN=other//", "//I_CN=Test CA//",
                              "//S_C=TW,I_C=TW,S_O=Zepa,I_O=Zepa Test//", "//S_OU=B,S_OU=A//", "//S_CN=no//S_CN=Y//",
                              "S_CN=no//X_CN=unknown//S_CN=no"}) {

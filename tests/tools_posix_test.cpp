@@ -144,7 +144,7 @@ TEST_F(ToolTest, ShowsEveryKindOfFile) {
   std::string kinds;
   for (const Json& each : shown) kinds += each["kind"].get<std::string>() + " ";
   EXPECT_EQ("signature chain crl certificate properties log ", kinds);
-  EXPECT_EQ(2U, shown[0]["certificates"].size());
+  EXPECT_EQ(3U, shown[0]["certificates"].size());
   EXPECT_EQ(std::string::npos, shown[4].dump().find("PnS")) << "secrets stay hidden";
   const Json pfx = Json::parse(run("show --json demo/signer.pfx", "echo demo-password |").output);
   EXPECT_EQ("C = TW, O = zepasign demo, CN = zepasign demo signer", pfx[0]["certificate"]["subject"]);

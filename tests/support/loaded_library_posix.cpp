@@ -46,13 +46,13 @@ bool inChild(const std::function<void()>& body, const std::string& what) {
   return status == 0;
 }
 
-void HostProcess::prepare(const std::function<void(SignerStage&)>& change) {
+void HostProcess::prepare(const std::function<void(Fixture&)>& change) {
   const auto make = [&] {
-    SignerStage stage;
-    stage.properties["LOG.path"] = stage.properties["PFX.path"] = folder_.path();
-    folder_.write("signer.pfx", readFile(stage.folder.path("signer.pfx")));
-    change(stage);
-    file_ = folder_.write("app.properties", propertyText(stage.properties));
+    Fixture fixture;
+    fixture.properties["LOG.path"] = fixture.properties["PFX.path"] = folder_.path();
+    folder_.write("signer.pfx", readFile(fixture.folder.path("signer.pfx")));
+    change(fixture);
+    file_ = folder_.write("app.properties", propertyText(fixture.properties));
     folder_.write("expected", LoadedLibrary().signs(file_));
   };
   ASSERT_TRUE(inChild(make, "the fixture"));

@@ -9,7 +9,7 @@
 #include <functional>
 
 #include "api/ZEPASignDLL.h"
-#include "tests/support/signer_stage.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::testing {
 
@@ -50,7 +50,7 @@ bool inChild(const std::function<void()>& body, const std::string& what);
 // since they hold no signing time.
 class HostProcess : public ::testing::Test {
  protected:
-  void prepare(const std::function<void(SignerStage&)>& change = [](SignerStage&) {});
+  void prepare(const std::function<void(Fixture&)>& change = [](Fixture&) {});
 
   TempFolder folder_ = {};
   std::string file_, expected_;

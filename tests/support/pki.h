@@ -1,13 +1,11 @@
-// The demo's keys, certificates and files, which tests use as they are, and a look into the signatures that the library
-// makes.
+// What stands in the signatures that the library makes, beside the keys, certificates and files of the demo.
 #ifndef ZEPASIGN_TESTS_SUPPORT_PKI_H_
 #define ZEPASIGN_TESTS_SUPPORT_PKI_H_
 
 #include <string>
 #include <vector>
 
-#include "demo/certificates.h"
-#include "demo/containers.h"
+#include "demo/fixture.h"
 
 namespace zepasign::testing {
 

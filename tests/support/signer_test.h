@@ -1,4 +1,4 @@
-// SignerTest: the ground on which the exports and the rooms behind them are tested.
+// The test fixture of the exports and of the classes behind them.
 #ifndef ZEPASIGN_TESTS_SUPPORT_SIGNER_TEST_H_
 #define ZEPASIGN_TESTS_SUPPORT_SIGNER_TEST_H_
 
@@ -9,13 +9,14 @@
 #include "demo/handles.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
-#include "tests/support/signer_stage.h"
+#include "tests/support/files.h"
+#include "tests/support/pki.h"
 
 namespace zepasign::testing {
 
 using Lines = std::vector<std::string>;
 
-// SignerTest: a stage, the log in its folder and the library's crypto context.
+// SignerTest: the files to sign with, the log in their folder and the library's crypto context.
 class SignerTest : public ::testing::Test {
  protected:
   SignerTest() {
@@ -23,11 +24,11 @@ class SignerTest : public ::testing::Test {
     logger.writeText("DEBUG", "brings the pending lines into the file");
     taken();
   }
-  // taken: of the lines since the last call, which go from the log, those that begin with `start`, without it, each
+  // taken: removes the lines written since the last call and returns those that begin with `start`, without it, each
   // ended by "\n". Look-ups of properties are left out.
   std::string taken(const std::string& start = "") {
     std::string text;
-    for (const std::string& line : stage.log()) {
+    for (const std::string& line : readLog(folder.path())) {
       const bool lookUp = line.starts_with("DEBUG cProperty::getProperty");
       if (!lookUp && line.starts_with(start)) text += line.substr(start.size()) + "\n";
     }
@@ -41,12 +42,7 @@ class SignerTest : public ::testing::Test {
     EXPECT_EQ(returned, code) << "called in line " << line;
     EXPECT_EQ(taken("ERROR "), big5(errors)) << "called in line " << line;
   }
-  bool initialise(const char* passwd = nullptr) { return ZEPASignInitial(stage.propertyFile().c_str(), passwd); }
-  void addChain() {
-    folder.write("chain.p7b", makeP7b({stage.root.certificate, stage.ca.certificate}));
-    const std::string key = subjectKeyIdOf(stage.ca.certificate);
-    stage.properties.merge(Properties{{"P7B.path", folder.path()}, {"P7B0.name", "chain.p7b"}, {"P7B0.SKI", key}});
-  }
+  bool initialise(const char* passwd = nullptr) { return ZEPASignInitial(fixture.propertyFile().c_str(), passwd); }
   static int sign(std::string content) {
     return SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
   }
@@ -55,8 +51,8 @@ class SignerTest : public ::testing::Test {
     folder.write("signer.pfx", makePfx(plan));
     return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", "pfx-password");
   }
-  SignerStage stage = {};
-  const TempFolder& folder = stage.folder;
+  Fixture fixture{};
+  const TempFolder& folder = fixture.folder;
   CryptoScope scope = {};
 };
 

@@ -1,0 +1,40 @@
+// Folders, files and property files for those who try the library out: tests, fuzzers and benchmarks.
+#ifndef ZEPASIGN_DEMO_FILES_H_
+#define ZEPASIGN_DEMO_FILES_H_
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+namespace zepasign::demo {
+
+// writeFile, readFile: the whole content, byte for byte; throw std::runtime_error when the file cannot be used.
+void writeFile(const std::filesystem::path& path, const std::string& bytes);
+[[nodiscard]] std::string readFile(const std::filesystem::path& path);
+
+// TempFolder: an empty folder of its own below the system's folder for temporary files; removed with everything in it
+// at the end of the scope.
+class TempFolder final {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  [[nodiscard]] std::string path() const { return path_.string(); }
+  [[nodiscard]] std::string path(const std::string& name) const { return (path_ / name).string(); }
+
+  // write: makes a file of that name with these bytes and returns its full path.
+  std::string write(const std::string& name, const std::string& bytes) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Properties: the pairs of a property file; `propertyText` gives them as lines, ordered by key.
+using Properties = std::map<std::string, std::string>;
+[[nodiscard]] std::string propertyText(const Properties& properties);
+
+}  // namespace zepasign::demo
+
+#endif  // ZEPASIGN_DEMO_FILES_H_
