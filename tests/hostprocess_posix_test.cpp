@@ -1,7 +1,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "tests/support/live_blocks_posix.h"
+#include "tests/support/faults_posix.h"
 #include "tests/support/loaded_library_posix.h"
 
 namespace zepasign::testing {

@@ -37,7 +37,11 @@ bool inChild(const std::function<void()>& body, const std::string& what) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(120);
-    body();
+    try {
+      body();
+    } catch (const std::exception& error) {
+      ADD_FAILURE() << error.what();
+    }
     std::exit(test->result()->total_part_count() > failuresBefore ? 1 : 0);
   }
   int status = -1;

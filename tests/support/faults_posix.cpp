@@ -1,0 +1,109 @@
+#include "tests/support/faults_posix.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <malloc.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace zepasign::testing {
+namespace {
+
+std::atomic<long> live{0};
+long callsLeft[2] = {0, 0};  // until the failure; 0: none fails
+bool failsOn = false;        // whether all later calls fail, too
+const void* caller = nullptr;
+void (*watchFreed)(char*, std::size_t) = nullptr;
+
+bool failsNow(Fault fault, int error, const void* returnAddress) {
+  long& left = callsLeft[static_cast<int>(fault)];
+  if (left == 0 || (left > 1 && --left > 0)) return false;
+  left = failsOn ? 1 : 0;
+  if (caller == nullptr) caller = returnAddress;
+  errno = error;
+  return true;
+}
+
+void* counted(void* block) {
+  if (block != nullptr) ++live;
+  return block;
+}
+
+void look(void* block) {
+  if (watchFreed != nullptr && block != nullptr) watchFreed(static_cast<char*>(block), malloc_usable_size(block));
+}
+
+// next: the C library's own function of that name.
+template <class Function>
+Function* next(Function* /*like*/, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+void failAt(Fault fault, long n, bool lasting) {
+  callsLeft[static_cast<int>(fault)] = n;
+  failsOn = lasting;
+}
+void endFaults() { callsLeft[0] = callsLeft[1] = 0; }
+const void* failedCaller() { return caller; }
+long liveBlocks() { return live; }
+void watchFrees(void (*watch)(char*, std::size_t)) { watchFreed = watch; }
+
+}  // namespace zepasign::testing
+
+#define FAILS(fault, error) \
+  zepasign::testing::failsNow(zepasign::testing::Fault::fault, error, __builtin_return_address(0))
+
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void __libc_free(void*);
+
+void* malloc(std::size_t size) {
+  return FAILS(memory, ENOMEM) ? nullptr : zepasign::testing::counted(__libc_malloc(size));
+}
+void* calloc(std::size_t count, std::size_t size) {
+  return FAILS(memory, ENOMEM) ? nullptr : zepasign::testing::counted(__libc_calloc(count, size));
+}
+// realloc: moves the block when frees are watched, so that what the old one holds is always seen.
+void* realloc(void* block, std::size_t size) {
+  if (FAILS(memory, ENOMEM)) return nullptr;
+  if (block == nullptr) return zepasign::testing::counted(__libc_realloc(block, size));
+  if (zepasign::testing::watchFreed == nullptr) return __libc_realloc(block, size);
+  void* moved = __libc_malloc(size);
+  if (moved == nullptr) return nullptr;
+  std::memcpy(moved, block, std::min(size, malloc_usable_size(block)));
+  zepasign::testing::look(block);
+  __libc_free(block);
+  return moved;
+}
+void free(void* block) {
+  if (block != nullptr) --zepasign::testing::live;
+  zepasign::testing::look(block);
+  __libc_free(block);
+}
+
+#define FAILING(Result, name, parameters, values, failure, error)  \
+  Result name parameters {                                         \
+    static const auto real = zepasign::testing::next(name, #name); \
+    return FAILS(file, error) ? failure : real values;             \
+  }
+// clang-format off
+FAILING(int, open, (const char* path, int flags, ...), (path, flags, 0666), -1, EMFILE)
+FAILING(ssize_t, write, (int file, const void* bytes, std::size_t size), (file, bytes, size), -1, ENOSPC)
+FAILING(int, mkdir, (const char* path, mode_t mode), (path, mode), -1, ENOSPC)
+FAILING(DIR*, opendir, (const char* path), (path), nullptr, EMFILE)
+FAILING(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr, ENOMEM)
+FAILING(std::size_t, fread, (void* to, std::size_t size, std::size_t count, FILE* file), (to, size, count, file), 0, EIO)
+FAILING(int, close, (int file), (file), (real(file), -1), EIO)
+// clang-format on
+}
