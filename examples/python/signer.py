@@ -152,7 +152,7 @@ def _text(function):
 def _to_big5(text):
     # Python maps some characters to Big5 codes that mean another character or none to the library: the fullwidth
     # currency signs, and the range from C6A1 to C8FE, which each vendor of Big5 fills in its own way.
-    for character in text:
+    for character in set(text):
         code = character.encode("cp950", "ignore")
         if code.decode("cp950") != character or b"\xc6\xa1" <= code <= b"\xc8\xfe":
             raise ValueError(f"Big5 lacks the character {character!a} of the text")
