@@ -29,3 +29,11 @@ file(RELATIVE_PATH ZEPASIGN_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig 
 string(REGEX REPLACE "/$" "" ZEPASIGN_PC_TO_PREFIX "${ZEPASIGN_PC_TO_PREFIX}")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/ZEPASignDLL.pc.in ZEPASignDLL.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ZEPASignDLL.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# Packages call ldconfig by themselves, and install into DESTDIR.
+if(NOT WIN32)
+  install(CODE [[
+    if(NOT DEFINED ENV{DESTDIR})
+      message(STATUS "Run ldconfig as root, so that hosts find the library.")
+    endif()]] COMPONENT library)
+endif()
