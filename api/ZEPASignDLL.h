@@ -79,7 +79,8 @@ ZEPASIGN_API bool ZEPASignInitial(const char* propertyFile, const char* encedPfx
 
 /*
  * SignPkcs7: signs a Big5 text after converting it to `encoding`, "BIG5" or "UTF-16LE" in any letter case (no
- * byte-order mark). The text must really be Big5, see above. Returns the error code; without a loaded PFX that is 5010 here, where the other two give 5204.
+ * byte-order mark). The text must really be Big5, see above. Returns the error code; without a loaded PFX that is 5010
+ * here, where the other two give 5204.
  */
 ZEPASIGN_API int SignPkcs7(const char* text, const char* encoding);
 
@@ -99,9 +100,9 @@ ZEPASIGN_API char* GetSignedPkcs7(void);
  * The certificate of the last successful signature; NULL before the first one.
  *   CertB64        its DER in Base64
  *   SubjectCN      always the empty text with OpenSSL 3; the name is in Subject
- *   Subject/Issuer distinguished name as /C=.../O=.../CN=..., at most 511 bytes. Bytes beyond ASCII are written \xE9, so
- *                  to show a Chinese name decode CertB64 and read the subject with the certificate class of the host's
- *                  own platform
+ *   Subject/Issuer distinguished name as /C=.../O=.../CN=..., at most 511 bytes. Bytes beyond ASCII are written in
+ *                  hexadecimal (backslash, x, two digits): to show a Chinese name, decode CertB64 and read the subject
+ *                  with the certificate class of the host's own platform
  *   NotBefore/NotAfter  14 digits YYYYMMDDhhmmss in UTC+8 (15 for the last hours of the year 9999)
  *   Serial         hexadecimal, upper case
  *   Finger         SHA-1 of the DER, 40 hexadecimal digits, upper case

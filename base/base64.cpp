@@ -1,3 +1,10 @@
+// Encoding: three bytes are 24 bits, four characters of 6 bits each. A table of 4096 pairs gives two characters for
+// each 12 bits. Six bytes are loaded at once as one 64-bit number where eight can be read; what does not fill a group
+// of three waits for the next piece.
+//
+// Decoding: groups of four plain characters are decoded in a tight loop. The first group with anything else in it (a
+// blank, "=", a foreign character, the end) is decoded symbol by symbol, by the rule of `decode`; then the loop goes
+// on.
 #include "base/base64.h"
 
 #include <algorithm>
@@ -84,7 +91,7 @@ unsigned nextSymbol(std::string_view text, std::size_t& position) {
   return position < text.size() ? valueOf(text[position++]) : kPad;
 }
 
-// decodeAnyGroup: one group of whatever stands there; returns the count of bytes, 1 to 3.
+// decodeAnyGroup: one group of any characters; returns the count of bytes, 1 to 3.
 std::size_t decodeAnyGroup(std::string_view text, std::size_t& position, unsigned char* out) {
   const unsigned a = nextSymbol(text, position);
   const unsigned b = nextSymbol(text, position);

@@ -1,4 +1,8 @@
-// Base64 (RFC 4648, section 4) at the speed of memory, without line breaks.
+// Base64 (RFC 4648, section 4) without line breaks. Encoding takes bytes in pieces, so that a signature is encoded part
+// by part straight into the text that the host will read. Decoding is lenient: callers depend on damaged texts giving
+// the same bytes on every system.
+//
+// Memory belongs to the caller in both directions; nothing is allocated and nothing throws.
 #ifndef ZEPASIGN_BASE_BASE64_H_
 #define ZEPASIGN_BASE_BASE64_H_
 
@@ -28,12 +32,13 @@ class Encoder final {
   std::size_t carried_ = 0;
 };
 
-// decodedBound: room enough for what a text of this length decodes to.
-[[nodiscard]] constexpr std::size_t decodedBound(std::size_t length) { return (length / 4 + 1) * 3; }
+// decodedBound: the most bytes that a text of this length decodes to: three for every four characters, and two for a
+// last group of three.
+[[nodiscard]] constexpr std::size_t decodedBound(std::size_t length) { return length / 4 * 3 + 2; }
 
 // decode: writes the bytes of `text` to `out` and returns their count; nothing behind them is written to. CR, LF and
-// spaces are skipped. "=" has the value 64, what stands outside the alphabet 65, what lies behind the end 64: no text
-// is rejected. REQUIRES: `out` has room for decodedBound.
+// spaces are skipped. No text is rejected: "=" has the value 64, a character outside the alphabet 65, and a missing
+// character at the end 64. REQUIRES: `out` has room for decodedBound.
 [[nodiscard]] std::size_t decode(std::string_view text, unsigned char* out) noexcept;
 
 }  // namespace zepasign::base64

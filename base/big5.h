@@ -1,6 +1,9 @@
-// Chinese texts stand in the sources as readable UTF-8 and in the binary as Big5 (code page 950) bytes, whichever
-// compiler builds them: "簽章失敗"_big5 is converted at compile time. A character that is missing from big5_table.inc
-// is a compile error; scripts/big5-table.sh makes the table anew from the texts in the sources.
+// Chinese texts are readable UTF-8 in the sources and Big5 (code page 950) bytes in the binary, whichever compiler
+// builds them: "簽章失敗"_big5 is converted at compile time. A character that is missing from big5_table.inc is a
+// compile error; scripts/big5-table.sh writes the table from the texts in the sources.
+//
+// The conversion is part of the compilation, and not a compiler switch, because the switches differ between compilers
+// and would hold for all other texts of a file, too. A wrong text therefore cannot be built.
 #ifndef ZEPASIGN_BASE_BIG5_H_
 #define ZEPASIGN_BASE_BIG5_H_
 
@@ -11,7 +14,7 @@
 
 namespace zepasign {
 
-// Big5Pair: a Unicode code point of the basic plane and the two bytes, lead byte high, that stand for it in Big5.
+// Big5Pair: a Unicode code point of the basic plane and its two bytes in Big5, the lead byte in the high half.
 struct Big5Pair {
   char16_t unicode;
   char16_t big5;
@@ -22,14 +25,17 @@ inline constexpr Big5Pair kBig5Table[] = {
 #include "base/big5_table.inc"
 };
 
+// Implementation of the literal; nothing outside this file uses it.
 namespace big5 {
 
+// Utf8Literal: the text as a template argument.
 template <std::size_t N>
 struct Utf8Literal {
   char text[N];
   consteval Utf8Literal(const char (&source)[N]) { std::copy_n(source, N, text); }  // NOLINT: implicit by design
 };
 
+// fromUnicode: the two bytes of one character. A throw in a constant expression is a compile error that shows its text.
 constexpr char16_t fromUnicode(char16_t unicode) {
   const auto* row = std::lower_bound(std::begin(kBig5Table), std::end(kBig5Table), unicode,
                                      [](const Big5Pair& pair, char16_t key) { return pair.unicode < key; });
@@ -37,6 +43,7 @@ constexpr char16_t fromUnicode(char16_t unicode) {
   return row->big5;
 }
 
+// fromUtf8: as many bytes as the UTF-8 text has, since Big5 is never longer; zeros fill the rest.
 template <std::size_t N>
 constexpr std::array<char, N> fromUtf8(const Utf8Literal<N>& source) {
   std::array<char, N> result{};
@@ -57,6 +64,7 @@ constexpr std::array<char, N> fromUtf8(const Utf8Literal<N>& source) {
   return result;
 }
 
+// kBytes: one static object for each different text.
 template <Utf8Literal Text>
 inline constexpr auto kBytes = fromUtf8(Text);
 

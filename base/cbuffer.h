@@ -2,10 +2,12 @@
 //
 //   data_ -> | payload (length_ bytes) | 0 0 ... |     null and 0 when empty
 //
-// Every block is zeroed before the payload is copied in and is at least two bytes longer, so a text buffer is a C
+// Every block is zeroed before the payload is copied in and is at least kSpare bytes longer, so a text buffer is a C
 // string and UTF-16 text is terminated as well. Filling replaces the content; nothing appends. An operation that finds
-// nothing to do gives false; lack of memory, and a length beyond 32 bits, throws std::bad_alloc and leaves the buffer
+// nothing to do returns false. Out of memory, or a length over 32 bits, throws std::bad_alloc and leaves the buffer
 // empty.
+//
+// Blocks come from calloc, since some are handed to callers who free them with std::free.
 #ifndef ZEPASIGN_BASE_CBUFFER_H_
 #define ZEPASIGN_BASE_CBUFFER_H_
 
@@ -23,6 +25,7 @@ inline constexpr int kMaxLength = std::numeric_limits<int>::max();
 template <class Char>
 class cBuffer {
  public:
+  // kSpare: zeros behind the payload. One ends a C string, two end UTF-16 text.
   static constexpr std::size_t kSpare = 2;
 
   virtual ~cBuffer() { clear(); }

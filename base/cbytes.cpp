@@ -12,15 +12,15 @@
 namespace zepasign {
 namespace {
 
-constexpr std::string_view kDashes = "-----";
+constexpr std::string_view kDashes = "-----";  // of a PEM boundary (RFC 7468)
 
 unsigned hexDigit(char c) {
   const int upper = std::toupper(static_cast<unsigned char>(c));
   return static_cast<unsigned>(upper < ':' ? upper - '0' : upper - ('A' - 10));
 }
 
-// findArmouredBody: the text between the two marker lines; false when one of them is not closed.
-bool findArmouredBody(std::string_view text, std::string_view& body) {
+// findPemBody: the text between the two PEM boundaries; false when one of them is not closed.
+bool findPemBody(std::string_view text, std::string_view& body) {
   text.remove_prefix(std::min(text.find_first_not_of('-'), text.size()));
   const std::size_t begin = text.find(kDashes);
   if (begin == std::string_view::npos) {
@@ -76,7 +76,7 @@ bool cBytes::setFromHex(const char* text) {
 bool cBytes::base64Decode(const char* text) {
   clear();
   std::string_view body = text == nullptr ? "" : text;
-  if (body.find(kDashes) != std::string_view::npos && !findArmouredBody(body, body)) return false;
+  if (body.find(kDashes) != std::string_view::npos && !findPemBody(body, body)) return false;
   if (body.empty()) return false;
   replace(base64::decodedBound(body.size()));
   shorten(base64::decode(body, data()));

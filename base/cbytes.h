@@ -1,4 +1,5 @@
-// cBytes: an owned byte buffer and the conversions that fill it.
+// cBytes: an owned byte buffer and the conversions that fill it. For the layout, the two zero bytes behind the content
+// and what happens without memory see cbuffer.h. One thread at a time for each buffer.
 #ifndef ZEPASIGN_BASE_CBYTES_H_
 #define ZEPASIGN_BASE_CBYTES_H_
 
@@ -23,9 +24,9 @@ class cBytes : public cBuffer<unsigned char> {
   // are not rejected, they give whatever the digit arithmetic yields.
   [[nodiscard]] bool setFromHex(const char* text);
 
-  // base64Decode: RFC 4648 Base64, alone or framed by two marker lines of five or more dashes each (what they say is
-  // never looked at). CR, LF and spaces are skipped; a character outside the alphabet counts as the value 65. True when
-  // at least one byte came out.
+  // base64Decode: RFC 4648 Base64, alone or between two PEM boundaries (RFC 7468) of five or more dashes each side;
+  // their labels are not checked. CR, LF and spaces are skipped; a character outside the alphabet counts as the value
+  // 65. True when at least one byte was decoded. False with an ERROR line when a boundary is not closed.
   [[nodiscard]] bool base64Decode(const char* text);
 };
 

@@ -20,7 +20,7 @@ bool cChars::base64Encode(const unsigned char* source, int length) {
   clear();
   if (source == nullptr || length < 1) return false;
   const auto size = static_cast<std::size_t>(length);
-  replace(base64::encodedLength(size), size / 3 * 4 + 10 - base64::encodedLength(size));
+  replace(base64::encodedLength(size));
   base64::Encoder encoder(data());
   encoder.add({source, size});
   encoder.finish();

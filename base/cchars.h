@@ -10,8 +10,8 @@ class cChars : public cBuffer<char> {
  public:
   cChars() = default;
 
-  // setHex: two upper-case digits a byte. A null or empty source gives false and keeps the old text, on purpose unlike
-  // cBytes::set.
+  // setHex: two upper-case digits a byte. A null or empty source gives false and keeps the old text, unlike
+  // cBytes::set: callers depend on it.
   [[nodiscard]] bool setHex(const unsigned char* source, int length);
 
   // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode.

@@ -1,4 +1,7 @@
-// cFile: a byte buffer that loads a whole file.
+// cFile: a byte buffer that loads a whole file: the property file, a CRL, the content to be signed. markSecret before
+// loading makes the content be wiped.
+//
+// The file is opened, read with one call and closed; nothing of it stays open. Every load logs its result at DEBUG.
 #ifndef ZEPASIGN_BASE_CFILE_H_
 #define ZEPASIGN_BASE_CFILE_H_
 
@@ -8,8 +11,8 @@ namespace zepasign {
 
 class cFile : public cBytes {
  public:
-  // loadFromFile: the content of an ordinary file, its path passed to the system as it is. An empty file succeeds with
-  // an empty buffer; one beyond the signed 32-bit length fails. Throws std::bad_alloc when there is no memory for it.
+  // loadFromFile: the content of a regular file, its path passed to the system as it is. An empty file succeeds with
+  // an empty buffer; one beyond the signed 32-bit length fails. Throws std::bad_alloc.
   // The buffer is empty unless the whole file was read.
   [[nodiscard]] bool loadFromFile(const char* path);
 

@@ -13,6 +13,8 @@ namespace zepasign {
 namespace {
 
 constexpr const char* kSourceEncoding = "BIG5";
+// kSpareSpace: beyond two bytes for each byte of Big5, which UTF-16 needs at most: room for a byte-order mark or shift
+// sequences, and proof that the result was not cut off (some of it must stay free).
 constexpr std::size_t kSpareSpace = 100;
 
 // CloseConverter: keeps the errno that the conversion left.

@@ -1,4 +1,5 @@
-// Wiping of secrets: passwords, keys and decrypted areas do not stay in memory after their use.
+// Wiping of secrets: passwords, keys and decrypted areas in our own memory do not outlive their use. What libcrypto
+// copies (the password during the check of a PFX) it frees by its own rules, partly without wiping.
 #ifndef ZEPASIGN_BASE_CLEANSE_H_
 #define ZEPASIGN_BASE_CLEANSE_H_
 
@@ -8,7 +9,7 @@
 
 namespace zepasign {
 
-// cleanse: overwrites `size` bytes in a way that no optimiser removes.
+// cleanse: overwrites `size` bytes in a way that no optimiser removes (OPENSSL_cleanse).
 void cleanse(void* data, std::size_t size) noexcept;
 
 // CleanseOnExit: wipes the text, its spare capacity included, at the end of the scope. The text must not grow in

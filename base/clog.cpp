@@ -1,3 +1,7 @@
+// A line goes through LogLine: its prefix, then label and value in parts, then its end. Towards the file the parts are
+// collected in a buffer, so that a line goes out in one write and the lines of several processes do not mix; parts
+// beyond kFlushSize (the Base64 of a big signature) are written without being copied. Without a file the parts are
+// appended to the pending text instead.
 #include "base/clog.h"
 
 #include <cstdio>
@@ -11,7 +15,7 @@
 namespace zepasign {
 namespace {
 
-constexpr std::size_t kFlushSize = 1U << 16U;
+constexpr std::size_t kFlushSize = 1U << 16U;  // bytes of a line that are collected before they are written
 
 std::string linePrefix(const platform::LocalTime& t, const char* levelName) {
   char text[96];
@@ -26,7 +30,8 @@ std::string dailyFileName(const std::string& fileBase, const platform::LocalTime
   return fileBase + date;
 }
 
-// createFolders: makes every prefix of the path that ends before a "/" or at the end of the text. Only "/" divides.
+// createFolders: makes every prefix of the path that ends before a "/" or at the end of the text. Only "/" divides. The
+// log line of its result names cFile::createFolder(): readers of the log depend on that text.
 bool createFolders(const std::string& folder) {
   for (std::size_t end = 1; end <= folder.size(); ++end) {
     if (end < folder.size() && folder[end] != '/') continue;
@@ -54,7 +59,7 @@ class LogLine final {
   LogLine(const LogLine&) = delete;
   LogLine& operator=(const LogLine&) = delete;
 
-  // finish: the line's end; without it nothing more of the line is written.
+  // finish: ends and writes the line; without this call what is left in the buffer is discarded.
   void finish() {
     append("\n");
     flush();
@@ -95,7 +100,7 @@ void PendingText::append(std::string_view text) {
   text_.append(full_ ? "\n暫存的 LOG 已滿, 其後內容捨棄\n"_big5 : text);
 }
 
-// Without memory there is no pending text and its lines are lost; loading the library must not fail for it.
+// Out of memory there is no pending text and its lines are lost: loading the library must not fail for the log.
 cLog::cLog() : pending_(new (std::nothrow) PendingText) {}
 
 cLog::~cLog() {
@@ -151,7 +156,7 @@ void cLog::writeParts(const char* levelName, std::initializer_list<std::string_v
     LogLine line(levelName, fileSet_, fileBase_, pending_, encoding_);
     for (std::string_view part : parts) line.append(part);
     line.finish();
-  } catch (...) {  // a line for which there is no memory is lost; the caller's work goes on
+  } catch (...) {  // out of memory: the line is lost, the caller's work goes on
   }
 }
 

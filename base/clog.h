@@ -2,10 +2,18 @@
 //
 //   2026/01/31 08:15:00.123 (PID=4711)  INFO begin ZEPASign::SignPkcs7Bin()
 //
-// Lines written before the file is known are kept and stand at the top of the first file. The file is opened and closed
-// for every line, so it can be moved away at any time; when it cannot be opened, the line is dropped and nothing is
-// written anywhere else. Texts are bytes and come out as they went in.
+// The log has two lives. Level and file are settings of the property file, but reading that file is logged already. So
+// at first every line, whatever its level, is kept in memory (PendingText). setLogFile begins the second life: from
+// then on each line opens the file of its day, appends itself and closes the file, so that the file can be moved away
+// at any time. The first line that opens a file writes the pending text before itself. When the file cannot be opened
+// the line is dropped and written nowhere else. If no file ever took the pending text (none was chosen, or with level
+// OFF no line came), the log prints it to the standard output when it is destroyed.
 //
+// The one object is `logger`, below. Texts are bytes, Big5 where the library speaks, and come out as they went in
+// unless LOG.encoding asks for UTF-8. A caller tests the level before it builds a line: isEnabled, or the log functions
+// below when the text needs no building.
+//
+// Nothing here throws or reports an error: a line that cannot be written is lost, the caller's work goes on.
 // Thread rule: one thread at a time.
 #ifndef ZEPASIGN_BASE_CLOG_H_
 #define ZEPASIGN_BASE_CLOG_H_
@@ -34,8 +42,8 @@ inline constexpr LogLevel kWarn{"WARN", 30};
 inline constexpr LogLevel kError{"ERROR", 40};
 inline constexpr int kOffRank = 100;  // threshold only: nothing is written
 
-// PendingText: lines that wait for a file. It takes 16 MiB; a host that never chooses a file must not lose its memory
-// to the log.
+// PendingText: lines that wait for a file. It takes 16 MiB, then one line that says so: a host that never chooses a
+// file must not lose its memory to the log.
 class PendingText final {
  public:
   static constexpr std::size_t kLimit = 16U << 20U;
@@ -52,7 +60,7 @@ class PendingText final {
 class cLog {
  public:
   cLog();
-  // ~cLog: prints to the standard output what is pending.
+  // ~cLog: prints what is pending, see platform::printToStandardOutput.
   virtual ~cLog();
   cLog(const cLog&) = delete;
   cLog& operator=(const cLog&) = delete;
@@ -94,7 +102,10 @@ class cLog {
   LogEncoding encoding_;
 };
 
-// logger: the one log of the process; made when the library is loaded, before anything that logs.
+// logger: the one log of the process. Whoever links base/ defines it: the library in api/process_state.cpp, where it is
+// constructed first and destroyed last when the library is loaded and unloaded, and the command line in
+// tools/process_state.cpp, a log of its own beside that of the library. Every module may call it, from one thread at a
+// time.
 extern cLog logger;
 
 // logText, logInt, logBool: write the line when its level is enabled.

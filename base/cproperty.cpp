@@ -1,3 +1,5 @@
+// Lines are read by PropertyLines. Each pair is logged as it is inserted, so that the log shows what was read even when
+// the file is refused in the end. Values are wiped before the map frees them, one pair at a time.
 #include "base/cproperty.h"
 
 #include "base/big5.h"

@@ -1,4 +1,8 @@
-// The error codes that the signer and the credential report, and the message of every code that has one.
+// The error codes that the signer and the credential report, and the message of every code that has one. Base classes
+// and chains report by false and log lines; only api/ and pki/ turn a failure into a code, with `failed` of failure.h.
+//
+// Codes and messages are part of the interface: hosts compare the codes and show the messages. Each code is written as
+// a number here and nowhere else, each message in errors.cpp. docs/error-codes.md explains them all.
 #ifndef ZEPASIGN_BASE_ERRORS_H_
 #define ZEPASIGN_BASE_ERRORS_H_
 
@@ -6,7 +10,7 @@
 
 namespace zepasign {
 
-// Codes that this library itself reports; hosts know many more from their tables (see errors.cpp).
+// Codes that this library itself reports. The table in errors.cpp has messages for many more, which hosts look up.
 inline constexpr int kSuccess = 0;
 inline constexpr int kFileUnreadable = 1002;
 inline constexpr int kPfxFileUnreadable = 1102;
@@ -21,8 +25,8 @@ inline constexpr int kCertificateNotYetValid = 5012;
 inline constexpr int kKeyUsageUnsuitable = 5017;
 inline constexpr int kSigningFailed = 5061;
 inline constexpr int kEncryptionFailed = 5063;
-inline constexpr int kPfxNotLoaded = 5204;        // has no message of its own, on purpose
-inline constexpr int kPasswordOrKeyWrong = 5208;  // has no message of its own, on purpose
+inline constexpr int kPfxNotLoaded = 5204;        // without a message of its own: callers depend on the general one
+inline constexpr int kPasswordOrKeyWrong = 5208;  // likewise
 inline constexpr int kTextConversionFailed = 5901;
 
 // errorCodeToMessage: the one-line Big5 message of any code, the code in parentheses at its end. A code without a row

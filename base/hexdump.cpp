@@ -1,3 +1,5 @@
+// A row is built in two strings at once: `row_` with offset and digits, `column_` with the characters. The length of
+// `column_` tells how full the row is; a full row is joined and handed on, and the next byte begins a new one.
 #include "base/hexdump.h"
 
 #include <cstdio>

@@ -3,7 +3,9 @@
 //    0x00000010 - 41 42 43 ...                          : ABC
 //
 // Sixteen bytes a row in lower-case digits, three spaces for each byte that the last row lacks, then the characters,
-// "." for those outside 0x20 to 0x7E.
+// "." for those outside 0x20 to 0x7E. Rows are ASCII whatever the bytes are.
+//
+// The bytes may arrive in pieces of any length: a signature is dumped without being copied into one block.
 #ifndef ZEPASIGN_BASE_HEXDUMP_H_
 #define ZEPASIGN_BASE_HEXDUMP_H_
 
@@ -17,7 +19,8 @@ namespace zepasign {
 
 class HexDump final {
  public:
-  // Column: how long the last row's character column is. The log's pending text and its file differ here, on purpose.
+  // Column: how long the last row's character column is. The log's pending text is filled up to sixteen, its file is
+  // not; callers depend on both forms.
   enum class Column { kSixteenWide, kAsLongAsTheRow };
   // Sink: receives each row, a line end in front of it.
   using Sink = std::function<void(std::string_view)>;

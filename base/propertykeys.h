@@ -16,14 +16,17 @@ inline constexpr std::size_t kMaxLineLength = 511;
 inline constexpr int kMaxChains = 10;      // chains P7B0 to P7B9
 inline constexpr int kMaxCrlsOfChain = 5;  // CRLs crlFile0 to crlFile4 of each chain
 
+// The log.
 inline constexpr char kLogLevel[] = "LOG.level";
 inline constexpr char kLogPath[] = "LOG.path";
 inline constexpr char kLogFile[] = "LOG.file";
 inline constexpr char kLogEncoding[] = "LOG.encoding";
+// What a signature holds.
 inline constexpr char kDigest[] = "PKCS7.digest";
 inline constexpr char kAddCert[] = "PKCS7.addCert";
 inline constexpr char kAddTimestamp[] = "PKCS7.addTimestamp";
 inline constexpr char kAddPlainText[] = "PKCS7.addPlainText";
+// The PFX, its password in one of several forms, and which signers are accepted.
 inline constexpr char kPfxPath[] = "PFX.path";
 inline constexpr char kPfxFile[] = "PFX.file";
 inline constexpr char kPfxPassword[] = "PFX.pswd";
@@ -31,6 +34,7 @@ inline constexpr char kPfxPasswordB64[] = "PFX.pswdB64";
 inline constexpr char kSignerFilter[] = "PFX.signerFilter";
 inline constexpr char kLicense[] = "PSWD.license";
 inline constexpr char kAuthKey[] = "PSWD.authKey";
+// Folders of the chain files and of the CRL files.
 inline constexpr char kChainPath[] = "P7B.path";
 inline constexpr char kCrlPath[] = "CRL.path";
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes base/big5_table.inc anew: one row for every character beyond ASCII in the _big5 texts of the sources.
+# Writes base/big5_table.inc: one row for every character beyond ASCII in the _big5 texts of the sources.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export LC_ALL=C.UTF-8
