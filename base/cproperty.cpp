@@ -16,6 +16,10 @@ namespace {
 // textLabel: the label of a text look-up. Flags are logged under it as well; readers of the log depend on that.
 std::string textLabel(const char* key) { return std::string("cProperty::getProperty() : ") + key; }
 
+void logKey(const LogLevel& level, std::string_view label, std::string_view key) {
+  if (logger.isEnabled(level)) logValue(level, label, shownKey(key));
+}
+
 }  // namespace
 
 cProperty::~cProperty() { forgetAll(); }
@@ -67,16 +71,15 @@ bool cProperty::parseLines(const char* text) {
 }
 
 void cProperty::insert(std::string_view key, std::string_view value) {
-  const std::string shown = shownKey(key);
   if (const auto old = properties_.find(key); old != properties_.end()) {
     forget(old);
-    logValue(kWarn, "Erase duplicate MAP Name", shown);
+    logKey(kWarn, "Erase duplicate MAP Name", key);
   }
   if (!properties_.emplace(key, value).second) {
-    logErrorValue("Insert MAP Name", shown);
+    logKey(kError, "Insert MAP Name", key);
     return;
   }
-  logDebugValue("Insert MAP Name", shown);
+  logKey(kDebug, "Insert MAP Name", key);
   logDebugValue("Insert MAP Value", shownValue(key, value));
 }
 
