@@ -50,9 +50,24 @@ done
 mustStandIn() {
   while IFS= read -r text; do grep -qF -e "$text" "$@" || { echo "not in $*: $text" >&2 && return 1; }; done
 }
-grep -rhoP '"\K([^"\\]|\\.)+(?="_big5)|(log\w+|failed\w*)\((k\w+, )?"\K([^"\\]|\\.)+' api base pki --include='*.cpp' |
-  sed -E 's/\\[tn]//g; s/\\"/"/g; s/^\|+--- //' | mustStandIn docs/log.md docs/error-codes.md
-sed -nE 's/\\"/"/g; s/^ *\{([0-9]+), "(.*)"_big5\},$/| \1 | \2(\1) |/p' base/errors.cpp | mustStandIn docs/error-codes.md
-grep -oP '"\K\w*(\.|crlFile)\w*(?=")' base/propertykeys.h | mustStandIn docs/properties.md
+logTexts() {
+  grep -rhoP '"\K([^"\\]|\\.)+(?="_big5)|(log\w+|failed\w*)\((k\w+, )?"\K([^"\\]|\\.)+' api base pki --include='*.cpp' |
+    sed -E 's/\\[tn]//g; s/\\"/"/g; s/^\|+--- //'
+}
+messages() { sed -nE 's/\\"/"/g; s/^ *\{([0-9]+), "(.*)"_big5\},$/| \1 | \2(\1) |/p' base/errors.cpp; }
+keys() { grep -oP '"\K\w*(\.|crlFile)\w*(?=")' base/propertykeys.h; }
+for manual in docs docs/zh-TW; do
+  logTexts | mustStandIn "$manual/log.md" "$manual/error-codes.md"
+  messages | mustStandIn "$manual/error-codes.md"
+  keys | mustStandIn "$manual/properties.md"
+done
+
+# Both languages name the same commands and options; comments and the trailing blanks before them are translated.
+commands() { awk '/^```/ { isCommand = !isCommand && /^```sh/; next } isCommand' "$1" | sed -E 's/ +# .*//'; }
+options() { grep -oE 'Fl -?[a-z][a-z-]*|^\.Ss .*' "$1" | sort -u; }
+for page in docs/zh-TW/*.md; do diff <(commands "docs/${page##*/}") <(commands "$page"); done
+options tools/zepasign.1 | mustStandIn docs/man/zh_TW/zepasign.1
+
+# Each function has its line in the man page of the library.
 sed -nE '/^ZEPASIGN_API/ { s/^[^(]*\W(\w+)\((.*)\);$/.Fn \1 "\2"/; s/, /" "/g; s/"void"/void/; p }' api/ZEPASignDLL.h |
   mustStandIn docs/man/libzepasigndll.3
