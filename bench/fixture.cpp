@@ -65,7 +65,7 @@ std::string Fixture::propertyFile(const Job& job) {
   files_.addChain();
   demo::Properties properties = files_.properties;
   properties["LOG.level"] = job.logLevel;
-  properties["PKCS7.addCert"] = job.certificates == Certificates::kSigner ? "1" : "2";
+  properties["PKCS7.addCert"] = job.certificates == Certificates::kSigner ? '1' : '2';
   properties["PKCS7.addTimestamp"] = job.attributes ? "TRUE" : "FALSE";
   properties["PKCS7.addPlainText"] = job.embed ? "TRUE" : "FALSE";
   properties["PFX.file"] = process + ".pfx";
