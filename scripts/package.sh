@@ -6,7 +6,7 @@
 #   SOURCE_DATE_EPOCH   the date of the packages in seconds; otherwise the commit's
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh cmake debhelper dpkg-dev g++ git libcli11-dev libssl-dev ninja-build nlohmann-json3-dev
+scripts/install-deps.sh build-essential cmake debhelper git libcli11-dev libssl-dev ninja-build nlohmann-json3-dev
 
 if [ "$(git rev-parse --is-shallow-repository)" = true ] && [ -z "${ZEPASIGN_REVISION:-}" ]; then
   echo "package.sh: a shallow clone cannot count its commits; set ZEPASIGN_REVISION" >&2
