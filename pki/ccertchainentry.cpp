@@ -13,17 +13,30 @@ namespace {
 // kNotInitialised: what verify gives when there was no memory for its context.
 constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
 
-// fill: adds them all, to be trusted.
+// signedItself: whether the certificate's own key made its signature. False also for a self-issued certificate that
+// another key of the same name signed, such as those that link the old and the new key of a renewed root.
+bool signedItself(X509* certificate) { return X509_self_signed(certificate, 1) == 1; }
+
+// fill: adds them all, to be trusted; the self-signed ones first, since of several issuers that match by name libcrypto
+// takes the first.
 void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
-  for (int i = 0; i < sk_X509_num(certificates); ++i) {
-    if (X509_STORE_add_cert(store, sk_X509_value(certificates, i)) != 1) throw std::bad_alloc();
+  const ErrorQueueMark mark;
+  for (const bool selfSigned : {true, false}) {
+    for (int i = 0; i < sk_X509_num(certificates); ++i) {
+      X509* certificate = sk_X509_value(certificates, i);
+      if (signedItself(certificate) != selfSigned) continue;
+      if (X509_STORE_add_cert(store, certificate) != 1) throw std::bad_alloc();
+    }
   }
 }
 
+// verify: the X509_V code of a certificate against the store. A certificate that signed itself is its own trust anchor:
+// with default flags libcrypto would take the first certificate of its name for the issuer and refuse a renewed root.
 int verify(X509_STORE* store, X509* certificate) {
   OwnErrors errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
   if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) return kNotInitialised;
+  if (signedItself(certificate)) X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
   errors.throwIfMemoryLacks();

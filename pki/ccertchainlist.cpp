@@ -14,19 +14,13 @@
 namespace zepasign {
 namespace {
 
-// kMostCertificates: of one chain file. Its verification takes time with the square of their number.
-constexpr int kMostCertificates = 200;
-
-// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates, and not too many. Throws
-// std::bad_alloc.
+// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates. Throws std::bad_alloc.
 Pkcs7Ptr readChainFile(BIO* file) {
   OwnErrors errors;
   Pkcs7Ptr pkcs7(d2i_PKCS7_bio(file, nullptr));
   if (!pkcs7) errors.throwIfMemoryLacks();
   const bool isSigned = pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr;
-  const int count = isSigned ? sk_X509_num(pkcs7->d.sign->cert) : 0;
-  if (count > kMostCertificates) logInt(kError, "憑證鏈檔內的憑證數量過多"_big5, count);
-  if (count < 1 || count > kMostCertificates) pkcs7.reset();
+  if (!isSigned || sk_X509_num(pkcs7->d.sign->cert) < 1) pkcs7.reset();
   return pkcs7;
 }
 

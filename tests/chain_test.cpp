@@ -74,6 +74,44 @@ TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
   carries({ca, root});
 }
 
+// A certificate authority renews its root with the same key or with a new one, and links the new root to the old one,
+// or to another authority's, by certificates of the same name.
+TEST_F(Chain, RenewedAndCrossSignedRootsAreAcceptedInEveryOrder) {
+  const auto rooted = [](const Identity& issuer, const Key& own, const char* authorityKeyId) {
+    CertPlan plan = caPlan("Root", issuer);
+    plan.key = own;
+    plan.authorityKeyId = authorityKeyId;
+    return makeIdentity(plan);
+  };
+  const auto refusedOrders = [&](std::vector<Identity> identities) {
+    const Identity issuing = makeIdentity(caPlan("Issuing", identities[0]));
+    std::vector<Certificate> file = {issuing.certificate};
+    for (const Identity& each : identities) file.push_back(each.certificate);
+    cProperty property;
+    static_cast<void>(property.parse(
+        propertyText({{"P7B.path", folder.path()}, {"P7B0.name", "chain.p7b"}, {"P7B0.SKI", keyOf(issuing)}}).c_str()));
+    int refused = 0;
+    std::sort(file.begin(), file.end());
+    do {
+      folder.write("chain.p7b", makeP7b(file));
+      if (!cCertChainList().loadCertChainFiles(&property)) ++refused;
+    } while (std::next_permutation(file.begin(), file.end()));
+    return refused;
+  };
+  logger.setLevel("OFF");
+  for (const char* authorityKeyId : {"", "keyid:always"}) {
+    const Identity old = rooted({}, newEcKey(), authorityKeyId), renewed = rooted({}, old.key, authorityKeyId);
+    const Identity fresh = rooted({}, newEcKey(), authorityKeyId);
+    const Identity freshByOld = rooted(old, fresh.key, "keyid"), oldByFresh = rooted(fresh, old.key, "keyid");
+    EXPECT_EQ(refusedOrders({renewed, old}), 0) << "renewed with its own key " << authorityKeyId;
+    EXPECT_EQ(refusedOrders({fresh, old}), 0) << "renewed with a new key " << authorityKeyId;
+    EXPECT_EQ(refusedOrders({fresh, rooted(root, fresh.key, authorityKeyId), root}), 0)
+        << "signed by another root as well " << authorityKeyId;
+    EXPECT_EQ(refusedOrders({fresh, freshByOld, old}), 0) << "linked to the old one " << authorityKeyId;
+    EXPECT_EQ(refusedOrders({fresh, freshByOld, oldByFresh, old}), 0) << "linked both ways " << authorityKeyId;
+  }
+}
+
 TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
   CertPlan late = caPlan("Late", root), plain = late;
   late.notAfter = "210101000000Z";
@@ -88,8 +126,6 @@ TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
   loadsFile(p7b({ca}), key, false, broken + "unable to get local issuer certificate\n找不到根憑證可供驗章\n" + refused);
   loadsFile(pemOf("PKCS7", whole), key, false);
   loadsFile(p7b({}), key, false);
-  loadsFile(p7b(std::vector<Identity>(200, root)), keyOf(root), true);
-  loadsFile(p7b(std::vector<Identity>(201, root)), keyOf(root), false, "憑證鏈檔內的憑證數量過多 = 0x000000C9(201)\n");
   loadsFile("\x30\x0B\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x07\x01", key, false);  // data, not signed data
   loads({{"P7B.path", ""}}, false, false, "未指定 P7B 目錄!\n");
   loads({{"P7B.path", path + "/none"}}, false, false, "無法讀取 P7B 目錄!\n");
