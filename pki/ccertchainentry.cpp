@@ -1,5 +1,9 @@
+// A file may hold several certificates of one name: a renewed root, or the certificates that link an old and a new
+// root. libcrypto takes the first that fits by name for the issuer, so self-signed certificates come first into the
+// store, and each of them is verified as its own trust anchor.
 #include "pki/ccertchainentry.h"
 
+#include <algorithm>
 #include <new>
 
 #include "base/big5.h"
@@ -17,12 +21,11 @@ constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
 // another key of the same name signed, such as those that link the old and the new key of a renewed root.
 bool signedItself(X509* certificate) { return X509_self_signed(certificate, 1) == 1; }
 
-// fill: adds them all, to be trusted; the self-signed ones first, since of several issuers that match by name libcrypto
-// takes the first.
+// fill: adds them all, to be trusted; the self-signed ones first. Throws std::bad_alloc.
 void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
-  const ErrorQueueMark mark;
   for (const bool selfSigned : {true, false}) {
     for (int i = 0; i < sk_X509_num(certificates); ++i) {
+      const ErrorQueueMark mark;  // one each: many undecodable certificates would push the host's entries out
       X509* certificate = sk_X509_value(certificates, i);
       if (signedItself(certificate) != selfSigned) continue;
       if (X509_STORE_add_cert(store, certificate) != 1) throw std::bad_alloc();
@@ -30,8 +33,7 @@ void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
   }
 }
 
-// verify: the X509_V code of a certificate against the store. A certificate that signed itself is its own trust anchor:
-// with default flags libcrypto would take the first certificate of its name for the issuer and refuse a renewed root.
+// verify: the X509_V code of a certificate against the store. Throws std::bad_alloc.
 int verify(X509_STORE* store, X509* certificate) {
   OwnErrors errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
@@ -45,11 +47,11 @@ int verify(X509_STORE* store, X509* certificate) {
 
 }  // namespace
 
-cCertChainEntry::cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property)
-    : title_(std::move(title)), ski_(std::move(ski)), pkcs7_(PKCS7_dup(pkcs7)) {
+cCertChainEntry::cCertChainEntry(std::string title, const PKCS7* pkcs7, const cProperty* property)
+    : title_(std::move(title)), pkcs7_(PKCS7_dup(pkcs7)) {
   if (!pkcs7_) throw std::bad_alloc();  // it was decoded, so it can be copied
   crlList_ = std::make_unique<cCrlList>(property == nullptr ? "" : property->getProperty(keys::kCrlPath));
-  sound_ = selfVerify() && loadCrlList(property);
+  valid_ = selfVerify() && loadCrlList(property);
 }
 
 const cCertChainEntry::Authority* cCertChainEntry::findAuthority(const std::string& ski) const {
@@ -65,7 +67,7 @@ bool cCertChainEntry::selfVerify() {
   if (sk_X509_num(certificates()) > 0) {
     newStore();
     verified = verifyAll();
-    if (!verified && verifiesAnew()) throw std::bad_alloc();
+    if (!verified && mayBeValid() && freshCopyVerifies()) throw std::bad_alloc();
   }
   logBool(kInfo, "end cCertChainEntry::selfVerify()", verified);
   return verified;
@@ -81,28 +83,28 @@ void cCertChainEntry::newStore() {
 }
 
 bool cCertChainEntry::verifyAll() {
-  const int count = sk_X509_num(certificates());
-  Tally tally;
-  for (int i = 0; i < count; ++i) examine(sk_X509_value(certificates(), i), tally);
-  if (tally.lastEndEntity != nullptr) static_cast<void>(verifyCert(tally.lastEndEntity));  // for the log alone
-  if (tally.roots == 0) {
+  members_.clear();
+  for (int i = 0; i < sk_X509_num(certificates()); ++i) examine(sk_X509_value(certificates(), i));
+  const auto lastEndEntity = std::find_if(members_.rbegin(), members_.rend(),
+                                          [](const Member& member) { return member.kind == Kind::kEndEntity; });
+  if (lastEndEntity != members_.rend()) static_cast<void>(verifyCert(lastEndEntity->certificate));  // only logged
+  if (!hasRoot()) {
     logText(kError, "找不到根憑證可供驗章"_big5);
     return false;
   }
-  return tally.verified == count - tally.endEntities;
+  return std::all_of(members_.begin(), members_.end(), [](const Member& member) { return member.code == X509_V_OK; });
 }
 
-void cCertChainEntry::examine(X509* x509, Tally& tally) {
+bool cCertChainEntry::hasRoot() const noexcept {
+  return std::any_of(members_.begin(), members_.end(), [](const Member& member) { return member.kind == Kind::kRoot; });
+}
+
+void cCertChainEntry::examine(X509* x509) {
   auto certificate = std::make_unique<cX509>(x509);
   const Kind kind = kindOf(*certificate);
   if (logger.isEnabled(kDebug)) logCertificate(*certificate, kind);
-  if (kind == Kind::kEndEntity) {
-    ++tally.endEntities;
-    tally.lastEndEntity = x509;
-    return;
-  }
-  if (kind == Kind::kRoot) ++tally.roots;
-  if (verifyAuthority(std::move(certificate))) ++tally.verified;
+  const int code = kind == Kind::kEndEntity ? X509_V_OK : verifyAuthority(std::move(certificate));
+  members_.push_back({x509, kind, code});
 }
 
 // kindOf: a certificate without key usage is still a root when it is self-issued, and an end entity otherwise.
@@ -132,12 +134,12 @@ void cCertChainEntry::logCertificate(const cX509& certificate, Kind kind) {
   logText(kDebug, "\t|\t|--- 不予驗證"_big5);
 }
 
-bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
+int cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
   const int code = verify(store_.get(), certificate->get0());
   if (code != X509_V_OK) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
-    if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be sound
-    return false;
+    if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be valid
+    return code;
   }
   std::string subject = certificate->getSubjectOneLine();
   subjects_.insert(subject);
@@ -147,25 +149,30 @@ bool cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
     authorities_.try_emplace(ski, std::move(authority));  // the first of several with one key is kept
   }
   logText(kDebug, "\t|\t|--- 驗證成功"_big5);
-  return true;
+  return X509_V_OK;
 }
 
-// verifiesAnew: whether a fresh copy verifies, whose certificates have not yet kept anything that lack of memory
-// spoilt.
-bool cCertChainEntry::verifiesAnew() const {
+// mayBeValid: whether an allocation failure can be why the chain was refused. It cannot make a root disappear or
+// change a date.
+bool cCertChainEntry::mayBeValid() const {
+  return hasRoot() && std::none_of(members_.begin(), members_.end(), [](const Member& member) {
+           return member.code == X509_V_ERR_CERT_HAS_EXPIRED || member.code == X509_V_ERR_CERT_NOT_YET_VALID;
+         });
+}
+
+// freshCopyVerifies: libcrypto keeps decoded extensions in the certificate, and what it kept while memory was short
+// stays wrong without a reported error, so that the chain would be lost until the process ends. A copy decodes again.
+bool cCertChainEntry::freshCopyVerifies() const {
   const Pkcs7Ptr copy(PKCS7_dup(pkcs7_.get()));
   const X509StorePtr store(X509_STORE_new());
   if (!copy || !store) throw std::bad_alloc();
   const STACK_OF(X509)* fresh = copy->d.sign->cert;
   fill(store.get(), fresh);
-  int roots = 0;
   for (int i = 0; i < sk_X509_num(fresh); ++i) {
     X509* certificate = sk_X509_value(fresh, i);
-    const Kind kind = kindOf(cX509(certificate));
-    if (kind != Kind::kEndEntity && verify(store.get(), certificate) != X509_V_OK) return false;
-    if (kind == Kind::kRoot) ++roots;
+    if (kindOf(cX509(certificate)) != Kind::kEndEntity && verify(store.get(), certificate) != X509_V_OK) return false;
   }
-  return roots > 0;
+  return true;
 }
 
 int cCertChainEntry::verifyCert(X509* certificate) const {

@@ -1,5 +1,14 @@
 // cCertChainEntry: one CA chain, made of the certificates of one P7B file. On construction it verifies itself and loads
-// its CRLs; isSound tells how that went.
+// its CRLs; isValid tells how that went.
+//
+// The file is its own trust: all its certificates are in the store against which its roots and CAs are verified, so a
+// valid chain is complete and current, and nothing more. Certificates fall into three kinds, decided in this order:
+//
+//   root        issuer and subject are the same text
+//   CA          the key usage has keyCertSign or cRLSign (RFC 5280, section 4.2.1.3)
+//   end entity  any other, also one without key usage; it is listed in the log but not verified
+//
+// Thread rule: one thread at a time; a CryptoScope must be open.
 #ifndef ZEPASIGN_PKI_CCERTCHAINENTRY_H_
 #define ZEPASIGN_PKI_CCERTCHAINENTRY_H_
 
@@ -7,6 +16,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "pki/ccrllist.h"
 #include "pki/cx509.h"
@@ -18,17 +28,33 @@ class cProperty;
 
 class cCertChainEntry {
  public:
-  // cCertChainEntry: `title` (P7B0 to P7B9) begins the chain's CRL keys, `ski` is the configured key identifier. The
-  // PKCS#7, which must be signed data, is copied. Throws std::bad_alloc.
-  cCertChainEntry(std::string title, std::string ski, const PKCS7* pkcs7, const cProperty* property);
+  enum class Kind { kRoot, kCa, kEndEntity };
+
+  // Member: what selfVerify found out about one certificate of the file. `code` is the crypto library's verification
+  // error, X509_V_OK for one that verified and for an end entity.
+  struct Member {
+    X509* certificate;  // borrowed from the chain
+    Kind kind;
+    int code;
+  };
+
+  // cCertChainEntry: `title` (P7B0 to P7B9) begins the chain's CRL keys. The PKCS#7 is copied. Throws std::bad_alloc.
+  // REQUIRES: `pkcs7` is signed data.
+  cCertChainEntry(std::string title, const PKCS7* pkcs7, const cProperty* property);
   virtual ~cCertChainEntry() = default;
   cCertChainEntry(const cCertChainEntry&) = delete;
   cCertChainEntry& operator=(const cCertChainEntry&) = delete;
 
-  // isSound: whether the chain verified itself and its CRL settings were read.
-  [[nodiscard]] bool isSound() const noexcept { return sound_; }
+  // isValid: whether the chain verified itself and its CRL settings were read.
+  [[nodiscard]] bool isValid() const noexcept { return valid_; }
+  // hasRoot: whether a certificate of the file is a root, verified or not.
+  [[nodiscard]] bool hasRoot() const noexcept;
+  // members: every certificate in file order. crls: what the property file names; null before it was read. Both are
+  // for those who explain a chain; the library itself only asks isValid and findAuthority.
+  [[nodiscard]] const std::vector<Member>& members() const noexcept { return members_; }
+  [[nodiscard]] const cCrlList* crls() const noexcept { return crlList_.get(); }
 
-  // Authority: a verified root or CA and the fields by which a chain is climbed, since signing asks for them each time.
+  // Authority: a verified root or CA, and the fields by which the path is built, kept since every signature asks.
   struct Authority {
     std::unique_ptr<cX509> certificate;
     std::string subject;
@@ -48,29 +74,22 @@ class cCertChainEntry {
   [[nodiscard]] int verifyCert(X509* certificate) const;
 
  private:
-  enum class Kind { kRoot, kCa, kEndEntity };
-  struct Tally {
-    int roots = 0;
-    int endEntities = 0;
-    int verified = 0;
-    X509* lastEndEntity = nullptr;
-  };
-
   [[nodiscard]] STACK_OF(X509) * certificates() const noexcept;
   void newStore();
   [[nodiscard]] bool verifyAll();
-  void examine(X509* x509, Tally& tally);
-  [[nodiscard]] bool verifyAuthority(std::unique_ptr<cX509> certificate);
-  [[nodiscard]] bool verifiesAnew() const;
+  void examine(X509* x509);
+  [[nodiscard]] int verifyAuthority(std::unique_ptr<cX509> certificate);
+  [[nodiscard]] bool mayBeValid() const;
+  [[nodiscard]] bool freshCopyVerifies() const;
   [[nodiscard]] bool isIssuerKnown(const cX509& certificate) const;
   [[nodiscard]] static Kind kindOf(const cX509& certificate);
   static void logCertificate(const cX509& certificate, Kind kind);
 
-  bool sound_ = false;
+  bool valid_ = false;
   std::string title_;
-  std::string ski_;
   Pkcs7Ptr pkcs7_;
   X509StorePtr store_;
+  std::vector<Member> members_;
   std::set<std::string> subjects_;
   std::map<std::string, Authority> authorities_;
   std::unique_ptr<cCrlList> crlList_;

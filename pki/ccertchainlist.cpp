@@ -1,3 +1,5 @@
+// Loading goes through the ten indices. For each one the steps below are taken until one fails; the state that it then
+// has decides what is logged and counted, and is all that an observer is told.
 #include "pki/ccertchainlist.h"
 
 #include <algorithm>
@@ -14,32 +16,60 @@
 namespace zepasign {
 namespace {
 
-// readChainFile: the DER PKCS#7 signed-data of a file, null unless it holds certificates. Throws std::bad_alloc.
-Pkcs7Ptr readChainFile(BIO* file) {
+// readChainFile: the DER PKCS#7 signed-data of a file that holds certificates; null, and the reason, for any other.
+// Throws std::bad_alloc.
+Pkcs7Ptr readChainFile(const std::string& path, ChainState& reason) {
+  reason = ChainState::kNotOpened;
+  const platform::FilePtr file = platform::openForReading(path.c_str());
+  if (!file) return nullptr;
+  const BioPtr stream(BIO_new_fp(file.get(), BIO_NOCLOSE));
+  if (!stream) throw std::bad_alloc();
   OwnErrors errors;
-  Pkcs7Ptr pkcs7(d2i_PKCS7_bio(file, nullptr));
+  Pkcs7Ptr pkcs7(d2i_PKCS7_bio(stream.get(), nullptr));
   if (!pkcs7) errors.throwIfMemoryLacks();
-  const bool isSigned = pkcs7 && PKCS7_type_is_signed(pkcs7.get()) && pkcs7->d.sign != nullptr;
-  if (!isSigned || sk_X509_num(pkcs7->d.sign->cert) < 1) pkcs7.reset();
-  return pkcs7;
+  reason = ChainState::kNoPkcs7;
+  if (!pkcs7 || !PKCS7_type_is_signed(pkcs7.get()) || pkcs7->d.sign == nullptr) return nullptr;
+  reason = ChainState::kNoCertificates;
+  return sk_X509_num(pkcs7->d.sign->cert) < 1 ? nullptr : std::move(pkcs7);
+}
+
+ChainState judge(const cCertChainEntry& chain, const std::string& ski) {
+  if (!chain.isValid()) return chain.hasRoot() ? ChainState::kNotVerified : ChainState::kNoRoot;
+  return ski.empty() || chain.findAuthority(ski) == nullptr ? ChainState::kOtherSki : ChainState::kAccepted;
 }
 
 }  // namespace
 
-bool cCertChainList::loadCertChainFiles(const cProperty* property) {
+// Candidate: the settings of one index and, when its file could be read, its chain.
+struct cCertChainList::Candidate {
+  Candidate(const std::string& prefix, const cProperty& property)
+      : title(prefix),
+        nameKey(keys::chainName(prefix)),
+        ski(property.getProperty(keys::chainSki(prefix).c_str())),
+        name(property.getProperty(nameKey.c_str())) {}
+
+  std::string title;
+  std::string nameKey;
+  std::string ski;
+  std::string name;
+  std::string path = {};
+  std::unique_ptr<cCertChainEntry> chain = {};
+};
+
+bool cCertChainList::loadCertChainFiles(const cProperty* property, const ChainObserver& observer) {
   logText(kInfo, "begin cCertChainList::loadCertChainFiles()");
   bool accepted = false;
   try {
-    accepted = load(property);
+    accepted = load(property, observer);
   } catch (const std::bad_alloc&) {
-    chains_.clear();  // so that the next initialisation loads them all
+    chains_.clear();
     throw;
   }
   logBool(kInfo, "end cCertChainList::loadCertChainFiles()", accepted);
   return accepted;
 }
 
-bool cCertChainList::load(const cProperty* property) {
+bool cCertChainList::load(const cProperty* property, const ChainObserver& observer) {
   if (property == nullptr) {
     logText(kError, "參數錯誤 : property = NULL"_big5);
     return false;
@@ -47,72 +77,75 @@ bool cCertChainList::load(const cProperty* property) {
   folder_ = property->getProperty(keys::kChainPath);
   if (folder_.empty()) {
     logText(kError, "未指定 P7B 目錄!"_big5);
+    if (observer) observer({ChainState::kNoFolder});
     return false;
   }
   std::vector<std::string> names;
   if (!listChainFiles(names)) {
     logText(kError, "無法讀取 P7B 目錄!"_big5);
+    if (observer) observer({ChainState::kFolderUnreadable});
     return false;
   }
+  return loadAll(names, *property, observer);
+}
+
+bool cCertChainList::loadAll(const std::vector<std::string>& names, const cProperty& property,
+                             const ChainObserver& observer) {
   int opened = 0;
   int accepted = 0;
   for (int i = 0; i < keys::kMaxChains; ++i) {
-    const Outcome outcome = loadChain(keys::chainTitle(i), names, *property);
-    if (outcome != Outcome::kNotOpened) ++opened;
-    if (outcome == Outcome::kAccepted) ++accepted;
+    Candidate candidate(keys::chainTitle(i), property);
+    const ChainState state = loadChain(candidate, names, property);
+    if (state > ChainState::kNotOpened) ++opened;
+    if (observer) observer({state, candidate.title, candidate.path, candidate.chain.get()});
+    if (state != ChainState::kAccepted) continue;
+    ++accepted;
+    chains_.try_emplace(candidate.ski, std::move(candidate.chain));
+    logText(kInfo, "載入 "_big5 + candidate.nameKey + " 檔成功"_big5);
   }
   return accepted == opened;
 }
 
+bool cCertChainList::isChainFileName(const std::string& name) {
+  static constexpr std::string_view kExtension = ".p7b";
+  return name.size() >= kExtension.size() &&
+         equalsIgnoreCase(name.c_str() + name.size() - kExtension.size(), kExtension.data());
+}
+
 bool cCertChainList::listChainFiles(std::vector<std::string>& names) const {
-  constexpr std::size_t kExtensionLength = 4;
   if (!platform::listFolder(folder_, names)) return false;
-  std::erase_if(names, [](const std::string& name) {
-    return name.size() < kExtensionLength || !equalsIgnoreCase(name.c_str() + name.size() - kExtensionLength, ".p7b");
-  });
+  std::erase_if(names, [](const std::string& name) { return !isChainFileName(name); });
   return true;
 }
 
-cCertChainList::Outcome cCertChainList::loadChain(const std::string& title, const std::vector<std::string>& names,
-                                                  const cProperty& property) {
-  const std::string nameKey = keys::chainName(title);
-  const std::string ski = property.getProperty(keys::chainSki(title).c_str());
-  const std::string name = property.getProperty(nameKey.c_str());
-  const auto listed = std::find_if(names.begin(), names.end(), [&name](const std::string& candidate) {
-    return equalsIgnoreCase(candidate.c_str(), name.c_str());
+// loadChain: a valid chain with another key identifier than the configured one gets both ERROR lines: operators search
+// for either.
+ChainState cCertChainList::loadChain(Candidate& candidate, const std::vector<std::string>& names,
+                                     const cProperty& property) const {
+  if (candidate.name.empty()) return ChainState::kNotConfigured;
+  const auto listed = std::find_if(names.begin(), names.end(), [&candidate](const std::string& each) {
+    return equalsIgnoreCase(each.c_str(), candidate.name.c_str());
   });
-  if (name.empty() || listed == names.end()) return Outcome::kNotOpened;
-  if (logger.isEnabled(kInfo)) logValue(kInfo, "執行載入 "_big5 + nameKey + " 檔"_big5, name);
-  const std::string path = folder_ + platform::kFolderSeparator + *listed;
-  const platform::FilePtr file = platform::openForReading(path.c_str());
-  if (!file) return Outcome::kNotOpened;
-  const BioPtr stream(BIO_new_fp(file.get(), BIO_NOCLOSE));
-  if (!stream) throw std::bad_alloc();
-  const Pkcs7Ptr pkcs7 = readChainFile(stream.get());
-  if (!pkcs7) return Outcome::kRejected;
-  auto chain = std::make_unique<cCertChainEntry>(title, ski, pkcs7.get(), &property);
-  if (!isAcceptable(*chain, ski)) return Outcome::kRejected;
-  chains_.try_emplace(ski, std::move(chain));
-  if (logger.isEnabled(kInfo)) logText(kInfo, "載入 "_big5 + nameKey + " 檔成功"_big5);
-  return Outcome::kAccepted;
-}
-
-// isAcceptable: whether the chain is sound and holds the configured key identifier. A sound chain with another one gets
-// both lines, on purpose.
-bool cCertChainList::isAcceptable(const cCertChainEntry& chain, const std::string& ski) {
-  if (chain.isSound() && !ski.empty() && chain.findAuthority(ski) != nullptr) return true;
-  if (chain.isSound()) logErrorValue("憑證鏈 SKI 與設定檔不符"_big5, ski);
-  logText(kError, "內部驗證失敗, 這個憑證鏈捨棄不使用, 無法用來驗憑證鏈"_big5);
-  return false;
+  if (listed == names.end()) return ChainState::kNotListed;
+  logValue(kInfo, "執行載入 "_big5 + candidate.nameKey + " 檔"_big5, candidate.name);
+  candidate.path = folder_ + platform::kFolderSeparator + *listed;
+  ChainState state{};
+  const Pkcs7Ptr pkcs7 = readChainFile(candidate.path, state);
+  if (!pkcs7) return state;
+  candidate.chain = std::make_unique<cCertChainEntry>(candidate.title, pkcs7.get(), &property);
+  state = judge(*candidate.chain, candidate.ski);
+  if (state == ChainState::kOtherSki) logErrorValue("憑證鏈 SKI 與設定檔不符"_big5, candidate.ski);
+  if (state != ChainState::kAccepted) logText(kError, "內部驗證失敗, 這個憑證鏈捨棄不使用, 無法用來驗憑證鏈"_big5);
+  return state;
 }
 
 X509StackPtr cCertChainList::prepareCertChain(X509* signer) const {
-  X509StackPtr chain = signer == nullptr ? nullptr : climb(cX509(signer).getAuthorityKeyId());
+  X509StackPtr chain = signer == nullptr ? nullptr : collectIssuers(cX509(signer).getAuthorityKeyId());
   logInt(kDebug, "end cCertChainList::prepareCertChain() 數量"_big5, std::max(sk_X509_num(chain.get()), 0));
   return chain;
 }
 
-X509StackPtr cCertChainList::climb(std::string key) const {
+X509StackPtr cCertChainList::collectIssuers(std::string key) const {
   const auto entry = chains_.find(key);
   if (entry == chains_.end()) return nullptr;
   X509StackPtr chain(sk_X509_new_null());

@@ -10,8 +10,8 @@
 
 namespace zepasign {
 
-std::string joinCrlPath(const std::string& folder, const std::string& fileName) {
-  return folder.ends_with('/') ? folder + fileName : folder + '/' + fileName;
+std::string cCrlFileEntry::path() const {
+  return folder_.ends_with('/') ? folder_ + fileName_ : folder_ + '/' + fileName_;
 }
 
 bool cCrlFileEntry::loadCrl() {
@@ -19,9 +19,8 @@ bool cCrlFileEntry::loadCrl() {
   if (fileName_.empty()) {
     logText(kError, "尚未指定 CRL 儲存檔案的檔名!"_big5);
   } else {
-    const std::string path = joinCrlPath(folder_, fileName_);
-    logDebugValue("載入 CRL 檔案檔名"_big5, path);
-    if (content_.loadFromFile(path.c_str())) {
+    logDebugValue("載入 CRL 檔案檔名"_big5, path());
+    if (content_.loadFromFile(path().c_str())) {
       logInt(kDebug, "載入 CRL 檔案長度"_big5, content_.length());
       loaded = parseCrl();
     }
@@ -64,7 +63,7 @@ void cCrlFileEntry::checkNextUpdate() {
   }
 }
 
-// logRevoked: how many entries there are, and how many serial numbers, since one may stand there twice.
+// logRevoked: how many entries there are, and how many serial numbers, since one may occur twice.
 void cCrlFileEntry::logRevoked() const {
   STACK_OF(X509_REVOKED)* revoked = X509_CRL_get_REVOKED(crl_.get());
   const int count = revoked == nullptr ? 0 : sk_X509_REVOKED_num(revoked);

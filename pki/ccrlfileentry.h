@@ -1,5 +1,8 @@
-// cCrlFileEntry: one CRL file of a chain: loaded, tested for currency and logged. Nothing asks it whether a certificate
-// is revoked, and nothing about it ever rejects a chain or a signature.
+// cCrlFileEntry: one CRL file of a chain (RFC 5280, section 5): loaded, tested for currency and logged. The library
+// asks it nothing more: no CRL, whatever it says, ever rejects a chain or a signature. Who explains a configuration may
+// ask for what was found.
+//
+// Thread rule: one thread at a time; a CryptoScope must be open.
 #ifndef ZEPASIGN_PKI_CCRLFILEENTRY_H_
 #define ZEPASIGN_PKI_CCRLFILEENTRY_H_
 
@@ -19,13 +22,18 @@ class cCrlFileEntry {
   cCrlFileEntry(const cCrlFileEntry&) = delete;
   cCrlFileEntry& operator=(const cCrlFileEntry&) = delete;
 
-  // loadCrl: reads the file and parses it.
+  // loadCrl: reads the file and parses it. Throws std::bad_alloc.
   bool loadCrl();
-  // parseCrl: decodes what was read. True also for an expired CRL; isExpired tells.
+  // parseCrl: decodes what was read, which must be one CRL in DER. True also for an expired one; isExpired tells.
+  // Throws std::bad_alloc.
   bool parseCrl();
 
   // isExpired: whether the next update lay in the past when it was parsed; false without a next update.
   [[nodiscard]] bool isExpired() const noexcept { return expired_; }
+
+  // path: of the file. get0: the decoded CRL, borrowed; null unless loadCrl succeeded.
+  [[nodiscard]] std::string path() const;
+  [[nodiscard]] X509_CRL* get0() const noexcept { return crl_.get(); }
 
  private:
   void checkNextUpdate();
@@ -38,9 +46,6 @@ class cCrlFileEntry {
   bool expired_ = false;
   X509CrlPtr crl_;
 };
-
-// joinCrlPath: folder, "/" unless the folder ends in one, file name.
-[[nodiscard]] std::string joinCrlPath(const std::string& folder, const std::string& fileName);
 
 }  // namespace zepasign
 

@@ -1,4 +1,4 @@
-// cCrlList: the CRL files of one chain, by title.
+// cCrlList: the CRL files of one chain, by title (crlFile0 to crlFile4).
 #ifndef ZEPASIGN_PKI_CCRLLIST_H_
 #define ZEPASIGN_PKI_CCRLLIST_H_
 
@@ -12,20 +12,25 @@ namespace zepasign {
 
 class cCrlList {
  public:
+  // cCrlList: `folder` is CRL.path; with an empty one no file is loaded.
   explicit cCrlList(std::string folder) : folder_(std::move(folder)) {}
   virtual ~cCrlList() = default;
   cCrlList(const cCrlList&) = delete;
   cCrlList& operator=(const cCrlList&) = delete;
 
-  // addCrlFile: loads a file of the CRL folder under a title. True when a new entry was filed, whether its file could
-  // be loaded or not.
+  // addCrlFile: loads a file of the CRL folder under a title. True when a new entry was stored, whether its file
+  // could be loaded or not; false without a folder or a file name, and when the title has an entry.
   bool addCrlFile(const std::string& title, const std::string& fileName);
+
+  // entries: what was added, by title; for those who explain a configuration.
+  using Entries = std::map<std::string, std::unique_ptr<cCrlFileEntry>>;
+  [[nodiscard]] const Entries& entries() const noexcept { return entries_; }
 
  private:
   bool add(const std::string& title, const std::string& fileName);
 
   std::string folder_;
-  std::map<std::string, std::unique_ptr<cCrlFileEntry>> entries_;
+  Entries entries_;
 };
 
 }  // namespace zepasign
