@@ -71,3 +71,6 @@ options tools/zepasign.1 | mustStandIn docs/man/zh_TW/zepasign.1
 # Each function has its line in the man page of the library.
 sed -nE '/^ZEPASIGN_API/ { s/^[^(]*\W(\w+)\((.*)\);$/.Fn \1 "\2"/; s/, /" "/g; s/"void"/void/; p }' api/ZEPASignDLL.h |
   mustStandIn docs/man/libzepasigndll.3
+sed -nE 's/^\{"([^"]*)", k(.*)Level, \{"(([^"\\]|\\.)*)".*/| `\1` | \L\2\E | \3 |/; T; s/\\(["\\])/\1/g; p' \
+  tools/commands/check_findings.inc | mustStandIn docs/check.md
+grep -oP '^\| `\K[^`]+(?=` \| (good|warning|error) )' docs/check.md | mustStandIn tools/commands/check_findings.inc

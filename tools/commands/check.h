@@ -1,87 +1,102 @@
-// ConfigCheck: walks through everything that a property file names, and says in plain words what is wrong, where, and
-// what to do about it. It asks in the order in which the library reads.
+// ConfigCheck: says in plain words what is wrong with a property file and everything that it names, where, and what to
+// do about it. The library's own classes give every verdict: what loads, what verifies, which chain is taken. What
+// stands here only explains them, and looks at what the library does not ask: permissions, accounts, dates, CRLs.
+//
+// It has three parts that are called in this order: the settings, the files that they name, and what a trial signature
+// carries. Each part reports to Findings.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_CHECK_H_
 #define ZEPASIGN_TOOLS_COMMANDS_CHECK_H_
 
-#include <initializer_list>
-#include <set>
 #include <string>
+#include <vector>
 
 #include "base/cproperty.h"
+#include "pki/ccertchainlist.h"
+#include "pki/cpkcs12.h"
+#include "tools/commands/check_findings.h"
 #include "tools/files/cryptofile.h"
-#include "tools/files/propertyfile.h"
-#include "tools/terminal/io.h"
-#include "tools/terminal/messages.h"
 
 namespace zepasign::tools {
 
-// readNamedFile: of a file that a property names; false when the library could not read it either.
-[[nodiscard]] bool readNamedFile(const std::string& path, CryptoFile& file);
+// FoundFile: what a file that a property names really holds, whatever the library says of it; nothing when it cannot
+// be read. `isPem` tells it from DER and from Base64 text.
+struct FoundFile {
+  explicit FoundFile(const std::string& path);
+  CryptoFile file = {};
+  bool isPem = false;
+};
+
+// CheckInput: what all parts work on. The objects outlive the check.
+struct CheckInput {
+  std::string propertyFile;        // its path
+  const std::string& bytes;        // its content
+  const PropertyText& properties;  // the same line by line
+  const cProperty& settings;       // the same as the library reads it
+  const std::string& enced;        // what ZEPASignInitial gets beside a file with PSWD.authKey
+  int warnDays;                    // certificates that expire within so many days get a warning
+};
 
 class ConfigCheck final {
  public:
-  // ConfigCheck: `properties` and `settings` are one file, line by line and as the library reads it; `enced` is what
-  // ZEPASignInitial gets beside a file with PSWD.authKey. All three must outlive this object.
-  ConfigCheck(const PropertyText& properties, const cProperty& settings, const std::string& enced)
-      : properties_(properties), settings_(settings), enced_(enced) {}
+  ConfigCheck(const CheckInput& input, Findings& findings) : input_(input), findings_(findings) {}
 
-  // examine: the whole walk.
-  void examine();
-
-  // Findings: "good" says what is in order, a "warning" what may surprise, an "error" what must be mended.
-  void good(const std::string& key, const Message& what, std::initializer_list<std::string> arguments = {}) {
-    add("good", key, what, arguments);
-  }
-  void warn(const std::string& key, const Message& what, std::initializer_list<std::string> arguments = {}) {
-    add("warning", key, what, arguments);
-  }
-  void error(const std::string& key, const Message& what, std::initializer_list<std::string> arguments = {}) {
-    add("error", key, what, arguments);
-    hasErrors_ = true;
-  }
-
-  [[nodiscard]] bool hasErrors() const { return hasErrors_; }
-  // findings: a list of level, line (0 when the key is missing), key and message.
-  [[nodiscard]] const Json& findings() const { return findings_; }
+  // examineLines: the file as such, its permissions and owner, and every line and key.
+  void examineLines();
+  // examineSettings: the values that stand for themselves. `logIsWritten` tells whether the log took a line.
+  void examineSettings(bool logIsWritten);
+  // examineFiles: the PFX with its password and filter, then the chains with their CRLs. To be called once.
+  void examineFiles();
+  // examineSignature: the certificates that are really in a trial signature. REQUIRES: examineFiles was called.
+  void examineSignature(PKCS7* signature);
+  // explainUnsigned: why no trial signature came although the library initialised.
+  void explainUnsigned(int code);
 
  private:
-  void add(const char* level, const std::string& key, const Message& what,
-           std::initializer_list<std::string> arguments);
-  void addAtLine(const char* level, int line, const std::string& key, const std::string& message);
+  void add(const FindingKind& kind, const std::string& key, Arguments arguments = {}, const Figures& figures = {}) {
+    findings_.add(kind, key, arguments, figures);
+  }
+  [[nodiscard]] std::string value(const std::string& key) const { return input_.properties.value(key); }
+  // has: whether the key has a value, without a copy of what may be secret.
+  [[nodiscard]] bool has(const std::string& key) const {
+    const PropertyText::Pair* pair = input_.properties.find(key);
+    return pair != nullptr && !pair->value.empty();
+  }
 
-  void examineLines();
+  [[nodiscard]] bool examineMark();
   void examineKey(const PropertyText::Pair& pair);
-  void examineFolders();
-  void examineLog();
-  void examineOptions();
-  void examineInt(const std::string& key);
-  void examineFlag(const std::string& key);
+  void examinePaths();
+  void examineAccount();
+  void examineLog(bool logIsWritten);
+  void examineCertificateMode();
+  void examineFlag(const char* key);
 
   [[nodiscard]] bool findPassword(std::string& password);
-  [[nodiscard]] bool decryptPassword(const std::string& key, const std::string& license, std::string& password);
-  void examinePfx();
-  void examineSigner(X509* certificate);
-  void examineFilter(X509* certificate, const std::string& password);
+  [[nodiscard]] bool decryptPassword(const FindingKind& whenWrong, const std::string& key, std::string& password);
+  [[nodiscard]] bool examineLicense();
+  void examinePfx(const std::string& password, bool hasPassword);
+  void examineSigner();
+  void examineFilter();
   void examineConditions(const std::string& alternative);
 
   void examineChains();
-  void examineChain(const std::string& title, const std::string& path);
-  void examineAuthorities(const std::string& title, const STACK_OF(X509) * certificates);
-  [[nodiscard]] bool examineAuthority(const std::string& key, X509* certificate, X509_STORE* store);
-  void examineSki(const std::string& title, const std::set<std::string>& keyIds);
-  void examineCrls(const std::string& title);
-  void examineCrl(const std::string& key, const std::string& path);
-  void examineReach();
+  void examineChain(const ChainReport& report);
+  void explainFolder(ChainState state);
+  void explainUnlisted(const std::string& key);
+  void explainChainFile(const ChainReport& report);
+  void explainMembers(const ChainReport& report);
+  void explainSki(const ChainReport& report);
+  void examineAccepted(const ChainReport& report);
 
-  const PropertyText& properties_;
-  const cProperty& settings_;
-  const std::string& enced_;
-  Json findings_ = Json::array();
-  bool hasErrors_ = false;
-  bool pfxOpened_ = false;
-  std::string signerIssuerKeyId_;
-  bool pfxHasChain_ = false;
-  std::set<std::string> soundChains_;
+  void examineCrls(const ChainReport& report);
+  void examineCrl(const std::string& key, const cCrlFileEntry& entry, const cCertChainEntry& chain);
+  void examineRevocations(const std::string& key, const cCrlFileEntry& entry, const cCertChainEntry& chain);
+
+  void explainMissingChain(const std::string& last);
+
+  const CheckInput& input_;
+  Findings& findings_;
+  cPkcs12 credential_;
+  cCertChainList chains_;
 };
 
 }  // namespace zepasign::tools

@@ -20,11 +20,6 @@ std::string algorithmText(const X509_ALGOR* algorithm) {
   return text.data();
 }
 
-std::string keyText(const EVP_PKEY* key) {
-  const char* type = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
-  return type == nullptr ? "?" : std::string(type) + " " + std::to_string(EVP_PKEY_get_bits(key));
-}
-
 Json usageList(X509* certificate) {
   static constexpr std::array<const char*, 9> kNames = {"digitalSignature", "nonRepudiation", "keyEncipherment",
                                                         "dataEncipherment", "keyAgreement",   "keyCertSign",
@@ -70,6 +65,11 @@ std::string nameText(const X509_NAME* name) {
   char* text = nullptr;
   const long length = BIO_get_mem_data(stream.get(), &text);
   return toUtf8(std::string(text, static_cast<std::size_t>(length)));
+}
+
+std::string keyText(const EVP_PKEY* key) {
+  const char* type = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
+  return type == nullptr ? "?" : std::string(type) + " " + std::to_string(EVP_PKEY_get_bits(key));
 }
 
 Json timeText(const ASN1_TIME* time) {

@@ -9,6 +9,8 @@ namespace zepasign::tools {
 
 // nameText: "C=TW, O=..., CN=..." in UTF-8.
 [[nodiscard]] std::string nameText(const X509_NAME* name);
+// keyText: the kind and the bits of a key, "RSA 2048".
+[[nodiscard]] std::string keyText(const EVP_PKEY* key);
 // timeText: 2026-01-31T08:15:00Z; null when there is no time.
 [[nodiscard]] Json timeText(const ASN1_TIME* time);
 // daysUntil: whole days from now; negative when the time has passed.

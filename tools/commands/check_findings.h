@@ -1,0 +1,79 @@
+// Findings: what zepasign check found out. All that it can say is one list, check_findings.inc; a finding is chosen by
+// its id at compile time, and an id that is not in the list is a compile error.
+#ifndef ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
+#define ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/files/propertyfile.h"
+#include "tools/terminal/io.h"
+#include "tools/terminal/messages.h"
+
+namespace zepasign::tools {
+
+// Levels: "good" says what is in order, a "warning" what may surprise, an "error" what must be corrected.
+inline constexpr std::string_view kGoodLevel = "good";
+inline constexpr std::string_view kWarningLevel = "warning";
+inline constexpr std::string_view kErrorLevel = "error";
+
+// FindingKind: `command` corrects it or shows more, in the shell; empty when there is none. {0} to {9} stand for the
+// arguments, which are quoted in the command.
+struct FindingKind {
+  std::string_view id;
+  std::string_view level;
+  Message text;
+  std::string_view command = {};
+};
+
+inline constexpr FindingKind kFindingKinds[] = {
+#include "tools/commands/check_findings.inc"
+};
+
+consteval const FindingKind& operator""_finding(const char* id, std::size_t length) {
+  for (const FindingKind& each : kFindingKinds) {
+    if (each.id == std::string_view(id, length)) return each;
+  }
+  throw "add the finding to check_findings.inc";
+}
+
+// Figures: the numbers behind a finding, for programs: whole days until the moment that it speaks of (negative: since),
+// and a verification error of the crypto library (X509_V_ERR_...).
+struct Figures {
+  std::optional<int> days = {};
+  std::optional<int> verifyCode = {};
+};
+
+using Arguments = std::initializer_list<std::string>;
+
+class Findings final {
+ public:
+  // Findings: REQUIRES: `properties` outlives this object; it knows the lines of the keys.
+  explicit Findings(const PropertyText& properties) : properties_(properties) {}
+
+  // add: about a key, at the line where it is set, or at no line when it is missing. `arguments` are UTF-8.
+  void add(const FindingKind& kind, const std::string& key, Arguments arguments = {}, const Figures& figures = {}) {
+    addAtLine(properties_.line(key), kind, key, arguments, figures);
+  }
+  // addAtLine: about a line, 0 for the file as a whole.
+  void addAtLine(int line, const FindingKind& kind, const std::string& key, Arguments arguments = {},
+                 const Figures& figures = {});
+
+  [[nodiscard]] bool hasErrors() const noexcept { return hasErrors_; }
+  [[nodiscard]] bool hasWarnings() const noexcept { return hasWarnings_; }
+  // list: in the order of the calls; of each the id, level, line, key and message, and command, days and verifyCode
+  // when there are any.
+  [[nodiscard]] const Json& list() const noexcept { return list_; }
+
+ private:
+  const PropertyText& properties_;
+  Json list_ = Json::array();
+  bool hasErrors_ = false;
+  bool hasWarnings_ = false;
+};
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
