@@ -22,13 +22,13 @@ quietly gcc -Wall -Wextra -Iapi examples/c/{main,signer,platform_posix}.c -o "$o
   -lcrypto -Wl,-rpath,"$folder"
 
 echo "2. Making a demo CA, a signer certificate and its PFX ..."
-certificate() { # certificate NAME COMMON-NAME EXTENSIONS [OPTION...]: NAME.pem with a new key, NAME.key
-  quietly openssl req -x509 -newkey rsa:2048 -nodes -sha256 -days 365 -subj "/C=TW/O=Demo/CN=$2" -config <(
-    printf '[req]\ndistinguished_name=dn\nx509_extensions=ext\n[dn]\n[ext]\n%b\n' "$3"
-  ) -keyout "$out/$1.key" -out "$out/$1.pem" "${@:4}"
-}
-certificate ca "Demo CA" 'basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign'
-certificate signer "Demo Signer" 'keyUsage=critical,digitalSignature,nonRepudiation' -CA "$out/ca.pem" -CAkey "$out/ca.key"
+source scripts/certificate.sh
+(
+  cd "$out"
+  certificate ca 'basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign' -subj "/C=TW/O=Demo/CN=Demo CA"
+  certificate signer 'keyUsage=critical,digitalSignature,nonRepudiation' -subj "/C=TW/O=Demo/CN=Demo Signer" \
+    -CA ca.pem -CAkey ca.key
+)
 quietly openssl pkcs12 -export -name signer -inkey "$out/signer.key" -in "$out/signer.pem" -certfile "$out/ca.pem" \
   -passout pass:demo-password -out "$out/signer.pfx"
 

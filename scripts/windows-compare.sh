@@ -4,6 +4,7 @@
 # library, runs under Wine, and its property file has the line ends and backslashes of Windows. So does the tool there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/certificate.sh
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -21,9 +22,8 @@ cp "$1/api/ZEPASignDLL.dll" "$1/tools/zepasign.exe" "$work"
 
 cd "$work"
 mkdir keys
-quietly openssl req -x509 -newkey rsa:2048 -nodes -subj "/C=TW/CN=Signer" -addext keyUsage=digitalSignature -keyout key.pem \
-  -out certificate.pem
-quietly openssl pkcs12 -export -legacy -inkey key.pem -in certificate.pem -passout pass:secret -out keys/signer.pfx
+certificate signer keyUsage=digitalSignature
+quietly openssl pkcs12 -export -legacy -inkey signer.key -in signer.pem -passout pass:secret -out keys/signer.pfx
 openssl rand -out content 100000
 sed 's/$/\r/' >windows.properties <<'EOF'
 LOG.level = INFO

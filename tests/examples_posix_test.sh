@@ -3,7 +3,7 @@
 # password, the signatures of a file and of a text in Big5 and UTF-16LE, and the signer's certificate. FOLDER is shared; "c"
 # goes first, fills it, and has openssl verify the signatures. Ends with 77 where the language's runtime is not installed.
 set -euo pipefail
-source "$(dirname "$0")/support/certificate.sh"
+source "$(dirname "$0")/../scripts/certificate.sh"
 language=$1 library=$2 folder=$3
 examples=$(cd "$(dirname "$0")/../examples" && pwd)
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*} PYTHONDONTWRITEBYTECODE=1

@@ -2,7 +2,7 @@
 # interop_posix_test.sh LIBRARY: other makers' programs accept what the library signs, and it loads what they make. What
 # is not installed is named and left out.
 set -euo pipefail
-source "$(dirname "$0")/support/certificate.sh"
+source "$(dirname "$0")/../scripts/certificate.sh"
 library=$1
 source=$(realpath "$(dirname "$0")/..")
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*}
@@ -76,14 +76,14 @@ if has gpgsm; then
   openssl x509 -in ca.pem -noout -fingerprint -sha1 | sed 's/.*=//; s/://g; s/$/ S relax/' >gnupg/trustlist.txt
   quiet gpgsm --batch --import ca.pem
 fi
-judges() {
+verify() {
   ! has certtool || quiet certtool --p7-verify --inder --infile sig.p7 --load-certificate signer.pem ${1:+--load-data content}
   ! has cmsutil || quiet cmsutil -D -d nss -i sig.p7 ${1:+-c content}
   ! has gpgsm || quiet gpgsm --batch --disable-crl-checks --disable-dirmngr --verify sig.p7 ${1:+content}
 }
 sign PFX.file=openssl.pfx PKCS7.addTimestamp=TRUE
-judges
+verify
 sign PFX.file=openssl.pfx PKCS7.addPlainText=FALSE
-judges content
+verify content
 echo >>content
-if (judges content) >/dev/null; then echo "nobody objects to another content" && exit 1; fi
+if (verify content) >/dev/null; then echo "nobody objects to another content" && exit 1; fi
