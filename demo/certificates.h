@@ -1,6 +1,8 @@
-// Keys and certificates to try the library with, made in memory with libcrypto alone, so that nothing secret or
-// perishable is committed: for the demo, and for tests, fuzzers and benchmarks. Everything that cannot be made throws
-// std::runtime_error with OpenSSL's reason.
+// Keys and certificates to try the library with, made in memory with libcrypto alone, so that no private key and
+// nothing that expires is committed: for `zepasign init --demo`, tests, fuzzers and benchmarks.
+//
+// Whatever cannot be made throws std::runtime_error with OpenSSL's reason. Keys and certificates are shared, not
+// copied, and nobody changes them once they are made. One thread at a time.
 #ifndef ZEPASIGN_DEMO_CERTIFICATES_H_
 #define ZEPASIGN_DEMO_CERTIFICATES_H_
 
@@ -20,7 +22,7 @@ using Certificate = std::shared_ptr<X509>;
 // Name: the entries of a distinguished name in order, {{"C", "TW"}, {"OU", "A"}, {"OU", "B"}}; values are UTF-8.
 using Name = std::vector<std::pair<std::string, std::string>>;
 
-// Identity: a certificate and the private key to it; both null stands for nobody.
+// Identity: a certificate and the private key to it; both null means no identity.
 struct Identity {
   Key key;
   Certificate certificate;
@@ -29,19 +31,20 @@ struct Identity {
 // rsaKey: 2048 bits, made at its first use and the same for the rest of the process, since making one is slow.
 [[nodiscard]] Key rsaKey();
 
-// newRsaKey: a fresh one of 2048 bits.
+// newRsaKey: a new key of 2048 bits; takes a tenth of a second or more.
 [[nodiscard]] Key newRsaKey();
 
-// newEcKey: a fresh P-256 key; quick.
+// newEcKey: a new P-256 key; takes less than a millisecond.
 [[nodiscard]] Key newEcKey();
 
-// CertPlan: what a certificate shall say. The extensions take OpenSSL's configuration texts; an empty text leaves the
-// extension out. Malformed or rare forms go into `otherExtensions` as {"crlDistributionPoints", "DER:30:..."}.
+// CertPlan: what a certificate contains. The extensions take texts in OpenSSL's configuration syntax (x509v3_config);
+// an empty text leaves the extension out. Malformed or rare forms go into `otherExtensions` as DER, for instance
+// {"crlDistributionPoints", "DER:30:..."}. Nothing is checked, so that a plan may be wrong in any one way.
 struct CertPlan {
   Name subject = {{"C", "TW"}, {"O", "Zepa Test"}, {"CN", "Test Signer"}};
-  Identity issuer = {};                       // nobody: self-signed
-  Key key = {};                               // null: a fresh P-256 key
-  std::string serial = {};                    // hexadecimal, "-" before a negative one; empty: one that no other has
+  Identity issuer = {};                       // without one: self-signed
+  Key key = {};                               // null: a new P-256 key
+  std::string serial = {};                    // hexadecimal, "-" before a negative one; empty: a unique one
   std::string notBefore = "20200101000000Z";  // 13 characters or less: UTCTime, else GeneralizedTime; never checked
   std::string notAfter = "20991231235959Z";
   std::string digest = "SHA256";  // of the issuer's signature
@@ -56,9 +59,10 @@ struct CertPlan {
 // caPlan: a certificate authority of that common name below `issuer`, or a root.
 [[nodiscard]] CertPlan caPlan(const std::string& commonName, const Identity& issuer = {});
 
-// signerPlan: an end entity with the process's RSA key.
+// signerPlan: an end entity below `issuer` with rsaKey(), which may sign.
 [[nodiscard]] CertPlan signerPlan(const Identity& issuer);
 
+// makeIdentity: the certificate of the plan, signed by its issuer, and its key.
 [[nodiscard]] Identity makeIdentity(const CertPlan& plan);
 
 // Pki: a root, a CA below it, and a signer that the CA certified.
@@ -78,9 +82,10 @@ struct PkiPlan {
 // subjectKeyIdOf: upper-case hexadecimal, empty when the certificate has none.
 [[nodiscard]] std::string subjectKeyIdOf(const Certificate& certificate);
 
+// derOf: the certificate's bytes, as files and signatures hold them.
 [[nodiscard]] std::string derOf(const Certificate& certificate);
 
-// pemOf: `der` in PEM armour under a label such as "CERTIFICATE", "PKCS7" or "X509 CRL".
+// pemOf: `der` as PEM text (RFC 7468) under a label such as "CERTIFICATE", "PKCS7" or "X509 CRL".
 [[nodiscard]] std::string pemOf(const std::string& label, const std::string& der);
 
 }  // namespace zepasign::demo

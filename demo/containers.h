@@ -1,4 +1,5 @@
-// The files that the library reads, PFX, P7B and CRL, as bytes.
+// The files that the library reads, as bytes: PFX (PKCS #12, RFC 7292), P7B (a PKCS #7 structure that holds only
+// certificates and CRLs, RFC 2315) and CRL (RFC 5280). What cannot be made throws std::runtime_error.
 #ifndef ZEPASIGN_DEMO_CONTAINERS_H_
 #define ZEPASIGN_DEMO_CONTAINERS_H_
 
@@ -13,7 +14,8 @@ namespace zepasign::demo {
 // writes them; unencrypted has a SHA-256 MAC alone.
 enum class PfxForm { modern, legacy, unencrypted, withoutMac };
 
-// PfxPlan: an identity without its key or without its certificate makes a PFX without it.
+// PfxPlan: what a PFX contains. An identity without its key or without its certificate makes a PFX without it, which
+// the library refuses.
 struct PfxPlan {
   Identity identity = {};
   std::vector<Certificate> caCertificates = {};
@@ -21,18 +23,23 @@ struct PfxPlan {
   PfxForm form = PfxForm::modern;
   int iterations = 8;  // few: quick to load, and weak against guessing
 };
+
+// makePfx: the DER of the PFX.
 [[nodiscard]] std::string makePfx(const PfxPlan& plan);
 
-// makeP7b: a degenerate signed-data structure of certificates and CRLs (DER); both may be empty.
+// makeP7b: the DER of a chain file with these certificates and CRLs (DER each), in this order; both may be empty.
 [[nodiscard]] std::string makeP7b(const std::vector<Certificate>& certificates,
                                   const std::vector<std::string>& crls = {});
 
+// CrlPlan: what a CRL contains. It is issued in the name and with the key of `issuer`, which need not be a CA.
 struct CrlPlan {
   Identity issuer = {};
   std::vector<std::string> serials = {};  // hexadecimal; duplicates stay
   std::string lastUpdate = "20200101000000Z";
   std::string nextUpdate = "20991231235959Z";  // empty: the field is left out
 };
+
+// makeCrl: the DER of the CRL.
 [[nodiscard]] std::string makeCrl(const CrlPlan& plan);
 
 }  // namespace zepasign::demo

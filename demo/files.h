@@ -1,4 +1,6 @@
-// Folders, files and property files for those who try the library out: tests, fuzzers and benchmarks.
+// Folders, files and property files for tests, fuzzers and benchmarks. The library takes the name of a property file
+// and reads everything else from the folders that it names, so each run has a folder of its own and leaves nothing
+// behind.
 #ifndef ZEPASIGN_DEMO_FILES_H_
 #define ZEPASIGN_DEMO_FILES_H_
 
@@ -31,7 +33,8 @@ class TempFolder final {
   std::filesystem::path path_;
 };
 
-// Properties: the pairs of a property file; `propertyText` gives them as lines, ordered by key.
+// Properties: the pairs of a property file, each key once. `propertyText` gives them as lines, ordered by key; a pair
+// with an empty value becomes a line too, which the library takes for a missing key.
 using Properties = std::map<std::string, std::string>;
 [[nodiscard]] std::string propertyText(const Properties& properties);
 

@@ -1,4 +1,5 @@
-// What this folder's sources share in talking to libcrypto.
+// How libcrypto's functions are called here: a failure throws, an object is freed by its owner, DER is a string. For
+// the sources of this folder and for tests that call libcrypto themselves.
 #ifndef ZEPASIGN_DEMO_HANDLES_H_
 #define ZEPASIGN_DEMO_HANDLES_H_
 
@@ -11,11 +12,12 @@
 
 namespace zepasign::demo {
 
-// Owned: a handle of a type for which the library itself has no alias.
+// Owned: the owner of a libcrypto object, of a type for which the library itself has no alias.
 template <auto Free, class T>
 using Owned = std::unique_ptr<T, FreeWith<Free>>;
 
-// must: the pointer or the flag itself; throws with OpenSSL's reason when it says failure.
+// must: returns the pointer or flag when it says success; else throws std::runtime_error that names `what` and
+// OpenSSL's reason, and empties the error queue.
 template <class T>
 T must(T result, const char* what) {
   if (result) return result;
@@ -24,7 +26,7 @@ T must(T result, const char* what) {
   throw std::runtime_error(std::string(what) + ": " + (reason ? reason : "no reason"));
 }
 
-// encode: the DER bytes of any type that has an i2d function.
+// encode: the DER bytes of an object, as in encode<i2d_X509>(certificate); throws when it cannot be encoded.
 template <auto ToDer, class T>
 std::string encode(const T* object) {
   std::string der(static_cast<std::size_t>(must(std::max(ToDer(object, nullptr), 0), "DER")), '\0');
@@ -33,7 +35,8 @@ std::string encode(const T* object) {
   return der;
 }
 
-// decode: the object that the DER bytes hold.
+// decode: the object that the DER bytes hold, as a raw pointer that the caller owns. Further bytes behind it are
+// ignored.
 template <auto FromDer>
 auto decode(const std::string& der) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());

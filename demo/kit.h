@@ -1,4 +1,5 @@
-// A throwaway PKI to play with: a CA whose key is forgotten at once, and what it issued.
+// The files that `zepasign init --demo` writes: a new PKI each time, whose root and CA keys are dropped at once, so
+// that nobody can issue more below it.
 #ifndef ZEPASIGN_DEMO_KIT_H_
 #define ZEPASIGN_DEMO_KIT_H_
 
@@ -6,14 +7,15 @@
 
 namespace zepasign::demo {
 
+// kPassword: opens the demo's PFX. It is public; the PFX is for trying out only.
 inline constexpr const char* kPassword = "demo-password";
 
-// Kit: the bytes of the files, and the key identifier of the CA.
+// Kit: the bytes of the files, and the subject key identifier of the CA in hexadecimal, for P7B0.SKI.
 struct Kit {
   std::string pfx;    // the signer's key and certificate, opened with kPassword
-  std::string chain;  // P7B (DER) with the CA
-  std::string crl;    // DER
-  std::string ca;     // the CA in PEM, for those who verify
+  std::string chain;  // P7B (DER) with the CA and the root
+  std::string crl;    // DER, of the CA; nothing is revoked
+  std::string ca;     // the CA and the root in PEM, for those who verify
   std::string ski;
 };
 
