@@ -4,6 +4,15 @@ namespace zepasign::testing {
 
 using Pkcs12 = SignerTest;
 
+// withMacIterations: the PFX with another number of iterations of its MAC, which then does not fit any more.
+static std::string withMacIterations(const std::string& pfx, long iterations) {
+  const Pkcs12Ptr pkcs12(decode<d2i_PKCS12>(pfx));
+  const ASN1_INTEGER* number = nullptr;
+  PKCS12_get0_mac(nullptr, nullptr, nullptr, &number, pkcs12.get());
+  ASN1_INTEGER_set(const_cast<ASN1_INTEGER*>(number), iterations);
+  return encode<i2d_PKCS12>(pkcs12.get());
+}
+
 TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   const std::string good = makePfx({.identity = fixture.signer}), there = folder.path();
   std::string damaged = good;
@@ -11,7 +20,9 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   const auto fails = [&](const char* path, const char* file, const char* word, int code, const std::string& error) {
     cPkcs12 credential;
     gives(credential.loadPfxFile(path, file, word), code, error);
-    EXPECT_TRUE(!credential.privateKey() && !credential.certificate() && ERR_peek_error() == 0) << error;
+    EXPECT_EQ(credential.privateKey(), nullptr) << error;
+    EXPECT_EQ(credential.certificate(), nullptr) << error;
+    EXPECT_EQ(ERR_peek_error(), 0UL) << error;
   };
   const auto refuses = [&](const std::string& bytes, int code) {
     folder.write("bad.pfx", bytes);
@@ -21,9 +32,12 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   refuses(pemOf("PKCS12", good), 1102);
   refuses(damaged, 5208);
   refuses(makePfx({.identity = fixture.signer, .form = PfxForm::withoutMac}), 5208);
-  refuses(makePfx({.identity = {nullptr, fixture.signer.certificate}}), 5208);
-  refuses(makePfx({.identity = {fixture.signer.key, nullptr}}), 5208);
+  const std::vector<Certificate> cas = {fixture.ca.certificate};
+  refuses(makePfx({.identity = {nullptr, fixture.signer.certificate}, .caCertificates = cas}), 5208);
+  refuses(makePfx({.identity = {fixture.signer.key, nullptr}, .caCertificates = cas}), 5208);
   refuses(makePfx({.identity = fixture.signer, .password = "other"}), 5208);
+  folder.write("bad.pfx", withMacIterations(good, INT_MAX));
+  fails(there.c_str(), "bad.pfx", "pfx-password", 5208, "pfx 檔 MAC 的重複次數過大\n");
   fails(nullptr, nullptr, nullptr, 5005, "參數 filePath 內容為 NULL\n");
   fails("", "", "", 5005, "參數 filePath 長度為 0\n");
   fails("none", nullptr, nullptr, 5005, "參數 fileName 內容為 NULL\n");
@@ -44,7 +58,9 @@ TEST_F(Pkcs12, OldAndNewFormsLoadWithAndWithoutCaCertificates) {
     EXPECT_EQ(std::max(sk_X509_num(credential.caCerts()), 0), static_cast<int>(cas));
   }
   EXPECT_EQ(load(credential, {.identity = signer, .password = "other"}), 5208);
-  EXPECT_TRUE(!credential.privateKey() && !credential.certificate() && !credential.caCerts());
+  EXPECT_EQ(credential.privateKey(), nullptr);
+  EXPECT_EQ(credential.certificate(), nullptr);
+  EXPECT_EQ(credential.caCerts(), nullptr);
 }
 
 }  // namespace zepasign::testing

@@ -75,6 +75,7 @@ class Failures : public HostProcess {
       const long before = liveBlocks();
       failAt(fault, n, lasting);
       const Outcome first = call();
+      EXPECT_EQ(openedInheritably(), 0);
       *seen_ = {first.code, failedCaller() != nullptr, isCpp(failedCaller()), 0};
       // An unreadable chain file is a reason to sign without that chain; memory that is missing for a moment is not.
       if (fault == Fault::memory || first.code != 0) {
@@ -98,8 +99,9 @@ class Failures : public HostProcess {
     for (long n = 1 + clean % step; failures == 0 || seen_->failed; n += step, ++failures) {
       meets(fault, n, lasting, call, expected);
       const bool isHidden = !seen_->failedInCpp && hidden.contains(seen_->code);
+      const bool isExpected = isHidden || seen_->code == 0 || codes.contains(seen_->code);
       hiddenOnes += isHidden ? 1 : 0;
-      EXPECT_TRUE(isHidden || seen_->code == 0 || codes.contains(seen_->code)) << n << ": " << seen_->code;
+      EXPECT_TRUE(isExpected) << n << ": " << seen_->code;
       // libcrypto itself leaks some blocks when it runs out of memory.
       if (fault == Fault::file || seen_->failedInCpp) {
         EXPECT_LE(seen_->grown, clean + 1) << n;

@@ -20,6 +20,7 @@ std::atomic<long> live{0};
 long callsLeft[2] = {0, 0};  // until the failure; 0: none fails
 bool failsOn = false;        // whether all later calls fail, too
 const void* caller = nullptr;
+long inheritable = 0;
 void (*watchFreed)(char*, std::size_t) = nullptr;
 
 bool failsNow(Fault fault, int error, const void* returnAddress) {
@@ -40,6 +41,11 @@ void look(void* block) {
   if (watchFreed != nullptr && block != nullptr) watchFreed(static_cast<char*>(block), malloc_usable_size(block));
 }
 
+int noted(int flags) {
+  if ((flags & O_CLOEXEC) == 0) ++inheritable;
+  return flags;
+}
+
 // next: the C library's own function of that name.
 template <class Function>
 Function* next(Function* /*like*/, const char* name) {
@@ -54,6 +60,7 @@ void failAt(Fault fault, long n, bool lasting) {
 }
 void endFaults() { callsLeft[0] = callsLeft[1] = 0; }
 const void* failedCaller() { return caller; }
+long openedInheritably() { return inheritable; }
 long liveBlocks() { return live; }
 void watchFrees(void (*watch)(char*, std::size_t)) { watchFreed = watch; }
 
@@ -98,7 +105,7 @@ void free(void* block) {
     return FAILS(file, error) ? failure : real values;             \
   }
 // clang-format off
-FAILING(int, open, (const char* path, int flags, ...), (path, flags, 0666), -1, EMFILE)
+FAILING(int, open, (const char* path, int flags, ...), (path, zepasign::testing::noted(flags), 0666), -1, EMFILE)
 FAILING(ssize_t, write, (int file, const void* bytes, std::size_t size), (file, bytes, size), -1, ENOSPC)
 FAILING(int, mkdir, (const char* path, mode_t mode), (path, mode), -1, ENOSPC)
 FAILING(DIR*, opendir, (const char* path), (path), nullptr, EMFILE)

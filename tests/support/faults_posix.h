@@ -16,6 +16,9 @@ void failAt(Fault fault, long n, bool lasting);
 // endFaults: from now on nothing fails.
 void endFaults();
 
+// openedInheritably: how many files were opened that a program started by this process would inherit.
+[[nodiscard]] long openedInheritably();
+
 // failedCaller: the return address of the first call that failed; null when none has.
 [[nodiscard]] const void* failedCaller();
 
