@@ -112,7 +112,7 @@ TEST(LogPosix, EndsWithoutSignalOrWaitingWhateverTheStandardOutputIs) {
   close(file);
 }
 
-TEST(LogPosix, GivesNoMoreRightsThanTheUmaskLeaves) {
+TEST(LogPosix, GivesNoMorePermissionsThanTheUmaskLeaves) {
   const TempFolder folder;
   const fs::path logs = folder.path("a/b");
   const mode_t before = umask(027);
@@ -124,7 +124,7 @@ TEST(LogPosix, GivesNoMoreRightsThanTheUmaskLeaves) {
   EXPECT_EQ(fs::directory_iterator(logs)->status().permissions(), fs::perms(0640));
 }
 
-TEST(FilePosix, LoadsOnlyOrdinaryFilesThatCanBeReadWhole) {
+TEST(FilePosix, LoadsOnlyRegularFilesThatCanBeReadWhole) {
   const TempFolder folder;
   const std::string fifo = folder.path("fifo"), huge = folder.write("huge", "x");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);

@@ -43,7 +43,7 @@ TEST(FileWindows, OpensNamesWithABackslashForASecondByte) {
   }
 }
 
-TEST(FileWindows, OpensOnlyOrdinaryFiles) {
+TEST(FileWindows, OpensOnlyRegularFiles) {
   const TempFolder folder;
   cFile file;
   for (const std::string& path : {std::string("NUL"), std::string(R"(\\.\pipe\none)"), folder.path()}) {

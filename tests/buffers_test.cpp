@@ -8,10 +8,15 @@ namespace zepasign::testing {
 
 TEST(Buffers, FillingReplacesAndFailingEmpties) {
   cBytes buffer;
-  EXPECT_TRUE(buffer.set("longer", 6) && buffer.set("a\0b", 3));
+  EXPECT_TRUE(buffer.set("longer", 6));
+  EXPECT_TRUE(buffer.set("a\0b", 3));
   EXPECT_EQ(std::string(buffer.data(), buffer.data() + 5), std::string("a\0b\0\0", 5));
-  EXPECT_TRUE(!buffer.set("abc", 0) && buffer.data() == nullptr && buffer.length() == 0);
-  EXPECT_TRUE(buffer.set("old", 3) && !buffer.allocate(0) && buffer.data() == nullptr);
+  EXPECT_FALSE(buffer.set("abc", 0));
+  EXPECT_EQ(buffer.data(), nullptr);
+  EXPECT_EQ(buffer.length(), 0);
+  EXPECT_TRUE(buffer.set("old", 3));
+  EXPECT_FALSE(buffer.allocate(0));
+  EXPECT_EQ(buffer.data(), nullptr);
   EXPECT_TRUE(buffer.set("abcdef", 6));
   buffer.truncate(2);
   EXPECT_EQ(bytesOf(buffer) + reinterpret_cast<const char*>(buffer.data()), "abab");
@@ -19,12 +24,17 @@ TEST(Buffers, FillingReplacesAndFailingEmpties) {
 
 TEST(Buffers, Hex) {
   cChars text;
-  EXPECT_TRUE(text.setHex(reinterpret_cast<const unsigned char*>("\0\xAB\x7F"), 3) && !text.setHex(nullptr, 3));
+  EXPECT_TRUE(text.setHex(reinterpret_cast<const unsigned char*>("\0\xAB\x7F"), 3));
+  EXPECT_FALSE(text.setHex(nullptr, 3));
   EXPECT_EQ(std::string(text.data(), text.data() + text.length()), "00AB7F");
   cBytes bytes;
-  EXPECT_TRUE(bytes.setFromHex("0aFf!1/:g1Z9") && bytesOf(bytes) == "\x0A\xFF\x11\xF3\x01\x39");
-  for (const char* hex : {"", "0aF", kNull})
-    EXPECT_TRUE(bytes.set("old", 3) && !bytes.setFromHex(hex) && bytes.data() == nullptr) << hex;
+  EXPECT_TRUE(bytes.setFromHex("0aFf!1/:g1Z9"));
+  EXPECT_EQ(bytesOf(bytes), "\x0A\xFF\x11\xF3\x01\x39");
+  for (const char* hex : {"", "0aF", kNull}) {
+    bytes.set("old", 3);
+    EXPECT_FALSE(bytes.setFromHex(hex)) << hex;
+    EXPECT_EQ(bytes.data(), nullptr) << hex;
+  }
 }
 
 TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
@@ -44,7 +54,8 @@ TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
         encoder.add(rest.first(std::min(size, rest.size())));
       EXPECT_EQ(std::string(whole.data(), encoder.finish()), text);
     }
-    EXPECT_FALSE(whole.base64Encode(bytes.data(), 0) || whole.data() != nullptr);
+    EXPECT_FALSE(whole.base64Encode(bytes.data(), 0));
+    EXPECT_EQ(whole.data(), nullptr);
   }
 }
 
@@ -58,7 +69,7 @@ TEST(Buffers, Base64DecodesWithinTheBoundThatItNames) {
   }
 }
 
-TEST(Buffers, Base64IsReadLenientlyButNotFromOpenArmour) {
+TEST(Buffers, Base64IsReadLenientlyButNotWithoutBothPemBoundaries) {
   const TempFolder folder;
   logInto(folder, "ERROR");
   cBytes bytes;
@@ -69,8 +80,11 @@ TEST(Buffers, Base64IsReadLenientlyButNotFromOpenArmour) {
     all += bytes.base64Decode(text) ? bytesOf(bytes) + "|" : "failed";
   }
   EXPECT_EQ(all, "A|AB|AB|ABABC|ABC|ABCA|<|\x01\x04\x10|A@I|\x05\x04\x10|ABCAB|ABC|\x10|");
-  for (const char* text : {kNull, "", "\r\n ", "-----BEGIN X", "-----BEGIN X-----\r\nQUJD"})
-    EXPECT_TRUE(bytes.set("old", 3) && !bytes.base64Decode(text) && bytes.data() == nullptr) << text;
+  for (const char* text : {kNull, "", "\r\n ", "-----BEGIN X", "-----BEGIN X-----\r\nQUJD"}) {
+    bytes.set("old", 3);
+    EXPECT_FALSE(bytes.base64Decode(text)) << text;
+    EXPECT_EQ(bytes.data(), nullptr) << text;
+  }
   EXPECT_EQ(logOf(folder.path()), big5("ERROR cBytes::base64Decode() ----- BEGIN 不對稱\n"
                                        "ERROR cBytes::base64Decode() ----- END 不對稱\n"));
 }

@@ -12,8 +12,11 @@ TEST(File, HoldsEveryByteOfTheLastFileOrNothing) {
     EXPECT_TRUE(file.loadFromFile(folder.write("file", bytes).c_str()));
     EXPECT_EQ(bytesOf(file), bytes);
   }
-  for (const char* path : {"100%s%n", ".", "", kNull})
-    EXPECT_TRUE(file.set("old", 3) && !file.loadFromFile(path) && file.data() == nullptr) << path;
+  for (const char* path : {"100%s%n", ".", "", kNull}) {
+    file.set("old", 3);
+    EXPECT_FALSE(file.loadFromFile(path)) << path;
+    EXPECT_EQ(file.data(), nullptr) << path;
+  }
   EXPECT_EQ(logOf(folder.path()), "ERROR Open file = 100%s%n\nERROR Open file = .\n");
 }
 

@@ -25,7 +25,8 @@ TEST(Log, WritesPendingLinesFirstIntoTheFileOfTheDay) {
            " : %s.A" + fill + "\n";
   };
   const std::string pending = writeAll(std::string(12, ' '));  // only pending rows are filled up
-  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x") && readLog(folder.path()).empty());
+  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x"));
+  EXPECT_TRUE(readLog(folder.path()).empty());
   const std::string direct = writeAll("");
   EXPECT_EQ(logOf(folder.path()), pending + "DEBUG end cFile::createFolder() return = true\n" + direct);
   const std::string text = readFile(folder.path("x." + platform::localDateText().substr(0, 8)));
@@ -92,9 +93,12 @@ TEST(Log, FileIsChosenOnceAndItsFoldersAreMade) {
   const TempFolder folder;
   const std::string belowAFile = folder.write("file", "") + "/a", nested = folder.path("a/b//c/");
   cLog log;
-  EXPECT_FALSE(log.setLogFile(nullptr, "x") || log.setLogFile("", "x") || log.setLogFile(nested.c_str(), ""));
+  EXPECT_FALSE(log.setLogFile(nullptr, "x"));
+  EXPECT_FALSE(log.setLogFile("", "x"));
+  EXPECT_FALSE(log.setLogFile(nested.c_str(), ""));
   EXPECT_FALSE(log.setLogFile(belowAFile.c_str(), "x"));
-  EXPECT_TRUE(log.setLogFile(nested.c_str(), "x") && !log.setLogFile(folder.path().c_str(), "y"));
+  EXPECT_TRUE(log.setLogFile(nested.c_str(), "x"));
+  EXPECT_FALSE(log.setLogFile(folder.path().c_str(), "y"));
   log.writeText("WARN", "here");
   const std::string created = "DEBUG end cFile::createFolder() return = ";
   EXPECT_EQ(logOf(nested), created + "false\n" + created + "true\nWARN here\n");

@@ -6,7 +6,8 @@ namespace zepasign::testing {
 
 TEST(Property, LineForms) {
   cProperty property;
-  EXPECT_TRUE(property.parse("= the key is empty") && property.getProperty(kNull).empty());
+  EXPECT_TRUE(property.parse("= the key is empty"));
+  EXPECT_EQ(property.getProperty(kNull), "");
   EXPECT_TRUE(
       property.parse("a=1\n \t b =  2 \r\n\x02 c\x7F=\x7F\t3\x0B\nd = e = f\r\n  #x = 4\n#a = 5\n;b = 6\n"
                      "A = 6\nA = 7 # note\n\xB8\xF4 =\xFF C:\\\xB3\\\xA5\\\r\nno pair\n\n = empty key\n"));
@@ -20,7 +21,8 @@ TEST(Property, LoadsUntilAFileHasPairsInLinesOf511CharactersAtMost) {
   logInto(folder, "ERROR");
   cProperty property;
   const std::string longest = "a=" + std::string(509, 'x'), tooLong = "\n" + longest + "\n" + longest + "\r\n";
-  EXPECT_FALSE(property.loadFromFile("") || property.loadFromFile("%d"));
+  EXPECT_FALSE(property.loadFromFile(""));
+  EXPECT_FALSE(property.loadFromFile("%d"));
   for (const char* text : {"# a = b\n;a = b\r\nno pair", "", tooLong.c_str(), longest.c_str(), "a = 2"}) {
     EXPECT_EQ(property.loadFromFile(folder.write("file", text)), *text == 'a');
     EXPECT_EQ(property.getProperty("a").size(), *text == 'a' ? 509U : 0U);
@@ -36,7 +38,8 @@ TEST(Property, LogsEveryValueButSecrets) {
   std::string expected = big5("INFO 重設 LOG Level = DEBUG\nDEBUG end cFile::createFolder() return = true\n");
   for (const std::string key : {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD",
                                 "PSWD.lincense", "x.PASSWORD", "PWD", "my.Licence", "AUTHKEY2", "PFX.path"}) {
-    EXPECT_TRUE(property.parse((key + "=%s\n" + key + " = %s").c_str()) && property.getProperty(key.c_str()) == "%s");
+    EXPECT_TRUE(property.parse((key + "=%s\n" + key + " = %s").c_str()));
+    EXPECT_EQ(property.getProperty(key.c_str()), "%s");
     const std::string shown = key == "PFX.path" ? " = %s\n" : " = ********\n";
     const std::string insert = "DEBUG Insert MAP Name = " + key + "\nDEBUG Insert MAP Value" + shown;
     expected += insert + "WARN Erase duplicate MAP Name = " + key + "\n" + insert +
@@ -70,7 +73,8 @@ TEST(Property, NumbersAndFlags) {
   }
   const std::string invalid = "invalid stoi argument|", range = "stoi argument out of range|";
   EXPECT_EQ(results, "42|-7|12|2147483647|-2147483648|-1|" + invalid + invalid + invalid + range + range + range);
-  EXPECT_TRUE(property.parse("a = tRuE\nb = yes\nc = TRUE1") && property.getPropertyBool("a"));
+  EXPECT_TRUE(property.parse("a = tRuE\nb = yes\nc = TRUE1"));
+  EXPECT_TRUE(property.getPropertyBool("a"));
   for (const char* key : {"b", "c", "A", "", kNull}) EXPECT_FALSE(property.getPropertyBool(key));
 }
 

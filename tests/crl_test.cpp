@@ -5,7 +5,7 @@ namespace zepasign::testing {
 
 using Crl = SignerTest;
 
-TEST_F(Crl, EachFileIsFiledAndJudged) {
+TEST_F(Crl, EachFileIsStoredAndChecked) {
   const std::string sound = makeCrl({.issuer = fixture.ca});
   cCrlList list(folder.path() + "/");
   const auto adds = [&](const char* name, const std::string& content, bool parsed, bool expired,
@@ -20,7 +20,7 @@ TEST_F(Crl, EachFileIsFiledAndJudged) {
   adds("endless", makeCrl({.issuer = fixture.ca, .nextUpdate = ""}), true, false);
   adds("late", makeCrl({.issuer = fixture.ca, .nextUpdate = "20210101000000Z"}), true, true,
        "驗 CRL 效期 : CRL 已過期\n");
-  adds("armoured", pemOf("X509 CRL", sound), false, false,
+  adds("pem", pemOf("X509 CRL", sound), false, false,
        "解析 crl 失敗, OpenSSL 錯誤訊息 = error:068000A8:asn1 encoding routines::wrong tag\n");
   adds("empty", "", false, false, "尚未載入 CRL 內容!\n");
   gives(list.addCrlFile("sound", "other"), false, "CRL 重覆設定 = sound\n");

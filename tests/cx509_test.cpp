@@ -27,7 +27,7 @@ TEST(X509, DatesAreUtcPlusEightInEveryZone) {
 TEST(X509, NamesSerialsAndUsages) {
   const Identity chen = makeIdentity({.subject = {{"OU", "A"}, {"CN", "Chen"}}, .issuer = makeIdentity(caPlan("CA"))});
   const X509Ptr decoded(decode<d2i_X509>(derOf(chen.certificate)));
-  EXPECT_EQ(cX509(decoded.get()).getSubjectCN(), "");  // as hosts know it, whatever the name says
+  EXPECT_EQ(cX509(decoded.get()).getSubjectCN(), "");  // callers depend on it, whatever the name says
   EXPECT_FALSE(cX509(decoded.get()).isSelfIssued());
   for (const auto& [last, length] : {std::pair{59U, 511U}, {60U, 448U}}) {  // cut behind the last whole entry
     Name subject(7, {"OU", std::string(60, 'x')});

@@ -79,11 +79,14 @@ TEST_F(Initial, OverwritesWhatItReadsAndLoadsChainsOnce) {
   fixture.properties["PFX.signerFilter"] = "//S_CN=Test Signer//";
   ASSERT_TRUE(initialise());
   EXPECT_EQ(facts().digest, "SHA1") << "a missing digest keeps the earlier one";
-  EXPECT_TRUE(facts().certificates.empty() && facts().detached && facts().attributes.empty());
+  EXPECT_EQ(facts().certificates, Lines());
+  EXPECT_EQ(facts().attributes, Lines());
+  EXPECT_TRUE(facts().detached);
   fixture.properties = {{"PKCS7.addTimestamp", "true"}, {"PKCS7.addCert", "2"}, {"PFX.pswd", "wrong"}};
   fixture.properties.insert(sound.begin(), sound.end());
   ASSERT_FALSE(initialise());
-  EXPECT_TRUE(facts().digest == "SHA256" && !facts().detached && facts().attributes.size() == 3) << "what it had read";
+  EXPECT_EQ(facts().digest, "SHA256") << "what it had read";
+  EXPECT_EQ(facts().attributes.size(), 3U) << "what it had read";
   EXPECT_EQ(facts().certificates, Lines({derOf(fixture.signer.certificate)}))
       << "but the credential is the earlier one";
   fixture.properties["PFX.pswd"] = sound.at("PFX.pswd");

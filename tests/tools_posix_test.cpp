@@ -175,8 +175,9 @@ TEST_F(ToolTest, SpeaksTheLocalesLanguageInItsEncoding) {
   EXPECT_NE(std::string::npos, mistyped.output.find("未知的子命令 sgin: 是否為 sign?"));
   EXPECT_NE(std::string::npos, run("verify --contnt a b").output.find("is --content meant?"));
   // Every mistake is told in Chinese: no sentence of the option parser comes through.
-  for (const char* wrong : {"", "verify", "sign -c", "sign -c x --jobs 999 f", "sign -c x --text GBK f", "show -- a b -x",
-                            "sign --der --pem -c x f", "sign -c x -c y f", "sign -c x --jobs a f", "passwd -c x a b"}) {
+  for (const char* wrong :
+       {"", "verify", "sign -c", "sign -c x --jobs 999 f", "sign -c x --text GBK f", "show -- a b -x",
+        "sign --der --pem -c x f", "sign -c x -c y f", "sign -c x --jobs a f", "passwd -c x a b"}) {
     const std::string said = run(wrong, "LC_ALL=zh_TW.UTF-8").output;
     EXPECT_FALSE(std::regex_search(said, std::regex("[A-Za-z]{3,} [a-z]{2,} [a-z]{2,}"))) << wrong << ": " << said;
   }

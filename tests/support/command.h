@@ -1,4 +1,4 @@
-// Other programs as judges of our signatures; POSIX only: include it from tests that are built there alone.
+// Other programs, which verify our signatures; POSIX only.
 #ifndef ZEPASIGN_TESTS_SUPPORT_COMMAND_H_
 #define ZEPASIGN_TESTS_SUPPORT_COMMAND_H_
 
