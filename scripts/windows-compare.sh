@@ -1,24 +1,49 @@
 #!/usr/bin/env bash
-# windows-compare.sh BUILD-FOLDER: fails unless the DLL in that folder and the Linux library make the same signature,
-# byte for byte, from the same PFX and content. A C host signs on both sides; on Windows it is linked with the import
-# library, runs under Wine, and its property file has the line ends and backslashes of Windows. So does the tool there.
+# windows-compare.sh I386-ROOT: fails unless the DLLs for x86-64 and x86 and the Linux library make the same signature,
+# byte for byte, from the same PFX and content. The C example signs on each side; on Windows it is once made by MinGW,
+# and once linked as Microsoft's toolchain does: by lld-link, with the import library ZEPASignDLL.lib and the Universal C
+# Runtime, which is not the runtime of the DLL. The tool signs as well. The property file has the line ends and
+# backslashes of Windows. The x86 programs run in the i386 root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/certificate.sh
+scripts=$PWD/scripts root=$1 work=$1/compare
+mkdir "$work"
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 # quietly runs a command whose messages matter only when it fails.
 quietly() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
 
-quietly cmake --preset release --log-level=WARNING >/dev/null
-quietly cmake --build --preset release >/dev/null
-example=(-Iapi examples/c/main.c examples/c/signer.c)
-gcc "${example[@]}" examples/c/platform_posix.c -o "$work/sign" -Lbuild/release/api -lZEPASignDLL -lcrypto \
-  -Wl,-rpath,"$PWD/build/release/api"
-x86_64-w64-mingw32-gcc-posix "${example[@]}" examples/c/platform_windows.c -o "$work/sign.exe" -L"$1/api" -lZEPASignDLL \
-  -lcrypt32
-cp "$1/api/ZEPASignDLL.dll" "$1/tools/zepasign.exe" "$work"
+# makeHosts PROCESSOR: into the folder PROCESSOR, beside the DLL and the tool.
+makeHosts() {
+  local folder=$work/$1 built=build/windows-$1 system=/usr/$1-w64-mingw32/lib
+  mkdir "$folder"
+  cp "$built/api/ZEPASignDLL.dll" "$built/tools/zepasign.exe" "$folder"
+  "$1-w64-mingw32-gcc-posix" -Iapi "${example[@]}" examples/c/platform_windows.c -o "$folder/mingw.exe" -L"$built/api" \
+    -lZEPASignDLL -lcrypt32
+  for file in "${example[@]}" examples/c/platform_windows.c scripts/windows-crt.c; do
+    clang "--target=$1-w64-windows-gnu" -D_UCRT -D__USE_MINGW_ANSI_STDIO=0 -fno-builtin -mno-stack-arg-probe -Iapi -c \
+      "$file" -o "$folder/$(basename "$file" .c).obj"
+  done
+  lld-link /nologo /subsystem:console /entry:mainCRTStartup /safeseh:no "/out:$folder/microsoft.exe" "$folder"/*.obj \
+    "$built/api/ZEPASignDLL.lib" "$system"/lib{ucrtbase,kernel32,crypt32}.a
+}
+# run PROCESSOR PROGRAM ARGUMENT...: under Wine, in the folder with keys and content.
+run() {
+  if [ "$1" = x86_64 ]; then
+    (cd "$work" && /usr/lib/wine/wine64 "$1/$2.exe" "${@:3}")
+  else
+    # shellcheck disable=SC2016 # the inner shell's own arguments
+    "$scripts/windows-x86-root.sh" "$root" sh -c 'cd /compare && exec wine "$@"' sh "$1/$2.exe" "${@:3}"
+  fi
+}
+
+quietly cmake --preset dev --log-level=WARNING >/dev/null
+quietly cmake --build --preset dev --target ZEPASignDLL >/dev/null
+example=(examples/c/main.c examples/c/signer.c)
+gcc -Iapi "${example[@]}" examples/c/platform_posix.c -o "$work/sign" -Lbuild/dev/api -lZEPASignDLL -lcrypto \
+  -Wl,-rpath,"$PWD/build/dev/api"
+makeHosts x86_64
+makeHosts i686
 
 cd "$work"
 mkdir keys
@@ -39,8 +64,11 @@ PFX.pswd = secret
 EOF
 sed 's/\r//; s#\\#/#; s/windows/linux/' windows.properties >linux.properties
 quietly ./sign linux.properties content >linux.b64
-quietly /usr/lib/wine/wine64 sign.exe windows.properties content >windows.b64
-diff --strip-trailing-cr linux.b64 windows.b64
-quietly /usr/lib/wine/wine64 zepasign.exe sign -c windows.properties -o - content |
-  diff --strip-trailing-cr <(head -n 1 linux.b64) -
-echo "windows-compare.sh: the signatures of both libraries are equal ($(wc -c <linux.b64) bytes)"
+for processor in x86_64 i686; do
+  for host in mingw microsoft; do
+    quietly run "$processor" "$host" windows.properties content | diff --strip-trailing-cr linux.b64 -
+  done
+  quietly run "$processor" zepasign sign -c windows.properties -o - content |
+    diff --strip-trailing-cr <(head -n 1 linux.b64) -
+done
+echo "windows-compare.sh: the signatures of the three libraries are equal ($(wc -c <linux.b64) bytes)"
