@@ -146,6 +146,8 @@ const Mistake kMistakes[] = {
     {"filter-without-conditions", "PFX.signerFilter", "//", set("PFX.signerFilter", "//S_CN=Test Signer")},
     {"filter-unclosed", "PFX.signerFilter", "both sides", set("PFX.signerFilter", "//S_C=TW//S_CN=Chen")},
     {"filter-unknown-condition", "PFX.signerFilter", "write S_ or I_", set("PFX.signerFilter", "//CN=Chen//")},
+    {"filter-unknown-condition", "PFX.signerFilter", "write S_ or I_", set("PFX.signerFilter", "////")},
+    {"filter-unknown-condition", "PFX.signerFilter", "write S_ or I_", set("PFX.signerFilter", "//S_CN=//")},
     {"filter-refuses", "PFX.signerFilter", "/CN=Test Signer", set("PFX.signerFilter", "//S_CN=Chen//")},
     {"chain-folder-missing", "P7B.path", "does not exist", set("P7B.path", "/nowhere")},
     {"chain-missing", "P7B0.name", "ls ", set("P7B0.name", "other.p7b")},
@@ -201,6 +203,14 @@ TEST(Check, FindsNothingWrongWhereNothingIs) {
   for (const Json& each : report["findings"]) EXPECT_EQ(each["level"], "good") << each.dump(1);
   EXPECT_EQ(report["certificates"].size(), 3U);
   EXPECT_EQ(files.check("--strict").exitCode, 0);
+}
+
+TEST(Check, TellsByItsExitCodeHowFarTheLibraryGets) {
+  Configuration files;
+  set("PFX.signerFilter", "//S_CN=Chen//")(files);
+  EXPECT_EQ(files.check().exitCode, 1) << "initialises, but does not sign";
+  unset("PSWD.license")(files);
+  EXPECT_EQ(files.check().exitCode, 3);
 }
 
 TEST(Check, CountsDaysAndFailsWhenToldTo) {

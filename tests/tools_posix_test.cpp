@@ -36,42 +36,11 @@ class ToolTest : public ::testing::Test {
   void writeMany(int count) const {
     for (int i = 0; i < count; ++i) folder_.write("in" + std::to_string(i), "content " + std::to_string(i));
   }
-  // message: what check says of a key in a property file with one text replaced.
-  std::string message(const std::string& key, const std::string& from, const std::string& to) const {
-    const Json report = json("check -c " + changed("bad.properties", from, to));
-    for (const Json& each : report["findings"]) {
-      if (each["key"] == key && each["level"] != "good") {
-        return each["line"].dump() + " " + each["message"].get<std::string>();
-      }
-    }
-    return "nothing";
-  }
 
   TempFolder folder_;
   std::string demo_ = folder_.path("demo");
   std::string quiet_;
 };
-
-TEST_F(ToolTest, ChecksTheDemoAndSaysWhatIsWrongAndWhere) {
-  EXPECT_EQ(0, run("check -c " + demo_ + "/app.properties").exitCode);
-  EXPECT_NE(std::string::npos,
-            message("PKCS7.addcert", "PKCS7.addCert", "PKCS7.addcert").find("is PKCS7.addCert meant"));
-  EXPECT_EQ("12 x is no number, so initialisation fails (5005): set 0, 1 or 2",
-            message("PKCS7.addCert", "addCert = 2", "addCert = x"));
-  EXPECT_NE("nothing", message("PKCS7.digest", "= SHA256", "= sha256")) << "only this exact case signs";
-  EXPECT_EQ("1 longer than 511 characters, so the whole file is refused: shorten it",
-            message("", "# Settings", "# " + std::string(512, 'x')));
-  EXPECT_NE(std::string::npos, message("PFX.file", "signer.pfx", "chain.p7b").find("is no PFX"));
-  EXPECT_NE(std::string::npos, message("PFX.signerFilter", "demo signer//", "Chen//").find("/CN=zepasign demo signer"));
-  for (const char* open : {"//CN=x//", "////", "//S_O=zepasign demo// //", "//S_CN=//"}) {
-    EXPECT_NE(std::string::npos, message("PFX.signerFilter", "//S_CN=demo signer//", open).find("is no condition"));
-  }
-  EXPECT_NE(std::string::npos, message("P7B0.SKI", "P7B0.SKI = ", "P7B0.SKI = 0").find("they have"));
-  EXPECT_NE("nothing", message("LOG.path", "LOG.path = ", "LOG.path = /dev/null/"));
-  EXPECT_NE("nothing", message("P7B0.crlFile0", "ca.crl", "ca.pem"));
-  EXPECT_EQ(3, run("check -c " + changed("a", "PSWD.license", "PSWD.licence")).exitCode);
-  EXPECT_EQ(1, run("check -c " + changed("b", "demo signer//", "Chen//")).exitCode) << "initialises, but cannot sign";
-}
 
 TEST_F(ToolTest, SignsOneFileAndTellsGoodFromTampered) {
   const std::string file = folder_.write("a", "content");
