@@ -3,9 +3,9 @@
 #include <charconv>
 #include <sstream>
 
-#include "api/ZEPASignDLL.h"
 #include "base/text.h"
 #include "tools/commands/parser_texts.h"
+#include "tools/commands/version.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/system.h"
 
@@ -28,8 +28,7 @@ CommandLine::CommandLine() : app_(helpText("PKCS#7 signatures with a key from a 
   app_.formatter(std::make_shared<HelpFormatter>());
   app_.footer(helpText("zepasign SUBCOMMAND --help tells more, with examples"_m));
   addHelp(&app_);
-  app_.set_version_flag("--version", std::string("zepasign ") + GetPkiVersion(),
-                        helpText("print the version and exit"_m));
+  app_.set_version_flag("--version", versionText, helpText("print the version and exit"_m));
 }
 
 CLI::App* CommandLine::add(const char* name, const Message& description, Action action) {

@@ -16,7 +16,8 @@ namespace zepasign::tools {
 namespace {
 
 // kLabels: the parser's own words in its help.
-constexpr Message kLabels[] = {"Usage"_m, "OPTIONS"_m, "SUBCOMMAND"_m, "Positionals"_m, "REQUIRED"_m, "Excludes"_m};
+constexpr Message kLabels[] = {"Usage"_m,    "OPTIONS"_m,  "SUBCOMMAND"_m, "Positionals"_m,
+                               "REQUIRED"_m, "Excludes"_m, "Needs"_m};
 
 struct Sentence {
   std::string_view pattern;
