@@ -15,9 +15,14 @@ namespace zepasign::tools {
 // ExitCode: how every sub-command ends.
 enum ExitCode {
   kOk = 0,
-  kFailed = 1,         // a file failed, a signature is not valid, or something must be corrected
-  kUsage = 2,          // the command line is wrong
-  kNotInitialised = 3  // the library does not initialise with this property file
+  kFailed = 1,          // a file failed, a signature is not valid, or something must be corrected
+  kUsage = 2,           // the command line is wrong
+  kNotInitialised = 3,  // the library does not initialise with this property file
+  // verify, when that is what is wrong with all signatures that are not valid:
+  kChanged = 4,   // content or signature was changed
+  kExpired = 5,   // a certificate has expired, or is not valid yet
+  kRevoked = 6,   // a certificate is revoked
+  kUntrusted = 7  // no path to a trusted certificate
 };
 
 // CommonOptions: shared by the sub-commands that initialise the library. `encedFile` holds the password that

@@ -1,9 +1,14 @@
-// zepasign show: any file that the library reads or writes, as a tree. What a file is, its content tells, not its name.
+// zepasign show: any file that the library reads or writes, in words. What a file is, its content tells, not its name.
+#include <chrono>
+#include <thread>
+
 #include "base/cleanse.h"
 #include "base/propertyrules.h"
 #include "tools/commands/command_line.h"
 #include "tools/files/describe.h"
+#include "tools/files/logfile.h"
 #include "tools/files/propertyfile.h"
+#include "tools/files/source.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
 
@@ -12,7 +17,51 @@ namespace {
 
 struct ShowOptions {
   std::vector<std::string> files;
+  std::string level;
+  bool follow = false;
   bool json = false;
+};
+
+// Listing: what was shown of the files so far. JSON is one array, whose entries are printed as they come.
+class Listing final {
+ public:
+  explicit Listing(bool json) : json_(json) {
+    if (json_) printBytes("[");
+  }
+
+  void add(const Json& entry) {
+    begin();
+    json_ ? printBytes(textOf(entry)) : printListing(entry, false);
+  }
+
+  // addLog: an entry whose lines are converted and printed one by one, a log may have any size.
+  void addLog(const std::string& name, Source& source, LevelFilter filter) {
+    begin();
+    if (json_) printBytes("{\"file\": " + textOf(name) + ", \"kind\": \"log\", \"lines\": [");
+    const char* separator = "\n";
+    std::string line;
+    while (source.readLine(line) || source.readLastLine(line)) {
+      if (!filter.passes(line)) continue;
+      json_ ? printBytes(separator + textOf(logLineText(line))) : printLine(logLineText(line));
+      separator = ",\n";
+    }
+    if (json_) printBytes("]}");
+  }
+
+  void end() const {
+    if (json_) printBytes("]\n");
+  }
+
+ private:
+  // textOf: ASCII only, so that JSON does not depend on the locale.
+  static std::string textOf(const Json& entry) { return entry.dump(2, ' ', true, Json::error_handler_t::replace); }
+
+  void begin() {
+    if (count_++ > 0) printBytes(json_ ? ",\n" : "\n");
+  }
+
+  bool json_;
+  std::size_t count_ = 0;
 };
 
 Json describeProperties(const PropertyText& text) {
@@ -32,35 +81,16 @@ Json describeWithPassword(PKCS12* pfx, const std::string& name) {
   return describePfx(pfx, password);
 }
 
-// logLine: the text is Big5, or UTF-8 with LOG.encoding; the value behind it is as the host passed it, often UTF-8.
-std::string logLine(const std::string& line) {
-  const std::size_t value = std::min(line.find(" = "), line.size());
-  return toUtf8(line.substr(0, value)) + toUtf8(line.substr(value));
-}
-
-// describeLog: a daily log begins with a time stamp, 2026/01/31 08:15:00.123
-Json describeLog(const std::string& bytes) {
-  Json lines = Json::array();
-  for (std::size_t at = 0, end = 0; at < bytes.size(); at = end + 1) {
-    end = std::min(bytes.find('\n', at), bytes.size());
-    lines.push_back(logLine(bytes.substr(at, end - at)));
-  }
-  return {{"kind", "log"}, {"lines", lines}};
-}
-
-bool isLog(const std::string& bytes) {
-  return bytes.size() > 24 && bytes[4] == '/' && bytes[7] == '/' && bytes[13] == ':' && bytes[19] == '.';
-}
-
-// describe: null when the bytes are nothing that is known.
+// describe: null when the bytes are nothing that is known. PEM of another kind, a private key perhaps, is no property
+// file, although its Base64 text may end in "=".
 Json describe(const std::string& bytes, const std::string& name) {
-  if (isLog(bytes)) return describeLog(bytes);
   const CryptoFile file = parseCryptoFile(bytes);
   if (file.pfx) return describeWithPassword(file.pfx.get(), name);
   if (file.pkcs7) return describePkcs7(file.pkcs7.get());
+  if (file.request) return describeRequest(file.request.get());
   if (!file.crls.empty()) return describeCrl(file.crls.front().get());
   if (file.certificates.empty()) {
-    const PropertyText properties(bytes);
+    const PropertyText properties(file.hasPemObject ? "" : bytes);
     return properties.pairs().empty() ? Json() : describeProperties(properties);
   }
   Json list = Json::array();
@@ -68,24 +98,68 @@ Json describe(const std::string& bytes, const std::string& name) {
   return {{"kind", "certificate"}, {"certificates", list}};
 }
 
-int runShow(const ShowOptions& options) {
-  Json listing = Json::array();
-  int result = kOk;
-  for (const std::string& file : options.files) {
-    const std::string name = fromTerminal(file);
-    std::string bytes;
-    const bool isRead = readAll(file, bytes);
-    Json described = isRead ? describe(bytes, name) : Json();
-    if (described.is_null()) {
-      printError(isRead ? tr("{0}: not a file that this system knows"_m, {name}) : tr("{0}: cannot be read"_m, {name}));
-      result = kFailed;
-      continue;
-    }
-    Json entry = {{"file", name}};
-    entry.update(described);
-    listing.push_back(std::move(entry));
+// showFile: an ExitCode, an error message printed unless it is kOk.
+int showFile(const ShowOptions& options, const std::string& path, Listing& listing) {
+  const auto refuse = [name = fromTerminal(path)](const Message& why) {
+    printError(tr(why, {name}));
+    return kFailed;
+  };
+  const std::string name = fromTerminal(path);
+  Source source(path);
+  if (isLog(source.head())) {
+    listing.addLog(name, source, LevelFilter(options.level));
+    return source.isGood() ? kOk : refuse("{0}: cannot be read"_m);
   }
-  printListing(listing, options.json);
+  std::string bytes;
+  const CleanseOnExit wipe(bytes);
+  const bool isRead = mayBeKnown(source.head()) && source.readRest(bytes, kMaxFileLength);
+  if (!source.isGood()) return refuse("{0}: cannot be read"_m);
+  const Json described = isRead ? describe(bytes, name) : Json();
+  if (described.is_null()) return refuse("{0}: not a file that this system knows"_m);
+  Json entry = {{"file", name}};
+  entry.update(described);
+  listing.add(entry);
+  return described.value("opened", true) ? kOk : refuse("the password does not open {0}, or the file is damaged (5208)"_m);
+}
+
+// follow: shows the log's lines as they are written, and goes on with the next day's file; ends when nobody reads the
+// output any more.
+int follow(std::string path, LevelFilter filter) {
+  constexpr std::chrono::milliseconds kPause(200);
+  auto source = std::make_unique<Source>(path);
+  if (!isLog(source->head())) {
+    printError(tr("{0}: is no log"_m, {fromTerminal(path)}));
+    return kFailed;
+  }
+  std::string line;
+  while (flushOutput()) {
+    bool isIdle = true;
+    for (; source->readLine(line); isIdle = false) {
+      if (filter.passes(line)) printLine(logLineText(line));
+    }
+    const std::string next = isIdle ? nextDaysFile(path) : "";
+    if (!next.empty()) {
+      path = next;
+      source = std::make_unique<Source>(path);
+    } else if (isIdle) {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
+  return kOk;
+}
+
+int runShow(const ShowOptions& options) {
+  if (options.follow && (options.json || options.files.size() > 1)) {
+    printError(tr("--follow shows one log, and not as JSON"_m));
+    return kUsage;
+  }
+  if (options.follow) return follow(options.files.front(), LevelFilter(options.level));
+  Listing listing(options.json);
+  int result = kOk;
+  for (const std::string& path : options.files) {
+    if (showFile(options, path, listing) != kOk) result = kFailed;
+  }
+  listing.end();
   return result;
 }
 
@@ -98,10 +172,16 @@ void addShow(CommandLine& line) {
       ->add_option(helpText("FILE"_m), options->files,
                    helpText("signature, PFX, P7B, CRL, certificate, property file or log"_m))
       ->required();
+  command->add_option("--level", options->level, helpText("of a log, only lines of this level or above"_m))
+      ->type_name("DEBUG|INFO|WARN|ERROR")
+      ->check(oneOf(levelNames()));
+  command->add_flag("--follow", options->follow, helpText("show the lines of a log as they are written"_m));
   addJson(command, options->json);
-  addExamples(command, {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
-                        {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
-                        {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
+  addExamples(command,
+              {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
+               {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
+               {"the errors of a day, and those to come"_m, "zepasign show --follow --level ERROR sign.log.20260131"},
+               {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
 }
 
 }  // namespace zepasign::tools

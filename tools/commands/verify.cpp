@@ -1,8 +1,9 @@
-// zepasign verify: whether signatures are good, who made them, when, and with which chain.
-#include "base/cbuffer.h"
+// zepasign verify: whether signatures are valid, who made them, when, and with which chain.
+#include <cstring>
+
 #include "base/platform.h"
 #include "tools/commands/command_line.h"
-#include "tools/files/describe.h"
+#include "tools/files/signature_check.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
 
@@ -13,136 +14,160 @@ struct VerifyOptions {
   std::vector<std::string> signatures;
   std::string content;
   std::string authorities;
+  std::vector<std::string> crls;
+  std::string time;
+  std::string output;
   bool json = false;
 };
 
-// Authorities: the certificates that the user trusts; none of them is asked for when none is given.
-struct Authorities {
-  X509StorePtr store = X509StorePtr(X509_STORE_new());
-  X509ListPtr list = X509ListPtr(sk_X509_new_null());
-
-  [[nodiscard]] bool isEmpty() const { return sk_X509_num(list.get()) == 0; }
-  void add(X509* certificate) const {
-    X509_STORE_add_cert(store.get(), certificate);
-    if (X509_up_ref(certificate) == 1) sk_X509_push(list.get(), certificate);
-  }
-  void addFile(const std::string& path) const {
-    CryptoFile file;
-    if (!readCryptoFile(path, file)) return;
-    for (const X509Ptr& each : file.certificates) add(each.get());
-    const STACK_OF(X509)* others = file.pkcs7 ? certificatesOf(file.pkcs7.get()) : nullptr;
-    for (int i = 0; i < sk_X509_num(others); ++i) add(sk_X509_value(others, i));
-  }
-  void addPath(const std::string& path) const {
-    std::vector<std::string> names;
-    if (!isFolder(path) || !platform::listFolder(path, names)) return addFile(path);
-    const std::string folder = path + platform::kFolderSeparator;
-    for (const std::string& name : names) addFile(folder + name);
-  }
-};
-
-// reasonText: the crypto library's reason in plain words. What it says of RSA and the like means no more to the user
-// than that the two do not fit.
-std::string reasonText() {
-  unsigned long error = ERR_get_error();
-  while (error != 0 && ERR_GET_LIB(error) != ERR_LIB_PKCS7) error = ERR_get_error();
-  switch (ERR_GET_REASON(error)) {
-    case PKCS7_R_DIGEST_FAILURE:
-      return tr("the content is not what was signed"_m);
-    case PKCS7_R_SIGNATURE_FAILURE:
-      return tr("the content or the signature was changed"_m);
-    case PKCS7_R_SIGNER_CERTIFICATE_NOT_FOUND:
-      return tr("the signature does not carry the signer's certificate: give it with --ca"_m);
-    case PKCS7_R_NO_CONTENT:
-      return tr("the signature is detached: give the content with --content"_m);
+// exitCodeOf: what a verdict ends the program with.
+int exitCodeOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kValid:
+      return kOk;
+    case Verdict::kChanged:
+      return kChanged;
+    case Verdict::kExpired:
+      return kExpired;
+    case Verdict::kRevoked:
+      return kRevoked;
+    case Verdict::kUntrusted:
+      return kUntrusted;
     default:
-      return error == 0 ? tr("the content or the signature was changed"_m) : ERR_reason_error_string(error);
+      return kFailed;
   }
 }
 
-Json namesOf(const STACK_OF(X509) * chain) {
-  Json names = Json::array();
-  for (int i = 0; i < sk_X509_num(chain); ++i)
-    names.push_back(nameText(X509_get_subject_name(sk_X509_value(chain, i))));
-  return names;
-}
-
-// checkChain: adds the chain above the certificate and, when there are authorities, whether it reaches one of them.
-bool checkChain(X509* certificate, PKCS7* pkcs7, const Authorities& authorities, Json& signer) {
-  const X509StoreCtxPtr context(X509_STORE_CTX_new());
-  if (!context ||
-      X509_STORE_CTX_init(context.get(), authorities.store.get(), certificate, certificatesOf(pkcs7)) != 1) {
-    return false;
+// contentBeside: where the content of a detached signature is, when its file was named as `zepasign sign` names it:
+// for a.p7s, a.p7s.b64 and a.p7s.pem, a. Empty when there is no such file.
+std::string contentBeside(const std::string& signature) {
+  for (const char* extension : {".p7s", ".p7s.b64", ".p7s.pem"}) {
+    if (!signature.ends_with(extension)) continue;
+    std::string path = signature.substr(0, signature.size() - std::strlen(extension));
+    if (platform::openForReading(path.c_str()) != nullptr) return path;
   }
-  X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);  // whatever the user gives is trusted
-  const bool trusted = X509_verify_cert(context.get()) == 1;
-  signer["chain"] = namesOf(X509_STORE_CTX_get0_chain(context.get()));
-  if (authorities.isEmpty()) {
-    signer["trusted"] = nullptr;
-    return true;
-  }
-  signer["trusted"] = trusted;
-  if (!trusted) signer["reason"] = chainProblem(X509_STORE_CTX_get_error(context.get()));
-  return trusted;
+  return {};
 }
 
-bool isSound(PKCS7* pkcs7, const Authorities& authorities, const std::string* content) {
-  const BioPtr stream(content == nullptr ? nullptr
-                                         : BIO_new_mem_buf(content->data(), static_cast<int>(content->size())));
-  return PKCS7_verify(pkcs7, authorities.list.get(), nullptr, stream.get(), nullptr, PKCS7_BINARY | PKCS7_NOVERIFY) ==
-         1;
+// contentPath: of the content of one detached signature: the file that the user named, the one in the folder that the
+// user named, or the one beside the signature. Empty when there is none.
+std::string contentPath(const VerifyOptions& options, const std::string& signature) {
+  if (options.content.empty()) return contentBeside(signature);
+  if (!isFolder(options.content)) return options.content;
+  return contentBeside(options.content + platform::kFolderSeparator + fileNameOf(signature));
 }
 
-bool judge(PKCS7* pkcs7, const Authorities& authorities, const std::string* content, Json& verdict) {
-  const ErrorQueueMark mark;
-  bool good = isSound(pkcs7, authorities, content);
-  if (!good) verdict["reason"] = reasonText();
-  const X509StackPtr certificates(PKCS7_get0_signers(pkcs7, authorities.list.get(), 0));
-  Json signers = Json::array();
-  for (int i = 0; i < sk_PKCS7_SIGNER_INFO_num(signersOf(pkcs7)); ++i) {
-    Json signer = describeSigner(sk_PKCS7_SIGNER_INFO_value(signersOf(pkcs7), i), certificates.get());
-    X509* certificate = sk_X509_value(certificates.get(), i);
-    if (certificate != nullptr && !checkChain(certificate, pkcs7, authorities, signer)) good = false;
-    signers.push_back(std::move(signer));
-  }
-  verdict["good"] = good;
-  verdict["signers"] = std::move(signers);
-  return good;
+BioPtr openContent(const std::string& path) {
+  return BioPtr(path == "-" ? BIO_new_fp(stdin, BIO_NOCLOSE) : BIO_new_file(path.c_str(), "rb"));
 }
 
-// verifyFile: the verdict over one signature; `content` is null when the user gave none.
-bool verifyFile(const std::string& path, const Authorities& authorities, const std::string* content, Json& verdict) {
+bool writeContent(const PKCS7* pkcs7, const std::string& path) {
+  const PKCS7* contents = pkcs7->d.sign->contents;
+  const ASN1_OCTET_STRING* content = PKCS7_type_is_data(contents) ? contents->d.data : nullptr;
+  if (content == nullptr) return false;
+  const auto* bytes = reinterpret_cast<const char*>(ASN1_STRING_get0_data(content));
+  return writeFile(path, std::string(bytes, static_cast<std::size_t>(ASN1_STRING_length(content))));
+}
+
+// verifyFile: the verdict over one signature. Valid embedded content is written where the user wants it.
+Verdict verifyFile(const VerifyOptions& options, const std::string& path, const Trust& trust, const CheckTime& time,
+                   Json& report) {
   CryptoFile file;
   const bool isRead = readCryptoFile(path, file);
-  verdict = {{"file", fromTerminal(path)}, {"good", false}};
-  if (file.pkcs7 && sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) > 0) {
-    return judge(file.pkcs7.get(), authorities, content, verdict);
+  if (!file.pkcs7 || sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) <= 0) {
+    report["reason"] = isRead ? tr("this is no signature"_m) : tr("the file cannot be read"_m);
+    return Verdict::kUnreadable;
   }
-  verdict["reason"] = isRead ? tr("this is no signature"_m) : tr("the file cannot be read"_m);
-  return false;
+  BioPtr content;
+  if (PKCS7_get_detached(file.pkcs7.get()) != 0 || !options.content.empty()) {
+    const std::string contentFile = contentPath(options, path);
+    content = contentFile.empty() ? nullptr : openContent(contentFile);
+    if (!contentFile.empty()) report["content"] = fromTerminal(contentFile);
+  }
+  Verdict verdict = checkSignature({file.pkcs7.get(), content.get(), trust, time}, report);
+  if (verdict == Verdict::kValid && !options.output.empty() && !writeContent(file.pkcs7.get(), options.output)) {
+    report["reason"] = tr("{0}: cannot be written"_m, {fromTerminal(options.output)});
+    verdict = Verdict::kIncomplete;
+  }
+  return verdict;
+}
+
+// obtainTrust: false, after an error message, when a file that the user named holds nothing of the kind.
+bool obtainTrust(const VerifyOptions& options, Trust& trust) {
+  const auto refuse = [](const Message& why, const std::string& path) {
+    printError(tr(why, {fromTerminal(path)}));
+    return false;
+  };
+  if (!options.authorities.empty() && !trust.addAuthorities(options.authorities)) {
+    return refuse("{0}: no certificate found"_m, options.authorities);
+  }
+  for (const std::string& crl : options.crls) {
+    if (!trust.addCrls(crl)) return refuse("{0}: no CRL found"_m, crl);
+  }
+  return true;
+}
+
+// mistakeIn: what is wrong with options that each are right by themselves; empty when nothing is.
+std::string mistakeIn(const VerifyOptions& options) {
+  if (options.output.empty()) return {};
+  if (options.signatures.size() > 1) return tr("--output takes one signature"_m);
+  if (options.output == "-" && options.json)
+    return tr("--json and the content cannot both go to the standard output"_m);
+  for (const std::string& each : {options.signatures.front(), options.content, options.authorities}) {
+    if (options.output != "-" && canonicalPath(each) == canonicalPath(options.output)) {
+      return tr("{0}: the content would be written over a file that is read"_m, {fromTerminal(each)});
+    }
+  }
+  return {};
+}
+
+// report: the listing, or the errors alone when the content goes to the standard output.
+void report(const VerifyOptions& options, const Json& listing) {
+  if (options.output != "-") return printListing(listing, options.json);
+  for (const Json& each : listing) {
+    if (!each.contains("reason")) continue;
+    printError(each["file"].get<std::string>() + ": " + each["reason"].get<std::string>());
+  }
+}
+
+// merged: one exit code for the run: that of the failures when they are all alike, else the general one.
+int merged(int before, int next) {
+  if (next == kOk || before == next) return before;
+  return before == kOk ? next : kFailed;
+}
+
+// verifyAll: adds the report on each signature to the listing; the exit code of the run.
+int verifyAll(const VerifyOptions& options, const Trust& trust, const CheckTime& time, Json& listing) {
+  int result = kOk;
+  for (const std::string& path : options.signatures) {
+    Json entry = {{"file", fromTerminal(path)}, {"good", false}, {"result", ""}};
+    const Verdict verdict = verifyFile(options, path, trust, time, entry);
+    entry["good"] = verdict == Verdict::kValid;
+    entry["result"] = options.json ? wordOf(verdict) : labelText(wordOf(verdict));
+    result = merged(result, exitCodeOf(verdict));
+    listing.push_back(std::move(entry));
+  }
+  return result;
 }
 
 int runVerify(const VerifyOptions& options) {
-  std::string content;
-  if (!options.content.empty() && (!readAll(options.content, content) || content.size() > kMaxLength)) {
-    printError(tr("{0}: cannot be read"_m, {fromTerminal(options.content)}));
-    return kFailed;
+  CheckTime time;
+  Trust trust;
+  if (const std::string mistake = mistakeIn(options); !mistake.empty()) {
+    printError(mistake);
+    return kUsage;
   }
-  Authorities authorities;
-  if (!options.authorities.empty()) authorities.addPath(options.authorities);
-  if (!options.authorities.empty() && authorities.isEmpty()) {
-    printError(tr("{0}: no certificate found"_m, {fromTerminal(options.authorities)}));
-    return kFailed;
-  }
+  if (!options.time.empty() && !parseTime(options.time, time)) return kUsage;  // the parser has checked it
+  if (!obtainTrust(options, trust)) return kFailed;
   Json listing = Json::array();
-  bool allGood = true;
-  for (const std::string& path : options.signatures) {
-    Json verdict;
-    if (!verifyFile(path, authorities, options.content.empty() ? nullptr : &content, verdict)) allGood = false;
-    listing.push_back(std::move(verdict));
-  }
-  printListing(listing, options.json);
-  return allGood ? kOk : kFailed;
+  const int result = verifyAll(options, trust, time, listing);
+  report(options, listing);
+  return result;
+}
+
+std::string checkTimeText(const std::string& text) {
+  CheckTime time;
+  return parseTime(text, time) ? "" : helpText("write 2026-01-31, 2026-01-31T08:15:00Z (UTC) or signing"_m);
 }
 
 }  // namespace
@@ -150,12 +175,25 @@ int runVerify(const VerifyOptions& options) {
 void addVerify(CommandLine& line) {
   const auto options = std::make_shared<VerifyOptions>();
   CLI::App* command = line.add("verify", "verify signatures"_m, [options] { return runVerify(*options); });
-  command->add_option(helpText("SIGNATURE"_m), options->signatures, helpText("signatures: DER, PEM or Base64 text"_m))->required();
-  command->add_option("--content", options->content, helpText("the signed content, for a detached signature"_m));
-  command->add_option("--ca", options->authorities, helpText("file or folder with certificates to trust"_m));
+  command->add_option(helpText("SIGNATURE"_m), options->signatures, helpText("signatures: DER, PEM or Base64 text"_m))
+      ->required();
+  command->add_option("--content", options->content,
+                      helpText("the signed content of detached signatures, or its folder"_m));
+  auto* authorities =
+      command->add_option("--ca", options->authorities, helpText("file or folder with certificates to trust"_m));
+  command->add_option("--crl", options->crls, helpText("file or folder with CRLs; may be repeated"_m))
+      ->allow_extra_args(false)
+      ->needs(authorities);
+  command->add_option("--at", options->time, helpText("when the certificates must be valid; default: now"_m))
+      ->type_name(helpText("TIME|signing"_m))
+      ->check(checkTimeText)
+      ->needs(authorities);
+  command->add_option("-o,--output", options->output, helpText("where the content goes when it is valid"_m));
   addJson(command, options->json);
   addExamples(command, {{"a signature, against the CA that you trust"_m, "zepasign verify --ca ca.pem contract.p7s"},
                         {"a detached signature and its content"_m, "zepasign verify --content contract contract.p7s"},
+                        {"an archived signature: valid when it was made, and not revoked then"_m,
+                         "zepasign verify --ca ca.pem --crl ca.crl --at signing contract.p7s"},
                         {"a folder of signatures, for a program"_m, "zepasign verify --json --ca ca.pem signed/*"}});
 }
 

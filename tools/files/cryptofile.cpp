@@ -3,9 +3,8 @@
 #include <openssl/pem.h>
 
 #include "base/base64.h"
-#include "base/cbuffer.h"
 #include "pki/cpkcs12.h"
-#include "tools/terminal/io.h"
+#include "tools/files/source.h"
 
 namespace zepasign::tools {
 namespace {
@@ -29,6 +28,8 @@ void addDer(const std::string& der, CryptoFile& file) {
     file.pkcs7 = std::move(pkcs7);
   } else if (auto pfx = decode<d2i_PKCS12, Pkcs12Ptr>(der)) {
     file.pfx = std::move(pfx);
+  } else if (auto request = decode<d2i_X509_REQ, X509ReqPtr>(der)) {
+    file.request = std::move(request);
   }
 }
 
@@ -42,16 +43,22 @@ void addPem(const std::string& text, CryptoFile& file) {
     const OpenSslTextPtr ownedLabel(label);
     const OpenSslTextPtr ownedHeader(header);
     const std::unique_ptr<unsigned char, FreeWith<freeOpenSslBytes>> ownedData(data);
+    file.hasPemObject = true;
     addDer(std::string(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length)), file);
   }
 }
 
 }  // namespace
 
+bool mayBeKnown(std::string_view head) {
+  constexpr char kDerSequence = 0x30;
+  return !head.empty() && (head.front() == kDerSequence || head.find('\0') == std::string_view::npos);
+}
+
 CryptoFile parseCryptoFile(const std::string& bytes) {
   const ErrorQueueMark mark;
   CryptoFile file;
-  if (bytes.size() > static_cast<std::size_t>(kMaxLength)) return file;
+  if (bytes.size() > kMaxFileLength) return file;
   addDer(bytes, file);
   file.isDer = !file.isEmpty();
   if (file.isEmpty()) addPem(bytes, file);
@@ -61,7 +68,8 @@ CryptoFile parseCryptoFile(const std::string& bytes) {
 
 bool readCryptoFile(const std::string& path, CryptoFile& file) {
   std::string bytes;
-  if (!readAll(path, bytes)) return false;
+  Source source(path);
+  if (!mayBeKnown(source.head()) || !source.readRest(bytes, kMaxFileLength)) return source.isGood();
   file = parseCryptoFile(bytes);
   return true;
 }

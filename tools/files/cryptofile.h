@@ -2,12 +2,16 @@
 #ifndef ZEPASIGN_TOOLS_FILES_CRYPTOFILE_H_
 #define ZEPASIGN_TOOLS_FILES_CRYPTOFILE_H_
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pki/openssl.h"
 
 namespace zepasign::tools {
+
+using X509ReqPtr = std::unique_ptr<X509_REQ, FreeWith<X509_REQ_free>>;
 
 struct CryptoFile {
   bool isDer = false;  // not in PEM armour, not Base64: the only form that the library itself reads
@@ -15,9 +19,18 @@ struct CryptoFile {
   std::vector<X509CrlPtr> crls = {};
   Pkcs7Ptr pkcs7 = {};  // signed data: a signature or a chain
   Pkcs12Ptr pfx = {};
+  X509ReqPtr request = {};    // a certificate signing request
+  bool hasPemObject = false;  // at least one, of whatever kind: a private key is one of no kind above
 
-  [[nodiscard]] bool isEmpty() const { return certificates.empty() && crls.empty() && !pkcs7 && !pfx; }
+  [[nodiscard]] bool isEmpty() const { return certificates.empty() && crls.empty() && !pkcs7 && !pfx && !request; }
 };
+
+// kMaxFileLength: longer files are none of ours; the library's lengths have 31 bits.
+inline constexpr std::size_t kMaxFileLength = 0x7FFFFFFF;
+
+// mayBeKnown: whether a file that begins with these bytes can be one of ours: DER, or text. Tells a device that never
+// ends from a file without reading it all.
+[[nodiscard]] bool mayBeKnown(std::string_view head);
 
 // parseCryptoFile: empty when the bytes are nothing of the kind. readCryptoFile: the same for a file; false when it
 // cannot be read.

@@ -51,12 +51,6 @@ Json attributeNames(const PKCS7_SIGNER_INFO* signer) {
   return names;
 }
 
-Json signingTime(const PKCS7_SIGNER_INFO* signer) {
-  const ASN1_TYPE* value = PKCS7_get_signed_attribute(signer, NID_pkcs9_signingTime);
-  const bool isTime = value != nullptr && (value->type == V_ASN1_UTCTIME || value->type == V_ASN1_GENERALIZEDTIME);
-  return timeText(isTime ? value->value.asn1_string : nullptr);
-}
-
 }  // namespace
 
 std::string nameText(const X509_NAME* name) {
@@ -70,6 +64,12 @@ std::string nameText(const X509_NAME* name) {
 std::string keyText(const EVP_PKEY* key) {
   const char* type = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
   return type == nullptr ? "?" : std::string(type) + " " + std::to_string(EVP_PKEY_get_bits(key));
+}
+
+const ASN1_TIME* signingTimeOf(const PKCS7_SIGNER_INFO* signer) {
+  const ASN1_TYPE* value = PKCS7_get_signed_attribute(signer, NID_pkcs9_signingTime);
+  const bool isTime = value != nullptr && (value->type == V_ASN1_UTCTIME || value->type == V_ASN1_GENERALIZEDTIME);
+  return isTime ? value->value.asn1_string : nullptr;
 }
 
 Json timeText(const ASN1_TIME* time) {
@@ -98,6 +98,12 @@ std::string chainProblem(int code) {
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
       return tr("no trusted certificate stands above it"_m);
+    case X509_V_ERR_CERT_REVOKED:
+      return tr("a certificate is revoked"_m);
+    case X509_V_ERR_UNABLE_TO_GET_CRL:
+      return tr("no CRL of the certificate's issuer was given with --crl"_m);
+    case X509_V_ERR_CRL_HAS_EXPIRED:
+      return tr("the CRL has expired"_m);
     default:
       return X509_verify_cert_error_string(code);
   }
@@ -149,7 +155,7 @@ Json describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates) {
           {"issuer", nameText(id->issuer)},
           {"serial", serialToText(id->serial)},
           {"digest", algorithmText(digest)},
-          {"signingTime", signingTime(signer)},
+          {"signingTime", timeText(signingTimeOf(signer))},
           {"signedAttributes", attributeNames(signer)}};
 }
 
@@ -169,6 +175,15 @@ Json describePkcs7(PKCS7* pkcs7) {
           {"contentBytes", content == nullptr ? Json() : Json(ASN1_STRING_length(content))},
           {"signers", described},
           {"certificates", describeAll(certificatesOf(pkcs7))}};
+}
+
+Json describeRequest(X509_REQ* request) {
+  const X509_ALGOR* algorithm = nullptr;
+  X509_REQ_get0_signature(request, nullptr, &algorithm);
+  return {{"kind", "request"},
+          {"subject", nameText(X509_REQ_get_subject_name(request))},
+          {"publicKey", keyText(X509_REQ_get0_pubkey(request))},
+          {"signatureAlgorithm", algorithmText(algorithm)}};
 }
 
 Json describePfx(PKCS12* pfx, const std::string& password) {

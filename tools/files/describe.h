@@ -13,6 +13,8 @@ namespace zepasign::tools {
 [[nodiscard]] std::string keyText(const EVP_PKEY* key);
 // timeText: 2026-01-31T08:15:00Z; null when there is no time.
 [[nodiscard]] Json timeText(const ASN1_TIME* time);
+// signingTimeOf: the time that the signer claims (the signed attribute signingTime), borrowed; null when there is none.
+[[nodiscard]] const ASN1_TIME* signingTimeOf(const PKCS7_SIGNER_INFO* signer);
 // daysUntil: whole days from now; negative when the time has passed.
 [[nodiscard]] int daysUntil(const ASN1_TIME* time);
 
@@ -26,6 +28,8 @@ namespace zepasign::tools {
 [[nodiscard]] Json describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates);
 // describePkcs7: a signature, or a chain when nobody signed it.
 [[nodiscard]] Json describePkcs7(PKCS7* pkcs7);
+// describeRequest: a certificate signing request.
+[[nodiscard]] Json describeRequest(X509_REQ* request);
 // describePfx: the outside alone when the password does not open it.
 [[nodiscard]] Json describePfx(PKCS12* pfx, const std::string& password);
 

@@ -80,8 +80,9 @@ void printBytes(const std::string& bytes) {
   if (!writeStream(standardOutput, bytes)) failedToWrite = true;
 }
 
-void flushOutput() {
+bool flushOutput() {
   if (standardOutput != nullptr && std::fflush(standardOutput) != 0) failedToWrite = true;
+  return !failedToWrite;
 }
 
 void printLine(const std::string& utf8) { printBytes(lineOf(utf8)); }

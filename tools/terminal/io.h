@@ -17,7 +17,8 @@ void openOutput();
 [[nodiscard]] bool closeOutput();
 
 void printBytes(const std::string& bytes);
-void flushOutput();
+// flushOutput: passes on what was printed; false when any of it could not be written, as after a reader has gone.
+bool flushOutput();
 void printLine(const std::string& utf8);
 // printListing: as JSON (ASCII only, so that it does not depend on the locale) or as indented lines.
 void printListing(const Json& tree, bool asJson);

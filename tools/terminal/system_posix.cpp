@@ -10,6 +10,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -48,7 +49,9 @@ const std::string& terminalEncoding() {
   return encoding;
 }
 
+// convert: ASCII is the same in all encodings that occur here, and needs no converter.
 std::string convert(const std::string& text, const std::string& from, const std::string& to) {
+  if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) return text;
   const iconv_t converter = iconv_open(to.c_str(), from.c_str());
   if (converter == reinterpret_cast<iconv_t>(-1)) return text;  // NOLINT(performance-no-int-to-ptr): its failure value
   std::string source = text;
@@ -100,7 +103,9 @@ std::FILE* takeStandardOutput() {
 bool prefersChinese() { return localeName().starts_with("zh") && fromTerminal(toTerminal("憑證檔")) == "憑證檔"; }
 
 std::string toTerminal(const std::string& utf8) { return convert(utf8, kUtf8, terminalEncoding()); }
-std::string fromTerminal(const std::string& bytes) { return convert(bytes, terminalEncoding(), kUtf8); }
+std::string fromTerminal(const std::string& bytes) {
+  return terminalEncoding() == kUtf8 ? toUtf8(bytes) : convert(bytes, terminalEncoding(), kUtf8);
+}
 std::string fromBig5(const std::string& bytes) { return convert(bytes, "BIG5", kUtf8); }
 
 std::string toUtf8(const std::string& bytes) {
