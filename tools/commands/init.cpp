@@ -1,11 +1,15 @@
-// zepasign init: a property file to begin with.
+// zepasign init: a property file to begin with: empty, for a throwaway demo, or for the user's own PFX.
 #include <cerrno>
 
+#include "base/cleanse.h"
 #include "base/platform.h"
-#include "base/propertykeys.h"
+#include "demo/containers.h"
 #include "demo/kit.h"
+#include "pki/cx509.h"
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
+#include "tools/files/cryptofile.h"
+#include "tools/files/propertytemplate.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
@@ -13,64 +17,32 @@
 namespace zepasign::tools {
 namespace {
 
+constexpr const char* kPropertyFile = "app.properties";
+constexpr const char* kChainFile = "chain.p7b";
+constexpr std::size_t kLicenseBytes = 32;  // the key of AES-256
+
 struct InitOptions {
   std::string folder;
+  std::string pfx;
+  std::string authorities;
   bool demo = false;
 };
 
-// Template: builds the text of a property file; a setting without a value is left for the user to fill in.
-class Template final {
- public:
-  void explain(const Message& comment) { text_ += "\n# " + toTerminal(tr(comment)) + "\n"; }
-  void set(const std::string& key, const std::string& value) {
-    text_.append(value.empty() ? "#" : "").append(key).append(" = ").append(value).append("\n");
-  }
-  [[nodiscard]] const std::string& text() const { return text_; }
-
- private:
-  std::string text_ = "# " + toTerminal(tr("Settings of ZEPASignDLL. Lines have at most 511 characters."_m)) + "\n";
-};
-
-// propertyText: for the demo's files when there are any.
-std::string propertyText(const std::string& folder, const demo::Kit& kit) {
-  const bool isDemo = !kit.pfx.empty();
-  const std::string license = demo::randomHex(32);
-  Template file;
-  file.explain("The log, one file a day: level DEBUG, INFO, WARN, ERROR or OFF, folder and name"_m);
-  file.set(keys::kLogLevel, "INFO");
-  file.set(keys::kLogPath, folder);
-  file.set(keys::kLogFile, "zepasign.log");
-  file.explain("Digest: SHA256 or SHA1"_m);
-  file.set(keys::kDigest, "SHA256");
-  file.explain("Certificates in the signature: 0 none, 1 the signer's, 2 the signer's and its chain"_m);
-  file.set(keys::kAddCert, "2");
-  file.explain("Signing time as a signed attribute; the content inside the signature (FALSE: detached)"_m);
-  file.set(keys::kAddTimestamp, "TRUE");
-  file.set(keys::kAddPlainText, "TRUE");
-  file.explain("The signer: PFX folder and file"_m);
-  file.set(keys::kPfxPath, folder);
-  file.set(keys::kPfxFile, "signer.pfx");
-  file.explain("The key for the encrypted password, 64 hexadecimal digits; keep it secret"_m);
-  file.set(keys::kLicense, license);
-  file.explain(R"(The password: as "zepasign passwd --stored" prints it)"_m);
-  file.set(keys::kPfxPasswordB64, isDemo ? encryptStoredPassword(license, demo::kPassword) : "");
-  file.explain(R"(or, with this, as "zepasign passwd" prints it, given at each start)"_m);
-  file.set(keys::kAuthKey, "");
-  file.explain("Who may sign, for instance //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);
-  file.set(keys::kSignerFilter, isDemo ? "//S_CN=demo signer//" : "");
-  file.explain("CA chains, P7B0 to P7B9: folder, then file and subject key identifier of the issuing CA"_m);
-  file.set(keys::kChainPath, isDemo ? folder : "");
-  file.set(keys::chainName(keys::chainTitle(0)), isDemo ? "chain.p7b" : "");
-  file.set(keys::chainSki(keys::chainTitle(0)), kit.ski);
-  file.explain("CRLs of a chain, crlFile0 to crlFile4"_m);
-  file.set(keys::kCrlPath, isDemo ? folder : "");
-  file.set(keys::crlFile(keys::chainTitle(0), keys::crlTitle(0)), isDemo ? "ca.crl" : "");
-  return file.text();
+int refuse(const Message& why, const std::string& path) {
+  printError(tr(why, {fromTerminal(path)}));
+  return kFailed;
 }
 
 // absolute: so that the settings hold wherever the program is started.
 std::string absolute(const std::string& folder) {
+  if (folder.empty()) return platform::currentFolder();
   return isAbsolute(folder) ? folder : platform::currentFolder() + platform::kFolderSeparator + folder;
+}
+
+// folderOf: the path up to its last separator, without it.
+std::string folderOf(const std::string& path) {
+  const std::string folder = path.substr(0, path.size() - fileNameOf(path).size());
+  return folder.size() > 1 ? folder.substr(0, folder.size() - 1) : folder;
 }
 
 // exists: also when it may not be read.
@@ -78,36 +50,151 @@ bool exists(const std::string& path) {
   return platform::FilePtr(std::fopen(path.c_str(), "rb")) != nullptr || errno == EACCES;
 }
 
-// firstThatExists: nobody's file is written over, least of all a PFX; empty when there is none.
-std::string firstThatExists(const std::string& folder, bool isDemo) {
-  for (const char* name : {"app.properties", "signer.pfx", "chain.p7b", "ca.crl", "ca.pem"}) {
-    std::string path = folder + "/" + name;
-    if (exists(path)) return path;
-    if (!isDemo) break;
+// refuseExisting: whether one of the files is there already, which is then named; nothing is ever written over.
+bool refuseExisting(const std::string& folder, std::initializer_list<const char*> names) {
+  for (const char* name : names) {
+    const std::string path = folder + "/" + name;
+    if (!exists(path)) continue;
+    static_cast<void>(refuse("{0}: exists already"_m, path));
+    return true;
   }
-  return {};
+  return false;
+}
+
+// newSettings: a log folder of its own, since the account that signs writes there but not beside the key.
+Settings newSettings(const std::string& folder) {
+  Settings settings{};
+  settings.logFolder = absolute(folder) + platform::kFolderSeparator + "log";
+  settings.pfxFolder = absolute(folder);
+  settings.pfxFile = "signer.pfx";
+  settings.license = demo::randomHex(kLicenseBytes);
+  return settings;
+}
+
+// writeSettings: the property file, readable for its owner alone.
+bool writeSettings(const InitOptions& options, const Settings& settings) {
+  std::string text = propertyText(settings);
+  const CleanseOnExit wipe(text);
+  return writeFile(options.folder + "/" + kPropertyFile, text, true);
+}
+
+int initEmpty(const InitOptions& options) {
+  if (refuseExisting(options.folder, {kPropertyFile})) return kFailed;
+  const bool written =
+      platform::createFolder(options.folder.c_str()) && writeSettings(options, newSettings(options.folder));
+  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+  printLine(tr("{0} is written; zepasign check -c tells what is still missing in it"_m,
+               {fromTerminal(options.folder + "/" + kPropertyFile)}));
+  return kOk;
+}
+
+int initDemo(const InitOptions& options) {
+  if (refuseExisting(options.folder, {kPropertyFile, "signer.pfx", kChainFile, "ca.crl", "ca.pem"})) return kFailed;
+  const auto pathOf = [&options](const char* name) { return options.folder + "/" + name; };
+  const demo::Kit kit = demo::makeKit();
+  Settings settings = newSettings(options.folder);
+  settings.storedPassword = encryptStoredPassword(settings.license, demo::kPassword);
+  settings.signerFilter = "//S_CN=demo signer//";
+  settings.chainFolder = settings.pfxFolder;
+  settings.chainFile = kChainFile;
+  settings.chainKeyId = kit.ski;
+  settings.crlFile = "ca.crl";
+  const bool written = platform::createFolder(options.folder.c_str()) &&
+                       writeFile(pathOf("signer.pfx"), kit.pfx, true) && writeFile(pathOf(kChainFile), kit.chain) &&
+                       writeFile(pathOf("ca.crl"), kit.crl) && writeFile(pathOf("ca.pem"), kit.ca) &&
+                       writeSettings(options, settings);
+  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+  printLine(tr("{0} is written; zepasign check -c tells what is still missing in it"_m,
+               {fromTerminal(pathOf(kPropertyFile))}));
+  printLine(tr("The password of the demo's PFX is {0}"_m, {demo::kPassword}));
+  return kOk;
+}
+
+// addCertificate: each certificate once.
+void addCertificate(X509* certificate, std::vector<demo::Certificate>& chain) {
+  for (const demo::Certificate& each : chain) {
+    if (X509_cmp(each.get(), certificate) == 0) return;
+  }
+  if (X509_up_ref(certificate) == 1) chain.emplace_back(certificate, X509_free);
+}
+
+void addCertificates(const STACK_OF(X509) * certificates, std::vector<demo::Certificate>& chain) {
+  for (int i = 0; i < sk_X509_num(certificates); ++i) addCertificate(sk_X509_value(certificates, i), chain);
+}
+
+// obtainPfx: opens the user's PFX with the password that is asked for. An ExitCode, an error message printed unless it
+// is kOk.
+int obtainPfx(const std::string& path, std::string& password, PfxContent& content) {
+  CryptoFile file;
+  if (!readCryptoFile(path, file)) return refuse("{0}: cannot be read"_m, path);
+  if (!file.pfx || !file.isDer) return refuse("{0} is no PFX in DER form (1102)"_m, path);
+  if (!readSecret(tr("PFX password of {0}"_m, {fromTerminal(path)}), password)) {
+    printError(tr("no password was given"_m));
+    return kFailed;
+  }
+  if (!openPfx(file.pfx.get(), password, content)) {
+    return refuse("the password does not open {0}, or the file is damaged (5208)"_m, path);
+  }
+  const bool isWhole = content.key != nullptr && content.certificate != nullptr;
+  return isWhole ? kOk : refuse("{0} holds no private key or no certificate to it (5208)"_m, path);
+}
+
+// obtainChain: the CA certificates of the PFX, and those of --ca.
+int obtainChain(const InitOptions& options, const PfxContent& content, std::vector<demo::Certificate>& chain) {
+  addCertificates(content.others.get(), chain);
+  if (options.authorities.empty()) return kOk;
+  CryptoFile file;
+  if (!readCryptoFile(options.authorities, file)) return refuse("{0}: cannot be read"_m, options.authorities);
+  for (const X509Ptr& each : file.certificates) addCertificate(each.get(), chain);
+  if (file.pkcs7) addCertificates(certificatesOf(file.pkcs7.get()), chain);
+  return chain.empty() ? refuse("{0}: no certificate found"_m, options.authorities) : kOk;
+}
+
+// runCheck: "zepasign check" on the new file.
+int runCheck(std::string propertyFile) {
+  CommandLine line;
+  addCheck(line);
+  std::string program = "zepasign";
+  std::string command = "check";
+  std::string option = "-c";
+  char* arguments[] = {program.data(), command.data(), option.data(), propertyFile.data(), nullptr};
+  const int result = line.parse(4, arguments);
+  return result == kOk ? line.run() : result;
+}
+
+// writeChain: chain.p7b with these certificates, and its settings; true without any.
+bool writeChain(const InitOptions& options, const PfxContent& content, const std::vector<demo::Certificate>& chain,
+                Settings& settings) {
+  if (chain.empty()) return true;
+  settings.chainFolder = absolute(options.folder);
+  settings.chainFile = kChainFile;
+  settings.chainKeyId = cX509(content.certificate.get()).getAuthorityKeyId();
+  return writeFile(options.folder + "/" + kChainFile, demo::makeP7b(chain));
+}
+
+int initPfx(const InitOptions& options) {
+  const std::string propertyFile = options.folder + "/" + kPropertyFile;
+  if (refuseExisting(options.folder, {kPropertyFile, kChainFile})) return kFailed;
+  std::string password;
+  const CleanseOnExit wipe(password);
+  PfxContent content;
+  std::vector<demo::Certificate> chain;
+  if (const int result = obtainPfx(options.pfx, password, content); result != kOk) return result;
+  if (const int result = obtainChain(options, content, chain); result != kOk) return result;
+  Settings settings = newSettings(options.folder);
+  settings.pfxFolder = absolute(folderOf(options.pfx));
+  settings.pfxFile = fileNameOf(options.pfx);
+  settings.storedPassword = encryptStoredPassword(settings.license, password);
+  const bool written = platform::createFolder(options.folder.c_str()) &&
+                       writeChain(options, content, chain, settings) && writeSettings(options, settings);
+  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+  printLine(tr("{0} is written; this is what zepasign check says:"_m, {fromTerminal(propertyFile)}));
+  return runCheck(propertyFile);
 }
 
 int runInit(const InitOptions& options) {
-  const auto pathOf = [&options](const char* name) { return options.folder + "/" + name; };
-  if (const std::string path = firstThatExists(options.folder, options.demo); !path.empty()) {
-    printError(tr("{0}: exists already"_m, {fromTerminal(path)}));
-    return kFailed;
-  }
-  const std::string properties = pathOf("app.properties");
-  const demo::Kit kit = options.demo ? demo::makeKit() : demo::Kit();
-  bool written = platform::createFolder(options.folder.c_str());
-  if (options.demo) {
-    written = written && writeFile(pathOf("signer.pfx"), kit.pfx, true) && writeFile(pathOf("chain.p7b"), kit.chain) &&
-              writeFile(pathOf("ca.crl"), kit.crl) && writeFile(pathOf("ca.pem"), kit.ca);
-  }
-  if (!written || !writeFile(properties, propertyText(absolute(options.folder), kit), true)) {
-    printError(tr("{0}: cannot be written"_m, {fromTerminal(options.folder)}));
-    return kFailed;
-  }
-  printLine(tr("{0} is written; zepasign check -c tells what is still missing in it"_m, {fromTerminal(properties)}));
-  if (options.demo) printLine(tr("The password of the demo's PFX is {0}"_m, {demo::kPassword}));
-  return kOk;
+  if (options.demo) return initDemo(options);
+  return options.pfx.empty() ? initEmpty(options) : initPfx(options);
 }
 
 }  // namespace
@@ -117,8 +204,13 @@ void addInit(CommandLine& line) {
   CLI::App* command =
       line.add("init", "write a property file to begin with"_m, [options] { return runInit(*options); });
   command->add_option(helpText("DIR"_m), options->folder, helpText("folder for it"_m))->required();
-  command->add_flag("--demo", options->demo, helpText("with a throwaway CA, signer, PFX, chain and CRL"_m));
-  addExamples(command, {{"a commented property file to fill in"_m, "zepasign init settings"},
+  auto* demo =
+      command->add_flag("--demo", options->demo, helpText("with a throwaway CA, signer, PFX, chain and CRL"_m));
+  auto* pfx = command->add_option("--pfx", options->pfx, helpText("for this PFX, whose password is asked for"_m))
+                  ->excludes(demo);
+  command->add_option("--ca", options->authorities, helpText("the CA certificates of the PFX's signer"_m))->needs(pfx);
+  addExamples(command, {{"for one's own PFX, ready to sign"_m, "zepasign init settings --pfx signer.pfx --ca ca.p7b"},
+                        {"a commented property file to fill in"_m, "zepasign init settings"},
                         {"a throwaway signer to try the library with"_m, "zepasign init --demo demo"}});
 }
 

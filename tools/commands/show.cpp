@@ -119,7 +119,8 @@ int showFile(const ShowOptions& options, const std::string& path, Listing& listi
   Json entry = {{"file", name}};
   entry.update(described);
   listing.add(entry);
-  return described.value("opened", true) ? kOk : refuse("the password does not open {0}, or the file is damaged (5208)"_m);
+  return described.value("opened", true) ? kOk
+                                         : refuse("the password does not open {0}, or the file is damaged (5208)"_m);
 }
 
 // follow: shows the log's lines as they are written, and goes on with the next day's file; ends when nobody reads the
