@@ -1,11 +1,9 @@
 // The seventeen exported functions: each forwards to the signer. No exception leaves here, since hosts in other
 // languages cannot catch one, and the crypto library's state in the host's thread is as it was when a function returns.
-#include <new>
-
 #include "api/ZEPASignDLL.h"
-#include "api/exceptioncode.h"
 #include "api/zepasign.h"
 #include "base/cchars.h"
+#include "base/failure.h"
 #include "pki/openssl.h"
 #include "pki/pfxpassword.h"
 
@@ -14,34 +12,25 @@ namespace {
 using zepasign::cX509;
 using zepasign::signer;
 
-// guarded: runs one export's body; what it throws becomes the signer's error code.
-template <class Body>
-int guarded(Body body) noexcept {
-  const zepasign::CryptoScope scope;
+// guarded: runs an export's body with the library's crypto context; `onFailure` turns the error code of what was thrown
+// into the export's result.
+template <class Body, class OnFailure>
+auto guarded(Body body, OnFailure onFailure) noexcept {
   try {
-    if (!scope.isOpen()) throw std::bad_alloc();
-    body();
+    const zepasign::CryptoScope scope;
+    return body();
   } catch (...) {
-    signer.setErrorCode(zepasign::codeOfException());
-  }
-  return signer.errorCode();
-}
-
-// queried: runs a query, which leaves the error code alone; null when there is no memory for its text.
-template <class Query>
-char* queried(Query query) noexcept {
-  const zepasign::CryptoScope scope;
-  try {
-    if (!scope.isOpen()) throw std::bad_alloc();
-    return query();
-  } catch (...) {
-    return nullptr;
+    return onFailure(zepasign::codeOfException());
   }
 }
 
-char* queriedField(std::string (cX509::*field)() const) noexcept {
-  return queried(
-      [field] { return signer.queryCert([field](const cX509& certificate) { return (certificate.*field)(); }); });
+int failedInitial(int code) noexcept { return signer.failInitial(code); }
+int failedSigning(int code) noexcept { return signer.failSigning(code); }
+
+// queried: a text about the certificate that signed; null when there is none or no memory for it.
+template <class Field>
+char* queried(Field field) noexcept {
+  return guarded([field] { return signer.queryCert(field); }, [](int /*code*/) -> char* { return nullptr; });
 }
 
 std::string certificateBase64(const cX509& certificate) {
@@ -61,6 +50,7 @@ char* GetPkiVersion() { return kVersion; }
 
 int GetErrorCode() { return signer.errorCode(); }
 
+// GetErrorMsg: needs no crypto context, so it also answers when there is none. Never null.
 char* GetErrorMsg() {
   static char noMemory[] = "";
   try {
@@ -70,43 +60,35 @@ char* GetErrorMsg() {
   }
 }
 
+// MakeZEPASignPasswd: writes to outBuf although the parameter is const, which callers' declarations depend on.
 int MakeZEPASignPasswd(const char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
-  const zepasign::CryptoScope scope;
-  try {
-    if (!scope.isOpen()) throw std::bad_alloc();
-    // The text is written although the parameter is declared const: that is how hosts know the function.
-    return zepasign::makeEncedPfxPasswd(const_cast<char*>(outBuf), outLen, propertyFile, passwd);
-  } catch (...) {
-    return zepasign::codeOfException();
-  }
+  return guarded([=] { return zepasign::makeEncedPfxPasswd(const_cast<char*>(outBuf), outLen, propertyFile, passwd); },
+                 [](int code) { return code; });
 }
 
 bool ZEPASignInitial(const char* propertyFile, const char* encedPfxPasswd) {
-  return guarded([=] { signer.initial(propertyFile, encedPfxPasswd); }) == zepasign::kSuccess;
+  return guarded([=] { return signer.initial(propertyFile, encedPfxPasswd); }, failedInitial) == zepasign::kSuccess;
 }
 
 int SignPkcs7(const char* text, const char* encoding) {
-  return guarded([=] { signer.signText(text, encoding); });
+  return guarded([=] { return signer.signText(text, encoding); }, failedSigning);
 }
 
 int SignPkcs7Bin(unsigned char* data, int dataLen) {
-  return guarded([=] { signer.signBin(data, dataLen); });
+  return guarded([=] { return signer.signBin(data, dataLen); }, failedSigning);
 }
 
 int SignPkcs7File(const char* fileName) {
-  return guarded([=] { signer.signFile(fileName); });
+  return guarded([=] { return signer.signFile(fileName); }, failedSigning);
 }
 
 char* GetSignedPkcs7() { return signer.signedPkcs7(); }
 
-char* GetSignerCertB64() {
-  return queried([] { return signer.queryCert(certificateBase64); });
-}
-
-char* GetSignerCertSubjectCN() { return queriedField(&cX509::getSubjectCN); }
-char* GetSignerCertSubject() { return queriedField(&cX509::getSubjectOneLine); }
-char* GetSignerCertIssuer() { return queriedField(&cX509::getIssuerOneLine); }
-char* GetSignerCertNotBefore() { return queriedField(&cX509::getNotBefore); }
-char* GetSignerCertNotAfter() { return queriedField(&cX509::getNotAfter); }
-char* GetSignerCertSerial() { return queriedField(&cX509::getSerial); }
-char* GetSignerCertFinger() { return queriedField(&cX509::getFingerprint); }
+char* GetSignerCertB64() { return queried(certificateBase64); }
+char* GetSignerCertSubjectCN() { return queried(&cX509::getSubjectCN); }
+char* GetSignerCertSubject() { return queried(&cX509::getSubjectOneLine); }
+char* GetSignerCertIssuer() { return queried(&cX509::getIssuerOneLine); }
+char* GetSignerCertNotBefore() { return queried(&cX509::getNotBefore); }
+char* GetSignerCertNotAfter() { return queried(&cX509::getNotAfter); }
+char* GetSignerCertSerial() { return queried(&cX509::getSerial); }
+char* GetSignerCertFinger() { return queried(&cX509::getFingerprint); }

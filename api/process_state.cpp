@@ -1,6 +1,12 @@
-// Everything that lives as long as the process, in the order in which it comes to life; it goes in the opposite order.
-// The log is first and last, since all others write to it. The signer is constant-initialised and only its end is
-// registered here: it may still hold a key of the crypto context, and its certificates may be those of a chain.
+// The four objects that live as long as the library is loaded. They are made in this order, when it is loaded, and
+// destroyed in the opposite order, when it is unloaded or the process ends:
+//
+//   logger         first and last, since all others write to it
+//   cryptoContext  before the chains and the signer, which hold certificates and keys of it
+//   certChainList  before the signer, whose signatures may hold certificates of a chain
+//   signer         constant-initialised, so only its destruction is registered here
+//
+// What a host calls after that, in an exit handler, finds the crypto context gone: signing gives 5002, queries null.
 #include "api/zepasign.h"
 #include "base/clog.h"
 #include "pki/ccertchainlist.h"

@@ -1,17 +1,20 @@
 // ZEPASign: the one signer of the process, behind all seventeen exports.
 //
-// It is constant-initialised: its fields hold their defaults before any call. Every failing step stores its code in the
-// error code and ends the call; the queries leave the code alone.
+// It is constant-initialised, so its fields hold their defaults before any call. An initialisation overwrites the
+// fields one by one; a signing call leaves its text for GetSignedPkcs7 and remembers the certificate that signed, which
+// the queries describe. Every failing step stores its code in the error code and ends the call; the queries leave it
+// alone.
 //
-// Thread rule: one thread at a time.
+// Thread rule: one thread at a time. Unloading the library, and the end of the process, count as a call.
 #ifndef ZEPASIGN_API_ZEPASIGN_H_
 #define ZEPASIGN_API_ZEPASIGN_H_
 
-#include <cstdlib>
-#include <cstring>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "api/ownedtext.h"
 #include "base/errors.h"
 #include "pki/ccertchainlist.h"
 #include "pki/cpkcs12.h"
@@ -22,88 +25,91 @@ namespace zepasign {
 
 class cProperty;
 
-// OwnedText: a C string on the heap that its user frees. It has no destructor on purpose: a host may still read the
-// texts while the process ends.
-class OwnedText final {
- public:
-  [[nodiscard]] char* get() const noexcept { return text_; }
-  // adopt: takes a block of std::malloc's kin and frees the previous one.
-  void adopt(char* block) noexcept {
-    std::free(text_);
-    text_ = block;
-  }
-  void reset() noexcept { adopt(nullptr); }
-  // assign: a copy in a zeroed block, a few bytes longer than the text. Throws std::bad_alloc.
-  void assign(const std::string& text);
-
- private:
-  char* text_ = nullptr;
-};
-
 class ZEPASign {
  public:
   constexpr ZEPASign() = default;
-  virtual ~ZEPASign();
+  // ~ZEPASign: the other texts stay readable, see OwnedText.
+  virtual ~ZEPASign() { signerFilter_.reset(); }
   ZEPASign(const ZEPASign&) = delete;
   ZEPASign& operator=(const ZEPASign&) = delete;
 
-  // The operations behind the exports of the same purpose; see ZEPASignDLL.h for their contracts.
-  bool initial(const char* propertyFile, const char* encedPfxPasswd);
+  // The operations behind the exports of the same purpose; see ZEPASignDLL.h for their contracts. Each returns the
+  // error code that it leaves. `signBin` stores every failure itself; the others may throw.
+  int initial(const char* propertyFile, const char* encedPfxPasswd);
   int signText(const char* plain, const char* encoding);
   int signBin(const unsigned char* data, int dataLen);
   int signFile(const char* fileName);
+  // signedPkcs7: borrowed, valid until the next signing call begins; null when the last one failed.
   [[nodiscard]] char* signedPkcs7() const noexcept { return signedPkcs7_.get(); }
+  // errorCode: of the last initialisation or signing call, 0 before the first one.
   [[nodiscard]] int errorCode() const noexcept { return errorCode_; }
-  [[nodiscard]] char* errorMessage();
-  // setErrorCode: for an export whose operation threw.
-  void setErrorCode(int code) noexcept { errorCode_ = code; }
+  // errorMessage: borrowed, valid until the next text query. Throws std::bad_alloc.
+  [[nodiscard]] char* errorMessage() {
+    queryResult_.assign(errorCodeToMessage(errorCode_));
+    return queryResult_.get();
+  }
+  // failInitial, failSigning: what an initialisation or a signing call leaves that could not begin or threw.
+  int failInitial(int code) noexcept { return errorCode_ = code; }
+  int failSigning(int code) noexcept {
+    signedPkcs7_.reset();
+    return errorCode_ = code;
+  }
 
-  // queryCert: the text that `field` gives for the certificate of the last successful signature; null before the first.
+  // queryCert: the text that `field`, a function of cX509, gives for the certificate of the last successful signature;
+  // borrowed, valid until the next text query. Null before the first signature. Throws std::bad_alloc.
   template <class Field>
   [[nodiscard]] char* queryCert(Field field) {
     queryResult_.reset();
     if (lastSignerCert_ == nullptr) return nullptr;
-    queryResult_.assign(field(cX509(lastSignerCert_)));
+    queryResult_.assign(std::invoke(field, cX509(lastSignerCert_)));
     return queryResult_.get();
   }
 
-  // checkValidity, checkKeyUsage: switches that no property sets; both checks are off.
+  // setChecks: switches on checks before signing. No property sets them, so they are off in every host.
   void setChecks(bool checkValidity, bool checkKeyUsage) noexcept {
     checkValidity_ = checkValidity;
     checkKeyUsage_ = checkKeyUsage;
   }
 
  private:
+  // Initialisation, in zepasign_initial.cpp: each step returns 0 or the code with which the call ends.
   [[nodiscard]] int configure(const char* propertyFile, const char* encedPfxPasswd);
   void readLogSettings(const cProperty& property);
   [[nodiscard]] int readSigningOptions(const cProperty& property);
   [[nodiscard]] int loadPfx(const std::string& folder, const std::string& file, const char* password);
 
+  // Signing, in zepasign_sign.cpp: likewise.
+  void beginSigning(const char* beginLine);
   [[nodiscard]] int trySignBin(const unsigned char* data, int dataLen);
   [[nodiscard]] int checkBeforeSigning() const;
   [[nodiscard]] int makeSignature(cSignedData::Bytes content, STACK_OF(X509) * chain);
   [[nodiscard]] std::vector<X509*> certificatesToAdd(STACK_OF(X509) * chain) const;
-  [[nodiscard]] int storeSignature();
+  void storeSignature();
   [[nodiscard]] int trySignText(const char* plain, const char* encoding);
   [[nodiscard]] int trySignFile(const char* fileName);
 
-  bool pfxLoaded_ = false;
-  OwnedText digestName_;
-  OwnedText signerFilter_;
-  int addCertMode_ = 1;
+  // Settings. A missing PKCS7.digest or PFX.signerFilter keeps the earlier value, the others go back to their default.
+  OwnedText digestName_;    // "SHA1" or "SHA256" signs, any other name does not
+  OwnedText signerFilter_;  // null: any signer
+  int addCertMode_ = 1;     // up to 0: no certificate; 1: the signer's; from 2 on: its chain, too
   bool addTimestamp_ = false;
   bool addPlainText_ = true;
-  cPkcs12* pkcs12_ = nullptr;          // owned; a credential that another one replaces is dropped, not deleted
-  cSignedData* signedData_ = nullptr;  // owned; made with the first signature
+
+  // Credential and signature. replaced_: the credentials that later initialisations replaced. They are kept, since the
+  // certificate of the last signature may be one of theirs.
+  std::vector<std::unique_ptr<cPkcs12>> replaced_;
+  std::unique_ptr<cPkcs12> pkcs12_;
+  std::unique_ptr<cSignedData> signedData_;  // made with the first signature
   bool checkValidity_ = false;
   bool checkKeyUsage_ = false;
   X509* lastSignerCert_ = nullptr;  // borrowed from the credential that made the last signature
   OwnedText signedPkcs7_;
   int errorCode_ = kSuccess;
-  OwnedText queryResult_;
+  OwnedText queryResult_;  // shared by errorMessage and queryCert
 };
 
-// The process's signer and its CA chains; see process_state.cpp.
+// signer, certChainList: the process's signer and its CA chains. Both are defined in process_state.cpp, are usable as
+// soon as the library is loaded, and are used by the exports alone.
 extern ZEPASign signer;
 extern cCertChainList certChainList;
 

@@ -15,11 +15,10 @@
 
 namespace zepasign {
 
-bool ZEPASign::initial(const char* propertyFile, const char* encedPfxPasswd) {
+int ZEPASign::initial(const char* propertyFile, const char* encedPfxPasswd) {
   logText(kInfo, "");
   errorCode_ = kSuccess;
-  errorCode_ = configure(propertyFile, encedPfxPasswd);
-  return errorCode_ == kSuccess;
+  return errorCode_ = configure(propertyFile, encedPfxPasswd);
 }
 
 int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
@@ -68,8 +67,8 @@ int ZEPASign::loadPfx(const std::string& folder, const std::string& file, const 
   auto credential = std::make_unique<cPkcs12>();
   const int code = credential->loadPfxFile(folder.c_str(), file.c_str(), password);
   if (code != kSuccess) return failed(code, "讀取 pfx 檔失敗, 密碼錯誤"_big5);
-  pkcs12_ = credential.release();  // the previous one stays: the last signature's certificate may be its
-  pfxLoaded_ = true;
+  if (pkcs12_) replaced_.push_back(std::move(pkcs12_));
+  pkcs12_ = std::move(credential);
   return kSuccess;
 }
 

@@ -1,7 +1,6 @@
 // Signing: bytes, and text and files, which become bytes first.
 #include <cstring>
 
-#include "api/exceptioncode.h"
 #include "api/zepasign.h"
 #include "base/base64.h"
 #include "base/big5.h"
@@ -14,7 +13,7 @@
 namespace zepasign {
 namespace {
 
-// failedWithCode: as failed, the code standing in the line too.
+// failedWithCode: like failed(), but the log line also shows the code.
 int failedWithCode(int code, std::string_view message) {
   logInt(kError, message, code);
   return code;
@@ -30,10 +29,17 @@ const EVP_MD* selectDigest(const char* name) {
 
 }  // namespace
 
-int ZEPASign::signBin(const unsigned char* data, int dataLen) {
-  logText(kInfo, "begin ZEPASign::SignPkcs7Bin()");
+// beginSigning: what every signing call does first. A text or file is then signed through signBin, which begins once
+// more, with its own line.
+void ZEPASign::beginSigning(const char* beginLine) {
+  logText(kInfo, beginLine);
   errorCode_ = kSuccess;
   signedPkcs7_.reset();
+}
+
+// signBin: catches what is thrown, so that the end line is written and shows the code in every case.
+int ZEPASign::signBin(const unsigned char* data, int dataLen) {
+  beginSigning("begin ZEPASign::SignPkcs7Bin()");
   try {
     errorCode_ = trySignBin(data, dataLen);
   } catch (...) {
@@ -46,7 +52,7 @@ int ZEPASign::signBin(const unsigned char* data, int dataLen) {
 int ZEPASign::trySignBin(const unsigned char* data, int dataLen) {
   if (data == nullptr) return failed(kWrongParameter, "參數 data 內容為 NULL"_big5);
   if (dataLen < 1) return failed(kWrongParameter, "參數 datalen <= 0"_big5);
-  if (pkcs12_ == nullptr) return failed(kPfxNotLoaded, "pfx 檔尚未載入"_big5);
+  if (!pkcs12_) return failed(kPfxNotLoaded, "pfx 檔尚未載入"_big5);
   if (const int code = checkBeforeSigning()) return code;
   const cSignedData::Bytes content(data, static_cast<std::size_t>(dataLen));
   if (addCertMode_ <= 1) return makeSignature(content, nullptr);
@@ -71,19 +77,20 @@ int ZEPASign::checkBeforeSigning() const {
 int ZEPASign::makeSignature(cSignedData::Bytes content, STACK_OF(X509) * chain) {
   const EVP_MD* digest = selectDigest(digestName_.get());
   if (digest == nullptr) {
-    logInt(kError, "簽章條件錯誤, 演算法"_big5, errorCode_);  // the code as it still stands, 0, on purpose
+    logInt(kError, "簽章條件錯誤, 演算法"_big5, errorCode_);  // 0: callers depend on this line as it is
     return kSigningFailed;
   }
-  if (signedData_ == nullptr) signedData_ = new cSignedData;
-  int code = signedData_->prepare({.digest = digest,
-                                   .signer = pkcs12_->certificate(),
-                                   .key = pkcs12_->privateKey(),
-                                   .certificates = certificatesToAdd(chain),
-                                   .addAttributes = addTimestamp_,
-                                   .embedContent = addPlainText_});
-  if (code == kSuccess) code = signedData_->sign(content);
-  if (code == kSigningFailed) return failedWithCode(code, "簽章失敗"_big5);
-  return code != kSuccess ? code : storeSignature();
+  if (!signedData_) signedData_ = std::make_unique<cSignedData>();
+  const bool isSigned = signedData_->prepare({.digest = digest,
+                                              .signer = pkcs12_->certificate(),
+                                              .key = pkcs12_->privateKey(),
+                                              .certificates = certificatesToAdd(chain),
+                                              .addAttributes = addTimestamp_,
+                                              .embedContent = addPlainText_}) &&
+                        signedData_->sign(content);
+  if (!isSigned) return failedWithCode(kSigningFailed, "簽章失敗"_big5);
+  storeSignature();
+  return kSuccess;
 }
 
 // certificatesToAdd: the signer's, then the chain's from the last to the first.
@@ -95,11 +102,10 @@ std::vector<X509*> ZEPASign::certificatesToAdd(STACK_OF(X509) * chain) const {
 }
 
 // storeSignature: writes the text once, into the block that the caller will read.
-int ZEPASign::storeSignature() {
-  constexpr std::size_t kSpare = 5;
+void ZEPASign::storeSignature() {
   const auto [head, content, tail] = signedData_->pieces();
   cChars text;
-  text.allocate(base64::encodedLength(signedData_->size()), kSpare);
+  text.allocate(base64::encodedLength(signedData_->size()), kTextSpare);
   base64::Encoder encoder(text.data());
   for (const cSignedData::Bytes piece : {head, content, tail}) encoder.add(piece);
   encoder.finish();
@@ -107,19 +113,16 @@ int ZEPASign::storeSignature() {
   logDebugValue("簽章值(base64)"_big5, text.data());
   signedPkcs7_.adopt(text.release());
   lastSignerCert_ = pkcs12_->certificate();
-  return kSuccess;
 }
 
 int ZEPASign::signText(const char* plain, const char* encoding) {
-  logText(kInfo, "begin ZEPASign::SignPkcs7()");
-  errorCode_ = kSuccess;
-  signedPkcs7_.reset();
+  beginSigning("begin ZEPASign::SignPkcs7()");
   return errorCode_ = trySignText(plain, encoding);
 }
 
 int ZEPASign::trySignText(const char* plain, const char* encoding) {
-  // Another code and text than signBin's for the same condition, on purpose.
-  if (pkcs12_ == nullptr) return failed(kCertificateNotFound, "pfx 載入錯誤"_big5);
+  // Not signBin's code and text for the same condition; callers depend on both.
+  if (!pkcs12_) return failed(kCertificateNotFound, "pfx 載入錯誤"_big5);
   if (const int code = checkText(plain, "參數 plain 內容為 NULL"_big5, "參數 plain 長度為 0"_big5)) return code;
   if (const int code = checkText(encoding, "參數 encoding 內容為 NULL"_big5, "參數 encoding 長度為 0"_big5))
     return code;
@@ -149,9 +152,7 @@ int ZEPASign::trySignText(const char* plain, const char* encoding) {
 }
 
 int ZEPASign::signFile(const char* fileName) {
-  logText(kInfo, "begin ZEPASign::SignPkcs7File()");
-  errorCode_ = kSuccess;
-  signedPkcs7_.reset();
+  beginSigning("begin ZEPASign::SignPkcs7File()");
   logValue(kParam, "fileName", fileName == nullptr ? "" : fileName);
   return errorCode_ = trySignFile(fileName);
 }

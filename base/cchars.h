@@ -6,6 +6,9 @@
 
 namespace zepasign {
 
+// kTextSpare: zeros behind each text that a host receives. One would end it; callers depend on the other four.
+inline constexpr std::size_t kTextSpare = 5;
+
 class cChars : public cBuffer<char> {
  public:
   cChars() = default;

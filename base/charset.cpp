@@ -55,6 +55,7 @@ bool convertUniCodeStringToAny(const char* text, const char* target, cBytes* out
   output->clear();
   const ConverterPtr converter(platform::openConverter(target, kSourceEncoding));
   if (!converter) {
+    if (errno == ENOMEM) throw std::bad_alloc();
     logText(kError, "iconv_open() 失敗"_big5);
     return false;
   }

@@ -2,6 +2,9 @@
 #ifndef ZEPASIGN_BASE_FAILURE_H_
 #define ZEPASIGN_BASE_FAILURE_H_
 
+#include <exception>
+#include <new>
+#include <stdexcept>
 #include <string_view>
 
 #include "base/clog.h"
@@ -20,6 +23,22 @@ namespace zepasign {
 [[nodiscard]] inline int checkText(const char* text, const char* whenNull, const char* whenEmpty) noexcept {
   if (!isEmpty(text)) return kSuccess;
   return failed(kWrongParameter, text == nullptr ? whenNull : whenEmpty);
+}
+
+// codeOfException: the error code of the exception being handled. One that is not an allocation failure is logged.
+// REQUIRES: it is called in a catch block.
+[[nodiscard]] inline int codeOfException() noexcept {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  } catch (const std::length_error&) {
+    return kOutOfMemory;
+  } catch (const std::exception& failure) {
+    return failed(kGeneralError, failure.what());
+  } catch (...) {
+    return kGeneralError;
+  }
 }
 
 }  // namespace zepasign

@@ -14,11 +14,11 @@ constexpr const char* kPassword = "pfx-password";
 void sign(const zepasign::cPkcs12& credential) {
   zepasign::cSignedData signedData;
   const std::vector<X509*> certificates = {credential.certificate()};
-  if (signedData.prepare({EVP_sha256(), credential.certificate(), credential.privateKey(), certificates, true, true}) !=
+  if (!signedData.prepare({EVP_sha256(), credential.certificate(), credential.privateKey(), certificates, true, true})
       0)
     return;
   const unsigned char content[] = {1, 2, 3};
-  if (signedData.sign(content) != 0) return;
+  if (!signedData.sign(content)) return;
   std::string der;
   for (const zepasign::cSignedData::Bytes piece : signedData.pieces()) der.append(piece.begin(), piece.end());
   const zepasign::Pkcs7Ptr decoded(zepasign::demo::decode<d2i_PKCS7>(der));
@@ -47,7 +47,7 @@ void load(const std::string& pfx) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   load(zepasign::fuzz::textOf(data, size));
-  const zepasign::ErrorQueueMark mark;
+  const zepasign::ErrorScope errors;
   const zepasign::Pkcs12Ptr pfx(d2i_PKCS12(nullptr, &data, static_cast<long>(size)));
   if (pfx && PKCS12_set_mac(pfx.get(), kPassword, -1, nullptr, 0, 1, EVP_sha256()) == 1) {
     load(zepasign::demo::encode<i2d_PKCS12>(pfx.get()));

@@ -25,7 +25,6 @@ bool signedItself(X509* certificate) { return X509_self_signed(certificate, 1) =
 void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
   for (const bool selfSigned : {true, false}) {
     for (int i = 0; i < sk_X509_num(certificates); ++i) {
-      const ErrorQueueMark mark;  // one each: many undecodable certificates would push the host's entries out
       X509* certificate = sk_X509_value(certificates, i);
       if (signedItself(certificate) != selfSigned) continue;
       if (X509_STORE_add_cert(store, certificate) != 1) throw std::bad_alloc();
@@ -35,13 +34,13 @@ void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
 
 // verify: the X509_V code of a certificate against the store. Throws std::bad_alloc.
 int verify(X509_STORE* store, X509* certificate) {
-  OwnErrors errors;
+  const ErrorScope errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
   if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) return kNotInitialised;
   if (signedItself(certificate)) X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
-  errors.throwIfMemoryLacks();
+  errors.throwIfOutOfMemory();
   return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
 }
 

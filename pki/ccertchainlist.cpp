@@ -24,9 +24,7 @@ Pkcs7Ptr readChainFile(const std::string& path, ChainState& reason) {
   if (!file) return nullptr;
   const BioPtr stream(BIO_new_fp(file.get(), BIO_NOCLOSE));
   if (!stream) throw std::bad_alloc();
-  OwnErrors errors;
-  Pkcs7Ptr pkcs7(d2i_PKCS7_bio(stream.get(), nullptr));
-  if (!pkcs7) errors.throwIfMemoryLacks();
+  Pkcs7Ptr pkcs7(attempt([&] { return d2i_PKCS7_bio(stream.get(), nullptr); }));
   reason = ChainState::kNoPkcs7;
   if (!pkcs7 || !PKCS7_type_is_signed(pkcs7.get()) || pkcs7->d.sign == nullptr) return nullptr;
   reason = ChainState::kNoCertificates;

@@ -35,12 +35,13 @@ bool cCrlFileEntry::parseCrl() {
     logText(kError, "尚未載入 CRL 內容!"_big5);
     return false;
   }
-  OwnErrors errors;
+  const ErrorScope errors;
   const unsigned char* der = content_.data();
   crl_.reset(d2i_X509_CRL(nullptr, &der, content_.length()));
   if (!crl_) {
-    errors.throwIfMemoryLacks();
-    logErrorValue("解析 crl 失敗, OpenSSL 錯誤訊息"_big5, errors.firstText());
+    const std::string reason = errors.firstText();
+    errors.throwIfOutOfMemory();
+    logErrorValue("解析 crl 失敗, OpenSSL 錯誤訊息"_big5, reason);
     return false;
   }
   checkNextUpdate();

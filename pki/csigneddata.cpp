@@ -1,17 +1,28 @@
+// How a signature is made.
+//
+// prepare: the crypto library builds a PKCS#7 with signer, certificates and options, but with zeros for the digest and
+// the signature and without content. Its encoding is cut into parts; the parts that are the same in every signature are
+// kept.
+//
+// sign: the digest of the content is computed in place. Without attributes it is what the key signs. With attributes
+// (content type, signing time, message digest) the key signs the digest of their encoding as a SET; in the structure
+// the same bytes stand under an implicit tag [0]. Then the tail is put together, from the inside out, and last the
+// head, whose headers need the sizes of content and tail.
 #include "pki/csigneddata.h"
 
 #include <climits>
+#include <new>
 
 #include "base/base64.h"
-#include "base/errors.h"
+#include "base/cchars.h"
 
 namespace zepasign {
 namespace {
 
 using Bytes = der::Bytes;
 
-// textFits: whether `size` bytes have a Base64 text, its ending included, within the 32-bit length.
-bool textFits(std::size_t size) { return base64::encodedLength(size) <= INT_MAX - 5; }
+// textFits: whether the Base64 text of `size` bytes, with the zeros behind it, is within the 32-bit length.
+bool textFits(std::size_t size) { return base64::encodedLength(size) + kTextSpare <= INT_MAX; }
 
 EvpPkeyCtxPtr newSigningContext(EVP_PKEY* key, const EVP_MD* digest) {
   EvpPkeyCtxPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
@@ -43,35 +54,30 @@ class Digest final {
 
 }  // namespace
 
-int cSignedData::prepare(const Options& options) {
-  if (pkcs7_ && options == options_) return kSuccess;
-  OwnErrors errors;
-  pkcs7_.reset();  // and stays so until all of it is built
+bool cSignedData::prepare(const Options& options) {
+  if (pkcs7_ && options == options_) return true;
+  pkcs7_.reset();
   options_ = options;
-  int code = build();
-  if (code == kSigningFailed) code = build();  // without memory the crypto library may fail without saying why
-  if (code != kSuccess) errors.throwIfMemoryLacks();
-  return code;
+  return attempt([this] { return build(); });
 }
 
-int cSignedData::build() {
+bool cSignedData::build() {
+  if (options_.signer == nullptr || options_.key == nullptr) return false;
   Pkcs7Ptr owned(PKCS7_new());
   PKCS7* const pkcs7 = owned.get();
-  if (pkcs7 == nullptr) return kOutOfMemory;
-  if (options_.signer == nullptr || options_.key == nullptr) return kSigningFailed;
-  if (PKCS7_set_type(pkcs7, NID_pkcs7_signed) != 1) return kOutOfMemory;
+  if (pkcs7 == nullptr || PKCS7_set_type(pkcs7, NID_pkcs7_signed) != 1) throw std::bad_alloc();
   signerInfo_ = PKCS7_add_signature(pkcs7, options_.signer, options_.key, options_.digest);
   keyContext_ = newSigningContext(options_.key, options_.digest);
-  if (signerInfo_ == nullptr || !keyContext_) return kSigningFailed;
+  if (signerInfo_ == nullptr || !keyContext_) return false;
   for (X509* certificate : options_.certificates) {
-    if (PKCS7_add_certificate(pkcs7, certificate) != 1) return kSigningFailed;
+    if (PKCS7_add_certificate(pkcs7, certificate) != 1) return false;
   }
-  if (!setContentType(pkcs7) || !split(pkcs7)) return kOutOfMemory;
+  if (!setContentType(pkcs7) || !split(pkcs7)) throw std::bad_alloc();  // nothing else can fail there
   pkcs7_ = std::move(owned);
-  return kSuccess;
+  return true;
 }
 
-// split: encodes the structure, zeros standing for digest and signature, and takes it apart.
+// split: encodes the structure with zero placeholders for digest and signature and cuts it into the reusable parts.
 //
 //   SEQUENCE { OID signedData, [0] { SEQUENCE {
 //     version, digestAlgorithms, contentInfo, [0] certificates,
@@ -89,42 +95,41 @@ bool cSignedData::split(PKCS7* pkcs7) {
   const OpenSslBytesPtr owned(encoded);
   if (size <= 0) return false;
 
+  // Embedded content adds two headers and lets four grow: contentInfo's has 2 bytes in the template, the three
+  // outermost ones have 3 at least, since the template is always longer than 127 bytes.
+  constexpr std::size_t kContentHeaders =
+      2 * der::kMaxHeaderSize + (der::kMaxHeaderSize - 2) + 3 * (der::kMaxHeaderSize - 3);
   const auto keep = [](der::Buffer& out, std::initializer_list<Bytes> parts) {
     out.clear();
     for (Bytes part : parts) der::append(out, part);
   };
   der::Reader reader({encoded, static_cast<std::size_t>(size)});
   reader.enter();
-  keep(frame_.signedDataType, {reader.take()});
+  keep(parts_.signedDataType, {reader.take()});
   reader.enter();
   reader.enter();
-  keep(frame_.versionAndDigest, {reader.take(), reader.take()});
+  keep(parts_.versionAndDigest, {reader.take(), reader.take()});
   reader.enter();
-  keep(frame_.contentType, {reader.take()});
-  keep(frame_.certificates, {reader.takeIf(0xA0)});
+  keep(parts_.contentType, {reader.take()});
+  keep(parts_.certificates, {reader.takeIf(der::kContext0)});
   reader.enter();
   reader.enter();
-  keep(frame_.signerInfoStart, {reader.take(), reader.take(), reader.take()});
-  static_cast<void>(reader.takeIf(0xA0));
-  keep(frame_.signatureAlgorithm, {reader.take()});
-  constexpr std::size_t kContentHeaders = 24;  // the most that headers grow by around content of up to INT_MAX bytes
-  frame_.size = static_cast<std::size_t>(size) + (options_.embedContent ? kContentHeaders : 0);
-  return !frame_.signatureAlgorithm.empty();
+  keep(parts_.signerInfoStart, {reader.take(), reader.take(), reader.take()});
+  static_cast<void>(reader.takeIf(der::kContext0));
+  keep(parts_.signatureAlgorithm, {reader.take()});
+  parts_.size = static_cast<std::size_t>(size) + (options_.embedContent ? kContentHeaders : 0);
+  return !parts_.signatureAlgorithm.empty();
 }
 
-int cSignedData::sign(Bytes content) {
-  OwnErrors errors;
-  if (!textFits(frame_.size + (options_.embedContent ? content.size() : 0))) return kOutOfMemory;
+bool cSignedData::sign(Bytes content) {
+  if (!textFits(parts_.size + (options_.embedContent ? content.size() : 0))) throw std::bad_alloc();
   der::Buffer attributes;
   der::Buffer signature;
-  if (!signContent(content, attributes, signature) && !signContent(content, attributes, signature)) {  // as in prepare
-    errors.throwIfMemoryLacks();
-    return kSigningFailed;
-  }
+  if (!attempt([&] { return signContent(content, attributes, signature); })) return false;
   content_ = options_.embedContent ? content : Bytes();
   writeTail(attributes, signature);
   writeHead();
-  return kSuccess;
+  return true;
 }
 
 bool cSignedData::signContent(Bytes content, der::Buffer& attributes, der::Buffer& signature) {
@@ -153,7 +158,7 @@ bool cSignedData::signDigest(Bytes digest, der::Buffer& signature) const {
   return true;
 }
 
-// signAttributes: what is signed is the attributes as a SET; in the signature they stand under an implicit tag [0].
+// signAttributes: `attributes` receives them as they stand in the structure.
 bool cSignedData::signAttributes(Bytes digest, der::Buffer& attributes, der::Buffer& signature) {
   if (digest.empty() || !addAttributes(digest)) return false;
   unsigned char* encoded = nullptr;
@@ -163,15 +168,15 @@ bool cSignedData::signAttributes(Bytes digest, der::Buffer& attributes, der::Buf
   if (size <= 0) return false;
   attributes.assign(encoded, encoded + size);
   if (!signDigest(Digest(options_.digest, attributes).value(), signature)) return false;
-  attributes.front() = 0xA0;
+  attributes.front() = der::identifierOf(der::kContext0);
   return true;
 }
 
 void cSignedData::writeTail(Bytes attributes, Bytes signature) {
   const der::Buffer signatureValue = der::element(der::kOctetString, {signature});
   const der::Buffer signerInfo =
-      der::element(der::kSequence, {frame_.signerInfoStart, attributes, frame_.signatureAlgorithm, signatureValue});
-  tail_ = frame_.certificates;
+      der::element(der::kSequence, {parts_.signerInfoStart, attributes, parts_.signatureAlgorithm, signatureValue});
+  tail_ = parts_.certificates;
   der::append(tail_, der::element(der::kSet, {signerInfo}));
 }
 
@@ -179,19 +184,19 @@ void cSignedData::writeTail(Bytes attributes, Bytes signature) {
 void cSignedData::writeHead() {
   const std::size_t octets = der::sizeOf(der::kOctetString, content_.size());
   const std::size_t explicitContent = options_.embedContent ? der::sizeOf(der::kContext0, octets) : 0;
-  const std::size_t contentInfo = frame_.contentType.size() + explicitContent;
+  const std::size_t contentInfo = parts_.contentType.size() + explicitContent;
   const std::size_t signedData =
-      frame_.versionAndDigest.size() + der::sizeOf(der::kSequence, contentInfo) + tail_.size();
+      parts_.versionAndDigest.size() + der::sizeOf(der::kSequence, contentInfo) + tail_.size();
   const std::size_t explicitSignedData = der::sizeOf(der::kSequence, signedData);
   head_.clear();
   der::appendHeader(head_, der::kSequence,
-                    frame_.signedDataType.size() + der::sizeOf(der::kContext0, explicitSignedData));
-  der::append(head_, frame_.signedDataType);
+                    parts_.signedDataType.size() + der::sizeOf(der::kContext0, explicitSignedData));
+  der::append(head_, parts_.signedDataType);
   der::appendHeader(head_, der::kContext0, explicitSignedData);
   der::appendHeader(head_, der::kSequence, signedData);
-  der::append(head_, frame_.versionAndDigest);
+  der::append(head_, parts_.versionAndDigest);
   der::appendHeader(head_, der::kSequence, contentInfo);
-  der::append(head_, frame_.contentType);
+  der::append(head_, parts_.contentType);
   if (!options_.embedContent) return;
   der::appendHeader(head_, der::kContext0, octets);
   der::appendHeader(head_, der::kOctetString, content_.size());

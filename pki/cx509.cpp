@@ -28,16 +28,12 @@ const ASN1_STRING* firstCommonName(const X509_NAME* name) {
 }
 
 // extension: the decoded value of an extension, null when there is none that can be read. With `isFirst` the first one
-// of its kind counts; otherwise one that stands there twice counts as none. Throws std::bad_alloc: for lack of memory
-// none must seem to be missing.
+// of its kind is used; otherwise a repeated extension counts as absent.
 template <class Pointer>
 Pointer extension(const X509* x509, int nid, bool isFirst = false) {
-  OwnErrors errors;
   int index = -1;
-  Pointer value(
-      static_cast<typename Pointer::pointer>(X509_get_ext_d2i(x509, nid, nullptr, isFirst ? &index : nullptr)));
-  if (!value) errors.throwIfMemoryLacks();
-  return value;
+  return Pointer(static_cast<typename Pointer::pointer>(
+      attempt([&] { return X509_get_ext_d2i(x509, nid, nullptr, isFirst ? &index : nullptr); })));
 }
 
 std::string bytesOf(const ASN1_STRING* text, int length) {

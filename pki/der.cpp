@@ -9,7 +9,7 @@ std::size_t sizeOf(const Tag& tag, std::size_t size) {
 void append(Buffer& out, Bytes bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
 void appendHeader(Buffer& out, const Tag& tag, std::size_t size) {
-  unsigned char header[16];
+  unsigned char header[kMaxHeaderSize];
   unsigned char* end = header;
   ASN1_put_object(&end, tag.constructed, static_cast<int>(size), tag.number, tag.tagClass);
   out.insert(out.end(), header, end);
@@ -26,12 +26,12 @@ Buffer element(const Tag& tag, std::initializer_list<Bytes> parts) {
 }
 
 void Reader::enter() {
-  constexpr int kUnsound = 0x80;
+  constexpr int kInvalid = 0x80;  // the bit that ASN1_get_object sets
   const unsigned char* at = rest_.data();
   long size = 0;
   int number = 0;
   int tagClass = 0;
-  if ((ASN1_get_object(&at, &size, &number, &tagClass, static_cast<long>(rest_.size())) & kUnsound) != 0) {
+  if ((ASN1_get_object(&at, &size, &number, &tagClass, static_cast<long>(rest_.size())) & kInvalid) != 0) {
     rest_ = {};
     contentSize_ = 0;
     return;
@@ -47,8 +47,6 @@ Bytes Reader::take() {
   return start.first(start.size() - rest_.size());
 }
 
-Bytes Reader::takeIf(unsigned char firstByte) {
-  return !rest_.empty() && rest_.front() == firstByte ? take() : Bytes();
-}
+Bytes Reader::takeIf(const Tag& tag) { return !rest_.empty() && rest_.front() == identifierOf(tag) ? take() : Bytes(); }
 
 }  // namespace zepasign::der

@@ -1,5 +1,7 @@
 // The few DER elements (X.690) that are read and written around content which is never copied into a structure. Headers
-// are the crypto library's own.
+// are written and read by the crypto library.
+//
+//   element    header | content            header    identifier (1 byte for the tags here) | length (1 to 5 bytes)
 #ifndef ZEPASIGN_PKI_DER_H_
 #define ZEPASIGN_PKI_DER_H_
 
@@ -11,13 +13,14 @@
 
 namespace zepasign::der {
 
+// Bytes: borrowed bytes. Buffer: owned ones.
 using Bytes = std::span<const unsigned char>;
 using Buffer = std::vector<unsigned char>;
 
 // Tag: what an element's header says besides the length.
 struct Tag {
-  int constructed;
-  int number;
+  int constructed;  // 1: the content is made of elements
+  int number;       // below 31, so that the identifier is one byte
   int tagClass;
 };
 inline constexpr Tag kSequence{1, V_ASN1_SEQUENCE, V_ASN1_UNIVERSAL};
@@ -25,26 +28,37 @@ inline constexpr Tag kSet{1, V_ASN1_SET, V_ASN1_UNIVERSAL};
 inline constexpr Tag kOctetString{0, V_ASN1_OCTET_STRING, V_ASN1_UNIVERSAL};
 inline constexpr Tag kContext0{1, 0, V_ASN1_CONTEXT_SPECIFIC};
 
-// sizeOf: bytes of an element, its header included, around `size` bytes. REQUIRES: size + 6 <= INT_MAX.
+// identifierOf: the first byte of such an element.
+[[nodiscard]] constexpr unsigned char identifierOf(const Tag& tag) noexcept {
+  return static_cast<unsigned char>(tag.tagClass | (tag.constructed * V_ASN1_CONSTRUCTED) | tag.number);
+}
+
+// kMaxHeaderSize: around content of at most INT_MAX bytes: the identifier, a byte that counts the length's bytes, and
+// four of those.
+inline constexpr std::size_t kMaxHeaderSize = 6;
+
+// sizeOf: bytes of an element, its header included, around `size` bytes. REQUIRES: size + kMaxHeaderSize <= INT_MAX.
 [[nodiscard]] std::size_t sizeOf(const Tag& tag, std::size_t size);
 
+// append: adds the bytes at the end.
 void append(Buffer& out, Bytes bytes);
 // appendHeader: the header of an element whose `size` bytes follow. REQUIRES: size <= INT_MAX.
 void appendHeader(Buffer& out, const Tag& tag, std::size_t size);
 // element: one element around the parts.
 [[nodiscard]] Buffer element(const Tag& tag, std::initializer_list<Bytes> parts);
 
-// Reader: walks over the elements of one DER text. A step on unsound input gives nothing and leaves nothing to read.
+// Reader: reads the elements of a DER encoding one after the other. A step on an invalid encoding gives nothing and
+// leaves nothing to read. The bytes are borrowed and must outlive the reader and what it gave.
 class Reader final {
  public:
-  explicit Reader(Bytes text) : rest_(text) {}
+  explicit Reader(Bytes encoding) : rest_(encoding) {}
 
-  // enter: passes the header of the next element and stands at its content.
+  // enter: skips the header of the next element; what follows is its content.
   void enter();
-  // take: passes the next element and gives it whole.
+  // take: the next element, header included.
   [[nodiscard]] Bytes take();
-  // takeIf: as take when the next element begins with that byte, else empty.
-  [[nodiscard]] Bytes takeIf(unsigned char firstByte);
+  // takeIf: as take if the next element has that tag, else empty.
+  [[nodiscard]] Bytes takeIf(const Tag& tag);
 
  private:
   Bytes rest_;

@@ -1,9 +1,13 @@
+// The host's error queue is set aside with ERR_get_state, which is deprecated: with the crypto library 3.0 nothing else
+// moves a queue together with its marks and its texts (OSSL_ERR_STATE_save is of 3.2 and knows no marks).
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include "pki/openssl.h"
 
 #include <openssl/decoder.h>
 #include <openssl/kdf.h>
 #include <openssl/rand.h>
 
+#include <exception>
 #include <new>
 
 #include "base/big5.h"
@@ -13,43 +17,72 @@ namespace zepasign {
 
 namespace {
 
-// kBoundary: queued behind the host's entries, so that they are not taken for ours.
-constexpr int kBoundary = ERR_R_PASSED_INVALID_ARGUMENT;
-const unsigned long kBoundaryCode = ERR_PACK(ERR_LIB_USER, 0, kBoundary);
+// isEmpty: whether a queue, a ring whose newest entry is at `top`, holds no entry.
+bool isEmpty(const ERR_STATE& queue) noexcept { return queue.top == queue.bottom; }
 
-bool isLackOfMemory(unsigned long code) noexcept { return ERR_GET_REASON(code) == ERR_R_MALLOC_FAILURE; }
+// freeTexts: frees what the entries of a queue own.
+void freeTexts(const ERR_STATE& queue) noexcept {
+  for (int i = 0; i < ERR_NUM_ERRORS; ++i) {
+    if ((queue.err_data_flags[i] & ERR_TXT_MALLOCED) != 0) OPENSSL_free(queue.err_data[i]);
+    OPENSSL_free(queue.err_file[i]);
+    OPENSSL_free(queue.err_func[i]);
+  }
+}
 
 }  // namespace
 
-OwnErrors::OwnErrors() noexcept {
-  if (hostHasErrors_) ERR_raise(ERR_LIB_USER, kBoundary);
-}
-
-unsigned long OwnErrors::first() noexcept {
-  if (first_ == 0) first_ = hostHasErrors_ ? ERR_peek_last_error() : ERR_peek_error();
-  return first_ == kBoundaryCode ? 0 : first_;
-}
-
-std::string OwnErrors::firstText() {
-  const unsigned long code = first();
-  char text[256];
+std::string ErrorScope::firstText() const {
+  const unsigned long code = ERR_peek_error();
+  char text[256];  // as long as the crypto library's own buffer for such a text
   ERR_error_string_n(code, text, sizeof text);
   return code == 0 ? "" : text;
 }
 
-void OwnErrors::throwIfMemoryLacks() {
-  bool lacks = isLackOfMemory(first());
-  if (!hostHasErrors_) {
-    while (const unsigned long code = ERR_get_error()) lacks = lacks || isLackOfMemory(code);
-    ERR_clear_error();  // frees what the entries held
+void ErrorScope::throwIfOutOfMemory() const {
+  bool isOutOfMemory = false;
+  while (const unsigned long code = ERR_get_error()) {
+    isOutOfMemory = isOutOfMemory || ERR_GET_REASON(code) == ERR_R_MALLOC_FAILURE;
   }
-  if (lacks) throw std::bad_alloc();
+  if (isOutOfMemory) throw std::bad_alloc();
+}
+
+HostErrors::HostErrors() noexcept {
+  ERR_STATE* const queue = ERR_get_state();
+  if (queue == nullptr || isEmpty(*queue)) return;
+  entries_ = *queue;
+  *queue = {};
+  isSetAside_ = true;
+}
+
+HostErrors::~HostErrors() {
+  ERR_clear_error();
+  if (!isSetAside_) return;
+  ERR_STATE* const queue = ERR_get_state();
+  freeTexts(*queue);
+  *queue = entries_;
+}
+
+// contextEnded: the process ends, and cryptoContext is destroyed; only exit handlers of the host still call.
+static constinit bool contextEnded = false;
+
+// makeExceptionState: has the C++ run-time allocate what it needs for the calling thread's first exception. In a
+// library that was loaded by dlopen it does so when the first exception is thrown, and ends the process if there is no
+// memory. The volatile variable keeps the compiler from removing the call, which it takes for one without effect.
+static void makeExceptionState() noexcept {
+  [[maybe_unused]] const volatile int exceptions = std::uncaught_exceptions();
+}
+
+CryptoScope::CryptoScope() {
+  if (contextEnded) throw std::bad_alloc();
+  makeExceptionState();
+  host_ = OSSL_LIB_CTX_set0_default(cryptoContext.enter());
 }
 
 namespace {
 
-// fetchAll: has the context make all methods of the kinds that loading, verifying and signing need, and the state of
-// its random numbers. What finds no memory when it is made later would be missing for good.
+// fetchAll: fetches all algorithms of the kinds that loading, verifying and signing need, and makes the state of the
+// random numbers. The crypto library remembers a fetch that failed, so one allocation failure during a late fetch would
+// disable an algorithm for the life of the process.
 void fetchAll(OSSL_LIB_CTX* context) {
   const auto ignore = [](auto* /*method*/, void* /*argument*/) {};
   EVP_CIPHER_do_all_provided(context, ignore, nullptr);
@@ -63,17 +96,37 @@ void fetchAll(OSSL_LIB_CTX* context) {
   RAND_set_DRBG_type(context, "CTR-DRBG", nullptr, nullptr, nullptr);
 }
 
+// keptContext: a context that could not be freed; keeps it reachable for tools that look for leaks.
+[[maybe_unused]] OSSL_LIB_CTX* keptContext = nullptr;
+
 }  // namespace
 
 cCryptoContext::cCryptoContext() : context_(OSSL_LIB_CTX_new()) {
-  if (!context_) return;  // every export reports it
-  const ErrorQueueMark mark;
+  if (!context_) return;  // CryptoScope reports it
+  const HostErrors hostErrors;
+  makeExceptionState();
   defaultProvider_.reset(OSSL_PROVIDER_load(context_.get(), "default"));
   legacyProvider_.reset(OSSL_PROVIDER_load(context_.get(), "legacy"));
   fetchAll(context_.get());
   sha1_.reset(EVP_MD_fetch(context_.get(), "SHA1", nullptr));
   sha256_.reset(EVP_MD_fetch(context_.get(), "SHA256", nullptr));
   if (!legacyProvider_) logText(kWarn, "OpenSSL legacy provider 無法載入, 無法讀取 RC2-40 加密的 pfx 檔"_big5);
+}
+
+cCryptoContext::~cCryptoContext() {
+  contextEnded = true;
+  if (!threads_.othersLive()) return;
+  static_cast<void>(sha256_.release());
+  static_cast<void>(sha1_.release());
+  static_cast<void>(legacyProvider_.release());
+  static_cast<void>(defaultProvider_.release());
+  keptContext = context_.release();
+}
+
+OSSL_LIB_CTX* cCryptoContext::enter() {
+  if (!context_) throw std::bad_alloc();
+  threads_.enter();
+  return context_.get();
 }
 
 }  // namespace zepasign

@@ -1,5 +1,13 @@
-// The crypto library as this library uses it: owning handles, and a library context of our own, so that the host in the
-// same process keeps its default context, its providers and its error queue as it left them.
+// The crypto library as this library uses it: owning handles, one rule for its errors, and a library context of our
+// own.
+//
+// The host shares the process, and often the crypto library, with us. A call must leave the host's default context, its
+// providers and its error queue as they were, and must not be disturbed by what the host has set there. So every export
+// runs inside a CryptoScope:
+//
+//   host's call  ->  CryptoScope: our context is the default, the host's errors are set aside
+//                      attempt: one step of the crypto library, with an empty error queue
+//                ->  the host's context is the default, its errors are back
 #ifndef ZEPASIGN_PKI_OPENSSL_H_
 #define ZEPASIGN_PKI_OPENSSL_H_
 
@@ -17,6 +25,8 @@
 #include <memory>
 #include <string>
 
+#include "pki/threadregistry.h"
+
 namespace zepasign {
 
 // Handles: one alias per C type, and no free call anywhere else.
@@ -27,8 +37,9 @@ struct FreeWith {
     Free(p);
   }
 };
-// freeStackOnly: the list, not the certificates in it.
+// freeStackOnly, freeStackAndItems: the list alone, and with the certificates in it.
 inline void freeStackOnly(STACK_OF(X509) * stack) noexcept { sk_X509_free(stack); }
+inline void freeStackAndItems(STACK_OF(X509) * stack) noexcept { sk_X509_pop_free(stack, X509_free); }
 inline void freeOpenSslText(char* text) noexcept { OPENSSL_free(text); }
 inline void freeOpenSslBytes(unsigned char* bytes) noexcept { OPENSSL_free(bytes); }
 
@@ -48,52 +59,67 @@ using Pkcs12Ptr = std::unique_ptr<PKCS12, FreeWith<PKCS12_free>>;
 using Pkcs7Ptr = std::unique_ptr<PKCS7, FreeWith<PKCS7_free>>;
 using ProviderPtr = std::unique_ptr<OSSL_PROVIDER, FreeWith<OSSL_PROVIDER_unload>>;
 using X509CrlPtr = std::unique_ptr<X509_CRL, FreeWith<X509_CRL_free>>;
+using X509OwnerStackPtr = std::unique_ptr<STACK_OF(X509), FreeWith<freeStackAndItems>>;
 using X509Ptr = std::unique_ptr<X509, FreeWith<X509_free>>;
 using X509StackPtr = std::unique_ptr<STACK_OF(X509), FreeWith<freeStackOnly>>;
 using X509StorePtr = std::unique_ptr<X509_STORE, FreeWith<X509_STORE_free>>;
 using X509StoreCtxPtr = std::unique_ptr<X509_STORE_CTX, FreeWith<X509_STORE_CTX_free>>;
 
-// ErrorQueueMark: what is queued inside this scope is gone when it ends; the host's entries stay.
-class ErrorQueueMark final {
+// ErrorScope: the errors that the crypto library raises during its lifetime. It empties the calling thread's error
+// queue at both ends, so whatever is in the queue is its own; the host's entries are kept elsewhere (see CryptoScope).
+// Scopes do not nest: an inner one discards what was raised before it.
+class ErrorScope final {
  public:
-  ErrorQueueMark() noexcept { ERR_set_mark(); }
-  ~ErrorQueueMark() { ERR_pop_to_mark(); }
-  ErrorQueueMark(const ErrorQueueMark&) = delete;
-  ErrorQueueMark& operator=(const ErrorQueueMark&) = delete;
+  ErrorScope() noexcept { ERR_clear_error(); }
+  ~ErrorScope() { ERR_clear_error(); }
+  ErrorScope(const ErrorScope&) = delete;
+  ErrorScope& operator=(const ErrorScope&) = delete;
+
+  // firstText: the first error as the crypto library prints it; empty when there is none.
+  [[nodiscard]] std::string firstText() const;
+  // throwIfOutOfMemory: throws std::bad_alloc if one of the errors is an allocation failure. Removes them all.
+  void throwIfOutOfMemory() const;
 };
 
-// OwnErrors: an ErrorQueueMark that can tell what went wrong inside its scope: of all errors queued since, or of the
-// last one alone when entries of the host stand in front.
-class OwnErrors final {
- public:
-  OwnErrors() noexcept;
-  [[nodiscard]] bool none() noexcept { return first() == 0; }
-  // firstText: the first of them as the crypto library prints it; empty when there is none.
-  [[nodiscard]] std::string firstText();
-  // throwIfMemoryLacks: throws std::bad_alloc when one of them is a lack of memory. Whatever failed for that reason
-  // must not pass for absent, wrong or damaged.
-  void throwIfMemoryLacks();
+// attempt: calls `step`, whose result is null or false when it failed, and returns the result. Throws std::bad_alloc if
+// the step failed and the crypto library reported an allocation failure, so that callers do not report "missing",
+// "wrong password" or "damaged" when memory is short.
+//
+// The library's rule for allocation failures inside the crypto library is here and nowhere else: a reported one becomes
+// std::bad_alloc and so 5002. The crypto library hides a few; then the code of the failed step is returned, and the
+// next call tries again. Only what is loaded once per process, the chains, makes a second attempt.
+template <class Step>
+[[nodiscard]] auto attempt(Step step) {
+  const ErrorScope errors;
+  auto result = step();
+  if (!result) errors.throwIfOutOfMemory();
+  return result;
+}
 
- private:
-  unsigned long first() noexcept;
-
-  bool hostHasErrors_ = ERR_peek_error() != 0;
-  unsigned long first_ = 0;
-  ErrorQueueMark mark_;
-};
-
-// cCryptoContext: the library context with the default and the legacy provider, and the digests fetched from it once.
-// PFX files of older software need the legacy provider (RC2-40); where it is not installed, a log line says so.
+// cCryptoContext: a library context with the default and the legacy provider, and the digests fetched from it once. PFX
+// files of older software need the legacy provider (RC2-40); where it is not installed, a log line says so.
+//
+// The crypto library keeps random generators for each thread that uses a context, and frees them through the context
+// when that thread ends. A context must therefore not be freed before; see ~cCryptoContext.
 class cCryptoContext final {
  public:
   cCryptoContext();
+  // ~cCryptoContext: frees the context, unless a thread other than the calling one has used it and has not ended yet.
+  // Then the context stays in memory, some hundred kilobytes, until the process ends.
+  ~cCryptoContext();
+  cCryptoContext(const cCryptoContext&) = delete;
+  cCryptoContext& operator=(const cCryptoContext&) = delete;
 
-  [[nodiscard]] OSSL_LIB_CTX* get() const noexcept { return context_.get(); }
+  // enter: notes that the calling thread uses the context, and returns it. Throws std::bad_alloc when there was no
+  // memory for the context or the note.
+  [[nodiscard]] OSSL_LIB_CTX* enter();
+
   // sha1, sha256: borrowed; null when the crypto library has none.
   [[nodiscard]] const EVP_MD* sha1() const noexcept { return sha1_.get(); }
   [[nodiscard]] const EVP_MD* sha256() const noexcept { return sha256_.get(); }
 
  private:
+  ThreadRegistry threads_;
   LibCtxPtr context_;
   ProviderPtr defaultProvider_;
   ProviderPtr legacyProvider_;
@@ -101,24 +127,38 @@ class cCryptoContext final {
   DigestPtr sha256_;
 };
 
-// cryptoContext: the one context of the process; made when the library is loaded.
+// cryptoContext: the one context of the process. The program or library that links this module defines it, after the
+// log, to which its constructor may write; the library does so in api/process_state.cpp. It exists from the load of
+// that program or library to its unload. Use it from one thread at a time.
 extern cCryptoContext cryptoContext;
 
-// CryptoScope: makes our context the calling thread's default and puts the host's back at the end, its error queue too.
-// Every export runs inside one; within it the crypto library's calls need no context argument.
+// HostErrors: empties the calling thread's error queue and, at its end, puts it back as it was, with the host's marks.
+class HostErrors final {
+ public:
+  HostErrors() noexcept;
+  ~HostErrors();
+  HostErrors(const HostErrors&) = delete;
+  HostErrors& operator=(const HostErrors&) = delete;
+
+ private:
+  bool isSetAside_ = false;
+  ERR_STATE entries_{};
+};
+
+// CryptoScope: makes our context the calling thread's default and sets the host's errors aside, until its end. Every
+// export runs inside one; within it the crypto library's calls need no context argument. Throws std::bad_alloc when
+// there was no memory for our context, and in exit handlers that run when the context is destroyed; the host's context
+// must not be used instead.
 class CryptoScope final {
  public:
-  CryptoScope() noexcept : host_(OSSL_LIB_CTX_set0_default(cryptoContext.get())) {}
+  CryptoScope();
   ~CryptoScope() { OSSL_LIB_CTX_set0_default(host_); }
   CryptoScope(const CryptoScope&) = delete;
   CryptoScope& operator=(const CryptoScope&) = delete;
 
-  // isOpen: false when there was no memory for our context; the host's must not be used in its stead.
-  [[nodiscard]] bool isOpen() const noexcept { return cryptoContext.get() != nullptr; }
-
  private:
-  ErrorQueueMark mark_;
-  OSSL_LIB_CTX* host_;
+  HostErrors hostErrors_;
+  OSSL_LIB_CTX* host_ = nullptr;
 };
 
 }  // namespace zepasign

@@ -4,9 +4,13 @@
 //   alternative  item "," item ...                              all conditions must hold
 //   item         S_C= S_O= S_OU= S_CN= (subject), I_C= I_O= I_OU= I_CN= (issuer); others are ignored
 //
-// O and OU may repeat, every value must be among the certificate's. Values are found by plain substring search, in the
-// filter up to the next "," and in the one-line name up to the next "/".
+// O and OU may repeat; every value must be among the certificate's. An alternative is checked in two passes, first its
+// subject conditions against the subject name, then its issuer conditions against the issuer name. There is no escape:
+// a key is found by plain substring search and its value ends at the next "," in the filter, at the next "/" in the
+// one-line name. So a value that holds "CN=" or "/" can be mistaken for another entry; callers depend on that reading.
 #include <algorithm>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "base/big5.h"
@@ -17,21 +21,22 @@
 
 namespace zepasign {
 
-// FilterSide: what tells the subject's conditions from the issuer's. The subject's CN needs only to contain the
-// filter's, the issuer's must equal it, on purpose.
-struct FilterSide {
-  const char* prefix;
-  const char* endLabel;
-  bool (*commonNameHolds)(const std::string& name, const std::string& wanted);
-};
-
 namespace {
+
+using Values = std::set<std::string>;
 
 constexpr std::string_view kMark = "//";
 
 bool contains(const std::string& name, const std::string& wanted) { return name.find(wanted) != std::string::npos; }
 bool equals(const std::string& name, const std::string& wanted) { return name == wanted; }
 
+// FilterSide: what differs between the conditions on the subject and on the issuer. The subject's CN must contain the
+// filter's, the issuer's must be equal to it.
+struct FilterSide {
+  const char* prefix;
+  const char* endLabel;
+  bool (*commonNameHolds)(const std::string& name, const std::string& wanted);
+};
 constexpr FilterSide kSubjectSide = {"S_", "end cPkcs12::checkFilterByCertSubject()", contains};
 constexpr FilterSide kIssuerSide = {"I_", "end cPkcs12::checkFilterByCertIssuer()", equals};
 
@@ -59,7 +64,7 @@ bool nextValue(const std::string& text, const std::string& key, char separator, 
 }
 
 // ValueReader: reads values by key and logs each under the label "<operation>(<key>)".
-struct ValueReader {
+struct ValueReader final {
   const char* operation;
   char separator;
 
@@ -74,8 +79,8 @@ struct ValueReader {
     next(text, key, from, value);
     return value;
   }
-  [[nodiscard]] std::set<std::string> all(const std::string& text, const std::string& key) const {
-    std::set<std::string> values;
+  [[nodiscard]] Values all(const std::string& text, const std::string& key) const {
+    Values values;
     std::size_t from = 0;
     for (std::string value; next(text, key, from, value);) values.insert(value);
     return values;
@@ -88,56 +93,29 @@ bool conditionMissing(const std::string& key, const std::string& value) {
 }
 
 // holdsAll: whether every wanted value is among the offered ones; the first missing one is logged.
-bool holdsAll(const std::string& key, const std::set<std::string>& wanted, const std::set<std::string>& offered) {
+bool holdsAll(const std::string& key, const Values& wanted, const Values& offered) {
   const auto missing =
       std::find_if(wanted.begin(), wanted.end(), [&](const auto& value) { return !offered.contains(value); });
   return missing == wanted.end() || conditionMissing(key, *missing);
 }
 
-}  // namespace
+constexpr ValueReader kFilterName{"cPkcs12::parseFilterName", ','};
+constexpr ValueReader kFilterNames{"cPkcs12::parseFilterNames", ','};
+constexpr ValueReader kCertName{"cPkcs12::parseCertDistingName", '/'};
+constexpr ValueReader kCertNames{"cPkcs12::parseCertDistingNames", '/'};
 
-int cPkcs12::checkSignerFilter(const char* signerFilter) const {
-  int result = kCertificateNotFound;
-  if (certificate_) {
-    if (signerFilter != nullptr) logValue(kParam, "signerFilter", signerFilter);
-    const bool unrestricted = signerFilter == nullptr || *signerFilter == '\0';
-    if (unrestricted || anyAlternativeHolds(signerFilter)) result = kSuccess;
-  }
-  logInt(kDebug, "end cPkcs12::checkSignerFilter()", result);
-  return result;
-}
-
-bool cPkcs12::anyAlternativeHolds(const char* signerFilter) const {
-  const std::vector<std::string> alternatives = splitAlternatives(signerFilter);
-  logInt(kDebug, "絛件數量"_big5, static_cast<int>(alternatives.size()));  // the odd first character is the known one
-  const cX509 certificate(certificate_.get());
-  const std::string subject = certificate.getSubjectOneLine();
-  const std::string issuer = certificate.getIssuerOneLine();
-  return std::any_of(alternatives.begin(), alternatives.end(), [&](const std::string& alternative) {
-    return checkFilterByCertSubject(alternative, subject) && checkFilterByCertIssuer(alternative, issuer);
-  });
-}
-
-bool cPkcs12::checkFilterByCertSubject(const std::string& filter, const std::string& subject) {
-  return checkFilter(kSubjectSide, filter, subject);
-}
-
-bool cPkcs12::checkFilterByCertIssuer(const std::string& filter, const std::string& issuer) {
-  return checkFilter(kIssuerSide, filter, issuer);
-}
-
-bool cPkcs12::checkFilter(const FilterSide& side, const std::string& filter, const std::string& name) {
+bool checkSide(const FilterSide& side, const std::string& filter, const std::string& name) {
   logValue(kParam, "絛件 filter"_big5, filter);
-  logValue(kParam, "憑證主旨 subject"_big5, name);  // the issuer's name stands under this label too, on purpose
+  logValue(kParam, "憑證主旨 subject"_big5, name);  // also for the issuer's name; callers depend on the label
   const std::string prefix = side.prefix;
-  const std::string wantedC = parseFilterName(filter, prefix + "C=");
-  const Names wantedO = parseFilterNames(filter, prefix + "O=");
-  const Names wantedOU = parseFilterNames(filter, prefix + "OU=");
-  const std::string wantedCN = parseFilterName(filter, prefix + "CN=");
-  const std::string nameC = parseCertDistingName(name, "C=");
-  const Names nameO = parseCertDistingNames(name, "O=");
-  const Names nameOU = parseCertDistingNames(name, "OU=");
-  const std::string nameCN = parseCertDistingName(name, "CN=");
+  const std::string wantedC = kFilterName.first(filter, prefix + "C=");
+  const Values wantedO = kFilterNames.all(filter, prefix + "O=");
+  const Values wantedOU = kFilterNames.all(filter, prefix + "OU=");
+  const std::string wantedCN = kFilterName.first(filter, prefix + "CN=");
+  const std::string nameC = kCertName.first(name, "C=");
+  const Values nameO = kCertNames.all(name, "O=");
+  const Values nameOU = kCertNames.all(name, "OU=");
+  const std::string nameCN = kCertName.first(name, "CN=");
 
   const bool holds =
       (wantedC.empty() || wantedC == nameC || conditionMissing(prefix + "C", wantedC)) &&
@@ -147,20 +125,27 @@ bool cPkcs12::checkFilter(const FilterSide& side, const std::string& filter, con
   return holds;
 }
 
-std::string cPkcs12::parseFilterName(const std::string& filter, const std::string& key) {
-  return ValueReader{"cPkcs12::parseFilterName", ','}.first(filter, key);
+bool anyAlternativeHolds(const char* signerFilter, const cX509& certificate) {
+  const std::vector<std::string> alternatives = splitAlternatives(signerFilter);
+  logInt(kDebug, "絛件數量"_big5, static_cast<int>(alternatives.size()));  // callers depend on the odd first character
+  const std::string subject = certificate.getSubjectOneLine();
+  const std::string issuer = certificate.getIssuerOneLine();
+  return std::any_of(alternatives.begin(), alternatives.end(), [&](const std::string& alternative) {
+    return checkSide(kSubjectSide, alternative, subject) && checkSide(kIssuerSide, alternative, issuer);
+  });
 }
 
-cPkcs12::Names cPkcs12::parseFilterNames(const std::string& filter, const std::string& key) {
-  return ValueReader{"cPkcs12::parseFilterNames", ','}.all(filter, key);
-}
+}  // namespace
 
-std::string cPkcs12::parseCertDistingName(const std::string& name, const std::string& key) {
-  return ValueReader{"cPkcs12::parseCertDistingName", '/'}.first(name, key);
-}
-
-cPkcs12::Names cPkcs12::parseCertDistingNames(const std::string& name, const std::string& key) {
-  return ValueReader{"cPkcs12::parseCertDistingNames", '/'}.all(name, key);
+int cPkcs12::checkSignerFilter(const char* signerFilter) const {
+  int result = kCertificateNotFound;
+  if (certificate() != nullptr) {
+    if (signerFilter != nullptr) logValue(kParam, "signerFilter", signerFilter);
+    const bool unrestricted = signerFilter == nullptr || *signerFilter == '\0';
+    if (unrestricted || anyAlternativeHolds(signerFilter, cX509(certificate()))) result = kSuccess;
+  }
+  logInt(kDebug, "end cPkcs12::checkSignerFilter()", result);
+  return result;
 }
 
 }  // namespace zepasign

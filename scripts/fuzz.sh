@@ -16,7 +16,6 @@ mkdir -p out/fuzz
 [ $# -gt 0 ] || set -- $(basename -a fuzz/*_fuzzer.cpp | sed 's/_fuzzer.cpp//')
 "$build/fuzz/fuzz_seeds" out/fuzz/seeds
 [ ! -w /dev/shm ] || export TMPDIR=/dev/shm # many times as fast for inputs that go through files
-export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 
 # run FUZZER: its last lines tell the count of executions; a finding fails the script.
 run() {

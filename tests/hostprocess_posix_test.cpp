@@ -1,6 +1,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+
+#include <future>
+#include <thread>
+
+#include "tests/support/command.h"
 #include "tests/support/faults_posix.h"
 #include "tests/support/loaded_library_posix.h"
 
@@ -52,6 +57,71 @@ TEST_F(HostProcess, OutliveALogBeyondTheFileSizeLimit) {
   rlimit limits{100, RLIM_INFINITY};
   setrlimit(RLIMIT_FSIZE, &limits);
   EXPECT_EQ(library.signs(file_), expected_) << "no signal for the log that is cut off";
+}
+
+TEST_F(HostProcess, RunOutOfMemoryInAProgramOfC) {
+  prepare();
+  const CommandResult host = runCommand(std::string(ZEPASIGN_C_HOST) + " " + ZEPASIGN_LIBRARY + " " + file_);
+  EXPECT_EQ(host.exitCode, 0);
+  EXPECT_EQ(host.output, "0 5002\n");
+}
+
+// A thread of the host signs and then waits until it is told to end.
+class WaitingThread final {
+ public:
+  explicit WaitingThread(const LoadedLibrary& library) {
+    std::promise<int> code;
+    thread_ = std::thread([&library, &code, this] {
+      code.set_value(library.sign());
+      end_.get_future().wait();
+    });
+    EXPECT_EQ(code.get_future().get(), 0);
+  }
+  void finish() {
+    end_.set_value();
+    thread_.join();
+  }
+
+ private:
+  std::promise<void> end_;
+  std::thread thread_;
+};
+
+TEST_F(HostProcess, UnloadItBeforeAThreadThatSignedEnds) {
+  prepare();
+  const auto body = [&] {
+    auto library = std::make_unique<LoadedLibrary>();
+    EXPECT_EQ(library->initialise(file_), 0);
+    WaitingThread(*library).finish();
+    WaitingThread thread(*library);
+    library.reset();
+    EXPECT_FALSE(LoadedLibrary::isLoaded());
+    thread.finish();
+  };
+  inChild(body, "the thread's end");
+}
+
+// What was registered before the library was loaded runs after its objects are gone.
+TEST_F(HostProcess, CallItAndEndThreadsInAnExitHandler) {
+  prepare();
+  static const std::string seenFile = folder_.path("seen");
+  static std::unique_ptr<LoadedLibrary> library;
+  static std::unique_ptr<WaitingThread> thread;
+  const auto body = [&] {
+    derOf(makeIdentity({}).certificate);  // so that the crypto library itself ends later than this handler
+    std::atexit([] {
+      thread->finish();
+      std::string seen = std::to_string(library->sign()) + " " + library->text("GetErrorMsg");
+      for (const char* query : {"GetSignedPkcs7", "GetSignerCertB64", "GetSignerCertSubject"})
+        seen += library->text(query);
+      writeFile(seenFile, seen);
+    });
+    library = std::make_unique<LoadedLibrary>();
+    EXPECT_EQ(library->signs(file_), expected_);
+    thread = std::make_unique<WaitingThread>(*library);
+  };
+  inChild(body, "the exit handler");
+  EXPECT_EQ(readFile(seenFile), "5002 " + big5("配置記憶體發生錯誤(5002)"));
 }
 
 }  // namespace zepasign::testing

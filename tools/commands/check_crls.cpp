@@ -29,7 +29,7 @@ const FindingKind& whyNoCrl(const std::string& path) {
 }
 
 bool isIssuedBy(X509_CRL* crl, X509* authority) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   return X509_NAME_cmp(X509_get_subject_name(authority), X509_CRL_get_issuer(crl)) == 0 &&
          X509_CRL_verify(crl, X509_get0_pubkey(authority)) == 1;
 }

@@ -17,7 +17,7 @@ struct Path {
 // pathAmong: from the signer to a self-signed certificate, through the carried certificates alone. Dates do not matter
 // here, they have findings of their own.
 Path pathAmong(STACK_OF(X509) * carried, X509* signer) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   const X509StorePtr roots(X509_STORE_new());
   for (int i = 0; i < sk_X509_num(carried); ++i) {
     X509* each = sk_X509_value(carried, i);

@@ -45,7 +45,7 @@ const FindingKind& whyUnreadable(const std::string& path) {
 
 // whyClosed: what to say of a PFX for which the library gives 5208.
 const FindingKind& whyClosed(const std::string& path, const std::string& password) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   const FoundFile found(path);
   if (!found.file.pfx) return "pfx-damaged"_finding;
   PKCS12* pfx = found.file.pfx.get();

@@ -56,7 +56,7 @@ bool mayBeKnown(std::string_view head) {
 }
 
 CryptoFile parseCryptoFile(const std::string& bytes) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   CryptoFile file;
   if (bytes.size() > kMaxFileLength) return file;
   addDer(bytes, file);
@@ -87,7 +87,7 @@ STACK_OF(PKCS7_SIGNER_INFO) * signersOf(const PKCS7* pkcs7) {
 }
 
 bool openPfx(PKCS12* pfx, const std::string& password, PfxContent& content) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   STACK_OF(X509)* others = nullptr;
