@@ -31,6 +31,7 @@ inline constexpr char kPfxPath[] = "PFX.path";
 inline constexpr char kPfxFile[] = "PFX.file";
 inline constexpr char kPfxPassword[] = "PFX.pswd";
 inline constexpr char kPfxPasswordB64[] = "PFX.pswdB64";
+inline constexpr char kPfxPasswordFile[] = "PFX.pswdFile";
 inline constexpr char kSignerFilter[] = "PFX.signerFilter";
 inline constexpr char kLicense[] = "PSWD.license";
 inline constexpr char kAuthKey[] = "PSWD.authKey";
@@ -41,7 +42,7 @@ inline constexpr char kCrlPath[] = "CRL.path";
 // kPlainKeys: the keys above, which exist once.
 inline constexpr const char* kPlainKeys[] = {
     kLogLevel, kLogPath,     kLogFile,        kLogEncoding,  kDigest,  kAddCert, kAddTimestamp, kAddPlainText, kPfxPath,
-    kPfxFile,  kPfxPassword, kPfxPasswordB64, kSignerFilter, kLicense, kAuthKey, kChainPath,    kCrlPath};
+    kPfxFile,  kPfxPassword, kPfxPasswordB64, kPfxPasswordFile, kSignerFilter, kLicense, kAuthKey, kChainPath,    kCrlPath};
 
 // chainTitle: "P7B0" to "P7B9", with which the keys of one chain begin. REQUIRES: 0 <= chain < kMaxChains.
 [[nodiscard]] inline std::string chainTitle(int chain) { return "P7B" + std::to_string(chain); }

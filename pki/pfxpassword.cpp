@@ -4,6 +4,7 @@
 #include <openssl/sha.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "base/big5.h"
@@ -12,8 +13,10 @@
 #include "base/cleanse.h"
 #include "base/cproperty.h"
 #include "base/failure.h"
+#include "base/platform.h"
 #include "base/propertykeys.h"
 #include "base/text.h"
+#include "pki/openssl.h"
 
 namespace zepasign {
 namespace {
@@ -40,7 +43,9 @@ class Key final : public SecretBytes {
 bool setUpCallersCipher(cAesCipher& cipher, const std::string& license, const std::string& authKey) {
   const Key key(license);
   SecretArea<SHA256_DIGEST_LENGTH> iv;
-  return EVP_Digest(authKey.data(), authKey.size(), iv.data(), nullptr, EVP_sha256(), nullptr) == 1 &&
+  return attempt([&] {
+           return EVP_Digest(authKey.data(), authKey.size(), iv.data(), nullptr, EVP_sha256(), nullptr) == 1;
+         }) &&
          cipher.setKey(key.get(), iv.data());
 }
 
@@ -56,7 +61,7 @@ bool encrypt(const cAesCipher& cipher, std::string_view password, cChars& text) 
   PasswordArea area;
   int length = kAreaSize;
   const auto* bytes = reinterpret_cast<const unsigned char*>(password.data());
-  return cipher.encrypt(bytes, static_cast<int>(password.size()), area.data(), &length) == 0 &&
+  return attempt([&] { return cipher.encrypt(bytes, static_cast<int>(password.size()), area.data(), &length) == 0; }) &&
          text.base64Encode(area.data(), length);
 }
 
@@ -65,7 +70,9 @@ bool decrypt(const cAesCipher& cipher, const cBytes& encoded, std::string& passw
   PasswordArea area;
   int capacity = kAreaSize;
   if (encoded.length() > kAreaSize) return false;
-  if (cipher.decrypt(encoded.data(), encoded.length(), area.data(), &capacity) != 0) return false;
+  if (!attempt([&] { return cipher.decrypt(encoded.data(), encoded.length(), area.data(), &capacity) == 0; })) {
+    return false;
+  }
   const unsigned char* end = std::find(area.data(), area.data() + kAreaSize, 0);
   password.assign(reinterpret_cast<const char*>(area.data()), static_cast<std::size_t>(end - area.data()));
   return true;
@@ -96,6 +103,22 @@ int decryptStoredForm(const std::string& license, const std::string& stored, std
   return kSuccess;
 }
 
+// readPasswordFile: the first line of a regular file, without its end. The path is not logged: somebody may have
+// written the password there.
+int readPasswordFile(const std::string& path, std::string& password) {
+  const platform::FilePtr file = platform::openForReading(path.c_str());
+  PasswordArea area;
+  const std::size_t size = file ? std::fread(area.data(), 1, area.size(), file.get()) : 0;
+  const std::string_view text(reinterpret_cast<const char*>(area.data()), size);
+  const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+  if (!file || std::ferror(file.get()) != 0 || line.size() > kMaxPasswordLength) {
+    return failed(kWrongParameter, "讀取 PFX.pswdFile 失敗"_big5);
+  }
+  if (line.empty()) return failed(kWrongParameter, "PFX.pswdFile 長度為 0"_big5);
+  password.assign(line);
+  return kSuccess;
+}
+
 // handOver: the text to a caller's area that may be too small or, to ask for the length, null. The terminating zero
 // comes only from the clearing, so a capacity equal to the length gives an unterminated text.
 int handOver(const cChars& text, char* outBuf, int* outLen) {
@@ -119,7 +142,8 @@ PasswordForm findPasswordForm(const cProperty& property, std::string& value) {
     const char* key;
   } kOrder[] = {{PasswordForm::kCallers, keys::kAuthKey},
                 {PasswordForm::kPlain, keys::kPfxPassword},
-                {PasswordForm::kStored, keys::kPfxPasswordB64}};
+                {PasswordForm::kStored, keys::kPfxPasswordB64},
+                {PasswordForm::kFile, keys::kPfxPasswordFile}};
   for (const auto& [form, key] : kOrder) {
     if (form == PasswordForm::kStored) logText(kWarn, "找不到 PFX.pswd 續找 PFX.pswdB64"_big5);
     std::string found = property.getProperty(key);
@@ -145,6 +169,8 @@ int resolvePfxPassword(const cProperty& property, const char* encedPfxPasswd, st
       return kSuccess;
     case PasswordForm::kStored:
       return decryptStoredForm(license, value, password);
+    case PasswordForm::kFile:
+      return readPasswordFile(value, password);
     default:
       return failed(kWrongParameter, "找不到 PFX.pswdB64"_big5);
   }
@@ -159,9 +185,10 @@ std::string encryptStoredPassword(const std::string& license, std::string_view p
 }
 
 int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
+  if (outLen == nullptr) return kWrongParameter;
   if (isEmpty(propertyFile)) return failed(kPropertyFileUnreadable, "參數 propertyFile 為 NULL"_big5);
   cProperty property;
-  if (!property.loadFromFile(propertyFile)) return kSuccess;  // hosts know this 0 with nothing written; leave it
+  if (!property.loadFromFile(propertyFile)) return kSuccess;  // callers depend on this 0, with nothing written
   std::string license = property.getProperty(keys::kLicense);
   const CleanseOnExit wipeLicense(license);
   if (license.empty()) return failed(kWrongParameter, "找不到 PSWD.license"_big5);
@@ -169,11 +196,10 @@ int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, cons
   const CleanseOnExit wipeAuthKey(authKey);
   if (authKey.empty()) return failed(kWrongParameter, "找不到 PSWD.authKey"_big5);
   if (isEmpty(passwd)) return failed(kWrongParameter, "passwd 參數錯誤"_big5);
-  if (outLen == nullptr) return kWrongParameter;
-
   cAesCipher cipher;
   if (!setUpCallersCipher(cipher, license, authKey)) {
-    return failed(kPasswordOrKeyWrong, "PFX.pswdB64 內容解碼失敗"_big5);  // the stored form's text, on purpose
+    return failed(kPasswordOrKeyWrong,
+                  "PFX.pswdB64 內容解碼失敗"_big5);  // the stored form's text; callers depend on it
   }
   cChars text;
   if (!encrypt(cipher, passwd, text)) return failed(kEncryptionFailed, "加密失敗"_big5);

@@ -5,9 +5,10 @@
 //   caller's   encedPfxPasswd, Base64            SHA-256 of PSWD.authKey
 //   plain      PFX.pswd                          (not encrypted)
 //   stored     PFX.pswdB64, Base64               the key itself
+//   file       first line of PFX.pswdFile        (not encrypted)
 //
-// Both encrypted forms are AES-256 ciphertext; the key is PSWD.license, 64 hexadecimal digits. The table gives the
-// order, too: the first form counts whose key (PSWD.authKey, PFX.pswd, PFX.pswdB64) has a value.
+// Both encrypted forms are AES-256 ciphertext; the key is PSWD.license, 64 hexadecimal digits. The table also gives the
+// order: the first form counts whose key (PSWD.authKey, PFX.pswd, PFX.pswdB64, PFX.pswdFile) has a value.
 //
 // Every text that holds a password or a key is wiped here; the caller wipes what it receives.
 #ifndef ZEPASIGN_PKI_PFXPASSWORD_H_
@@ -23,10 +24,10 @@ class cProperty;
 // kMaxPasswordLength: in bytes; one less than the area for the decrypted text, since padding adds at least one byte.
 inline constexpr int kMaxPasswordLength = 511;
 
-enum class PasswordForm { kCallers, kPlain, kStored, kNone };
+enum class PasswordForm { kCallers, kPlain, kStored, kFile, kNone };
 
-// findPasswordForm: the form that counts. `value` receives the value of its key, a secret: PSWD.authKey for the
-// caller's form. REQUIRES: `value` is empty.
+// findPasswordForm: the form that counts. `value` receives the value of its key, a secret: that of PSWD.authKey for the
+// caller's form, the file's path for the last one. REQUIRES: `value` is empty.
 [[nodiscard]] PasswordForm findPasswordForm(const cProperty& property, std::string& value);
 
 // resolvePfxPassword: writes the password to `password`; `encedPfxPasswd` is the caller's form and may be null where

@@ -29,7 +29,7 @@ TEST_F(PfxPassword, FillsTheAreaThatItIsGivenOrTellsWhyNot) {
   makes(both, "", 45, 5005, before, "passwd 參數錯誤\n");
   makes("PSWD.license = ABC\n" + key, "p", 45, 5208, before, "PFX.pswdB64 內容解碼失敗\n");
   makes(both, tooLong.c_str(), 45, 5063, before, "加密失敗\n");
-  EXPECT_EQ(MakeZEPASignPasswd(nullptr, nullptr, folder.path("keys").c_str(), "p"), 5005);
+  EXPECT_EQ(MakeZEPASignPasswd(nullptr, nullptr, nullptr, nullptr), 5005) << "before anything else is looked at";
   EXPECT_EQ(GetErrorCode(), 0) << "the signer's code is left alone";
 }
 
@@ -42,6 +42,28 @@ TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
   std::string text(static_cast<std::size_t>(length), '#');
   EXPECT_EQ(MakeZEPASignPasswd(text.data(), &length, fixture.propertyFile().c_str(), password.c_str()), 0);
   EXPECT_TRUE(initialise(text.c_str()));
+}
+
+TEST_F(PfxPassword, IsTheFirstLineOfAFileWhenNoOtherFormIsGiven) {
+  stage.properties.erase("PFX.pswd");
+  stage.properties["PFX.pswdFile"] = folder.path("word");
+  const auto gives5005 = [&](const std::string& error) {
+    EXPECT_FALSE(initialise());
+    gives(GetErrorCode(), 5005, error);
+  };
+  gives5005("讀取 PFX.pswdFile 失敗\n");
+  for (const char* content : {"pfx-password", "pfx-password\n", "pfx-password\r\nmore"}) {
+    folder.write("word", content);
+    EXPECT_TRUE(initialise()) << content;
+  }
+  folder.write("word", "\npfx-password");
+  gives5005("PFX.pswdFile 長度為 0\n");
+  folder.write("word", std::string(512, 'p'));
+  gives5005("讀取 PFX.pswdFile 失敗\n");
+  stage.properties["PFX.pswdFile"] = folder.path();
+  gives5005("讀取 PFX.pswdFile 失敗\n");
+  stage.properties["PFX.pswdB64"] = "AAAA";
+  gives5005("PFX.pswdB64 內容解密\n");
 }
 
 }  // namespace zepasign::testing

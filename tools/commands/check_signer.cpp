@@ -90,6 +90,10 @@ bool ConfigCheck::findPassword(std::string& password) {
       return true;
     case PasswordForm::kStored:
       return decryptPassword("password-stored-wrong"_finding, keys::kPfxPasswordB64, password);
+    case PasswordForm::kFile:
+      if (resolvePfxPassword(input_.settings, nullptr, password) == kSuccess) return true;
+      add("password-file-wrong"_finding, keys::kPfxPasswordFile);
+      return false;
     default:
       add("password-missing"_finding, keys::kPfxPasswordB64, {file});
       return false;
