@@ -105,7 +105,7 @@ std::string cX509::getIssuerOneLine() const { return oneLine(X509_get_issuer_nam
 std::string cX509::getSubjectOneLine() const { return oneLine(X509_get_subject_name(x509_.get())); }
 bool cX509::isSelfIssued() const { return getIssuerOneLine() == getSubjectOneLine(); }
 
-// getSubjectCN: the count of bytes is the string's `flags`, not its length: hosts know this query to be empty. The
+// getSubjectCN: the count of bytes is the string's `flags`, not its length; callers depend on the empty text. The
 // crypto library keeps a bookkeeping bit of its own in `flags`, which is no count.
 std::string cX509::getSubjectCN() const {
   const ASN1_STRING* name = firstCommonName(X509_get_subject_name(x509_.get()));
@@ -167,19 +167,23 @@ std::string asn1TimeToText(const ASN1_TIME* time) {
   using namespace std::chrono;
   if (time == nullptr) return {};
   TimeDigits digits(time);
-  const int readYearValue = readYear(time, digits);
+  // The calendar repeats every 400 years, so years that std::chrono::year cannot hold are counted in their cycle.
+  constexpr int kCycle = 400;
+  const int fullYear = readYear(time, digits);
+  const int yearInCycle = (fullYear % kCycle + kCycle) % kCycle;
   const int monthsFromJanuary = digits.next() - 1;
   const int day = digits.next();
   const int hour = digits.next();
   const int minute = digits.next();
   const int second = digits.next();
 
-  const year_month first = year(readYearValue) / January + months(monthsFromJanuary);
+  const year_month first = year(yearInCycle) / January + months(monthsFromJanuary);
   const auto moment = sys_days(first / 1) + days(day - 1) + hours(hour + 8) + minutes(minute) + seconds(second);
   const auto midnight = floor<days>(moment);
   const year_month_day date(midnight);
   const hh_mm_ss clock(moment - midnight);
-  return dateText(static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),
+  return dateText(fullYear - yearInCycle + static_cast<int>(date.year()),
+                  static_cast<int>(static_cast<unsigned>(date.month())),
                   static_cast<int>(static_cast<unsigned>(date.day())), static_cast<int>(clock.hours().count()),
                   static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
 }

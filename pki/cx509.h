@@ -1,5 +1,11 @@
-// cX509: the fields of one certificate as texts, so that every place prints a field the same way. A text is empty when
-// the field is absent; nothing here reports an error. Hexadecimal text is upper case, two digits a byte, no separators.
+// cX509: the fields of one certificate (RFC 5280) as texts, so that the log, the queries and the filter all show a
+// field in the same way.
+//
+//   name         /C=TW/O=ACME/CN=Chen, as X509_NAME_oneline writes it, at most 511 bytes
+//   hexadecimal  upper case, two digits a byte, no separators
+//   date         14 digits YYYYMMDDhhmmss of the UTC+8 wall clock
+//
+// A text is empty when the field is absent or cannot be decoded. The functions throw std::bad_alloc and nothing else.
 #ifndef ZEPASIGN_PKI_CX509_H_
 #define ZEPASIGN_PKI_CX509_H_
 
@@ -12,8 +18,7 @@ namespace zepasign {
 
 class cX509 {
  public:
-  // cX509: holds the certificate in its own right, so the caller's handle may go first. A reference, not a copy:
-  // nothing here changes a certificate, and a copy would cost more than all fields of a signature together.
+  // cX509: takes a reference of its own, so the caller's handle may go first. REQUIRES: x509 is not null.
   explicit cX509(X509* x509) : x509_(x509) { X509_up_ref(x509); }
   virtual ~cX509() = default;
   cX509(const cX509&) = delete;
@@ -22,17 +27,20 @@ class cX509 {
   // get0: borrowed, valid as long as this object.
   [[nodiscard]] X509* get0() const noexcept { return x509_.get(); }
 
-  // getIssuerOneLine, getSubjectOneLine: /C=.../O=.../CN=..., cut at 511 bytes.
+  // getIssuerOneLine, getSubjectOneLine: the names; a longer one ends with its last entry that fits.
   [[nodiscard]] std::string getIssuerOneLine() const;
   [[nodiscard]] std::string getSubjectOneLine() const;
-  // isSelfIssued: whether the two are the same; says nothing of signatures or keys.
+  // isSelfIssued: whether the two are the same; says nothing about signatures or keys.
   [[nodiscard]] bool isSelfIssued() const;
 
-  // getSubjectCN: the empty text for every name that the crypto library decoded; see the implementation.
+  // getSubjectCN: empty for every name that the crypto library decoded, whatever it says; callers depend on that (see
+  // the implementation). getSubjectOneLine has the name.
   [[nodiscard]] std::string getSubjectCN() const;
   // getIssuerCN: the raw bytes of the issuer's first common name.
   [[nodiscard]] std::string getIssuerCN() const;
 
+  // getSerial, getSubjectKeyId, getAuthorityKeyId: hexadecimal; "-" stands before a negative serial number. The key
+  // identifier is the whole extension for the subject, its keyIdentifier field for the authority.
   [[nodiscard]] std::string getSerial() const;
   [[nodiscard]] std::string getSubjectKeyId() const;
   [[nodiscard]] std::string getAuthorityKeyId() const;
@@ -41,14 +49,15 @@ class cX509 {
   // string gives an empty text.
   [[nodiscard]] std::vector<std::string> getCrlDistPoints() const;
 
-  // getFingerprint: SHA-1 of the DER.
+  // getFingerprint: SHA-1 of the DER, hexadecimal.
   [[nodiscard]] std::string getFingerprint() const;
 
+  // getNotBefore, getNotAfter: the bounds of the validity, both inclusive.
   [[nodiscard]] std::string getNotBefore() const;
   [[nodiscard]] std::string getNotAfter() const;
 
-  // getKeyUsage: whether there is a key usage extension; `usage` receives its first byte plus its second times 256, or
-  // 0.
+  // getKeyUsage: whether there is a key usage extension that can be read. `usage` receives its first byte plus 256
+  // times its second, 0 when there is none.
   bool getKeyUsage(unsigned& usage) const;
 
  private:
@@ -61,8 +70,9 @@ inline constexpr unsigned kNonRepudiation = 0x40;
 inline constexpr unsigned kKeyCertSign = 0x04;
 inline constexpr unsigned kCrlSign = 0x02;
 
-// asn1TimeToText: a certificate's or CRL's time as 14 digits of UTC+8 wall clock, free of the machine's zone; empty
-// when null. The digits are taken as they stand; a zone suffix is not read.
+// asn1TimeToText: the time of a certificate or CRL as date text; empty when null. The machine's time zone plays no
+// part. The digits are used as they are, a zone suffix is not read, and the result is what the arithmetic gives: a year
+// that does not fit four digits makes the text longer.
 [[nodiscard]] std::string asn1TimeToText(const ASN1_TIME* time);
 
 // serialToText: a serial number as hexadecimal text, "-" before a negative one.
