@@ -12,17 +12,6 @@ struct FreeContext {
   void operator()(EVP_CIPHER_CTX* context) const noexcept { EVP_CIPHER_CTX_free(context); }
 };
 
-// selectCipher: the cipher families 0 CBC, 1 ECB and 2 CFB with keys of 128, 192 and 256 bits; null for anything else.
-const EVP_CIPHER* selectCipher(int mode, int keyBits) {
-  using Family = const EVP_CIPHER* (*)();
-  static constexpr Family kFamilies[3][3] = {{EVP_aes_128_cbc, EVP_aes_192_cbc, EVP_aes_256_cbc},
-                                             {EVP_aes_128_ecb, EVP_aes_192_ecb, EVP_aes_256_ecb},
-                                             {EVP_aes_128_cfb128, EVP_aes_192_cfb128, EVP_aes_256_cfb128}};
-  const int size = keyBits / 64 - 2;
-  if (mode < 0 || mode > 2 || size < 0 || size > 2 || keyBits % 64 != 0) return nullptr;
-  return kFamilies[mode][size]();
-}
-
 }  // namespace
 
 cAesCipher::cAesCipher() {
@@ -39,8 +28,8 @@ bool cAesCipher::setKey(const unsigned char* key, const unsigned char* iv) {
   key_.set(key, kKeySize);
   iv_.allocate(kKeySize);
   if (iv != nullptr) std::memcpy(iv_.data(), iv, kKeySize);
-  keyBits_ = 8 * kKeySize;
-  mode_ = 0;
+  keyBits_ = kKeyBits;
+  mode_ = kCbc;
   return true;
 }
 
@@ -53,7 +42,7 @@ int cAesCipher::decrypt(const unsigned char* in, int length, unsigned char* out,
 }
 
 int cAesCipher::run(Direction direction, const unsigned char* in, int length, unsigned char* out, int* capacity) const {
-  if (key_.data() == nullptr || iv_.data() == nullptr || in == nullptr || length <= 0) return -1;
+  if (mode_ != kCbc || keyBits_ != kKeyBits || in == nullptr || length <= 0) return -1;
   cBytes work;
   work.markSecret();
   if (length > kMaxLength - keyBits_) return -1;
@@ -67,11 +56,10 @@ int cAesCipher::run(Direction direction, const unsigned char* in, int length, un
 
 int cAesCipher::transform(Direction direction, const unsigned char* in, int length, unsigned char* work) const {
   const std::unique_ptr<EVP_CIPHER_CTX, FreeContext> context(EVP_CIPHER_CTX_new());
-  const EVP_CIPHER* cipher = selectCipher(mode_, keyBits_);
   int updated = 0;
   int finished = 0;
-  if (!context || cipher == nullptr ||
-      EVP_CipherInit_ex(context.get(), cipher, nullptr, key_.data(), iv_.data(), static_cast<int>(direction)) != 1 ||
+  if (!context ||
+      EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key_.data(), iv_.data(), static_cast<int>(direction)) != 1 ||
       EVP_CipherUpdate(context.get(), work, &updated, in, length) != 1 ||
       EVP_CipherFinal_ex(context.get(), work + updated, &finished) != 1) {
     return -1;

@@ -33,6 +33,9 @@ class cAesCipher {
                         int* capacity) const;
   [[nodiscard]] int transform(Direction direction, const unsigned char* in, int length, unsigned char* work) const;
 
+  // The cipher is AES-256-CBC, so a key that is set has these two values; both are -1 without a key.
+  static constexpr int kKeyBits = 8 * kKeySize;
+  static constexpr int kCbc = 0;
   int keyBits_ = -1;
   int mode_ = -1;
   cBytes key_;
