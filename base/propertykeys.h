@@ -40,9 +40,10 @@ inline constexpr char kChainPath[] = "P7B.path";
 inline constexpr char kCrlPath[] = "CRL.path";
 
 // kPlainKeys: the keys above, which exist once.
-inline constexpr const char* kPlainKeys[] = {
-    kLogLevel, kLogPath,     kLogFile,        kLogEncoding,  kDigest,  kAddCert, kAddTimestamp, kAddPlainText, kPfxPath,
-    kPfxFile,  kPfxPassword, kPfxPasswordB64, kPfxPasswordFile, kSignerFilter, kLicense, kAuthKey, kChainPath,    kCrlPath};
+inline constexpr const char* kPlainKeys[] = {kLogLevel,    kLogPath,        kLogFile,         kLogEncoding,  kDigest,
+                                             kAddCert,     kAddTimestamp,   kAddPlainText,    kPfxPath,      kPfxFile,
+                                             kPfxPassword, kPfxPasswordB64, kPfxPasswordFile, kSignerFilter, kLicense,
+                                             kAuthKey,     kChainPath,      kCrlPath};
 
 // chainTitle: "P7B0" to "P7B9", with which the keys of one chain begin. REQUIRES: 0 <= chain < kMaxChains.
 [[nodiscard]] inline std::string chainTitle(int chain) { return "P7B" + std::to_string(chain); }

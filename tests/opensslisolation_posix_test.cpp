@@ -72,10 +72,10 @@ TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
 
 // The queue holds sixteen errors, so the first one of ours would push the host's oldest out.
 TEST_F(OpensslIsolation, KeepsAFullErrorQueueAndReportsTheFirstErrorOfItsOwn) {
-  addChain();
-  folder.write("bad.crl", pemOf("X509 CRL", makeCrl({.issuer = stage.ca})));
-  stage.properties.merge(
-      Properties{{"CRL.path", folder.path()}, {"P7B0.crlFile0", "bad.crl"}, {"PFX.file", "bad.crl"}});
+  fixture.addChain();
+  folder.write("bad.crl", pemOf("X509 CRL", makeCrl({.issuer = fixture.ca})));
+  fixture.properties["CRL.path"] = folder.path();
+  fixture.properties["P7B0.crlFile0"] = fixture.properties["PFX.file"] = "bad.crl";
   const int count = 16, marked = 5;
   for (int i = 1; i <= count; ++i) {
     ERR_raise_data(ERR_LIB_USER, i, "text %d", i);

@@ -45,8 +45,8 @@ TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
 }
 
 TEST_F(PfxPassword, IsTheFirstLineOfAFileWhenNoOtherFormIsGiven) {
-  stage.properties.erase("PFX.pswd");
-  stage.properties["PFX.pswdFile"] = folder.path("word");
+  fixture.properties.erase("PFX.pswd");
+  fixture.properties["PFX.pswdFile"] = folder.path("word");
   const auto gives5005 = [&](const std::string& error) {
     EXPECT_FALSE(initialise());
     gives(GetErrorCode(), 5005, error);
@@ -60,9 +60,9 @@ TEST_F(PfxPassword, IsTheFirstLineOfAFileWhenNoOtherFormIsGiven) {
   gives5005("PFX.pswdFile 長度為 0\n");
   folder.write("word", std::string(512, 'p'));
   gives5005("讀取 PFX.pswdFile 失敗\n");
-  stage.properties["PFX.pswdFile"] = folder.path();
+  fixture.properties["PFX.pswdFile"] = folder.path();
   gives5005("讀取 PFX.pswdFile 失敗\n");
-  stage.properties["PFX.pswdB64"] = "AAAA";
+  fixture.properties["PFX.pswdB64"] = "AAAA";
   gives5005("PFX.pswdB64 內容解密\n");
 }
 

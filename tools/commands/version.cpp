@@ -13,7 +13,7 @@ using CipherPtr = std::unique_ptr<EVP_CIPHER, FreeWith<EVP_CIPHER_free>>;
 
 // hasLegacyCiphers: asks for the cipher of old PFX files that only the legacy provider has.
 bool hasLegacyCiphers() {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   return CipherPtr(EVP_CIPHER_fetch(nullptr, "RC2-40-CBC", nullptr)) != nullptr;
 }
 

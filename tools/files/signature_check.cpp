@@ -189,7 +189,7 @@ bool parseTime(const std::string& text, CheckTime& time) {
     if (wantsDigit) digits += whole[i];
     if (wantsDigit ? whole[i] < '0' || whole[i] > '9' : whole[i] != kForm[i]) return false;
   }
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   const Asn1TimePtr parsed(ASN1_TIME_new());
   const bool isTime = ASN1_TIME_set_string(parsed.get(), (digits + "Z").c_str()) == 1;
   if (!isTime && text != "signing") return false;
@@ -198,7 +198,7 @@ bool parseTime(const std::string& text, CheckTime& time) {
 }
 
 Verdict checkSignature(const Question& question, Json& report) {
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   STACK_OF(X509)* known = question.trust.authorities();
   Finding worst = {Verdict::kValid, ""};
   if (PKCS7_verify(question.pkcs7, known, nullptr, question.content, nullptr, PKCS7_BINARY | PKCS7_NOVERIFY) != 1) {
