@@ -57,15 +57,17 @@ class cCertChainEntry {
   // Authority: a verified root or CA, and the fields by which the path is built, kept since every signature asks.
   struct Authority {
     std::unique_ptr<cX509> certificate;
-    std::string subject;
-    std::string authorityKeyId;
-    bool isRoot;
+    std::string subject;         // one line
+    std::string authorityKeyId;  // hexadecimal; the key by which its issuer is found, empty when it names none
+    bool isRoot;                 // the path ends here
   };
 
-  // findAuthority: the root or CA with that subject key identifier, borrowed; null when the chain has none.
+  // findAuthority: the verified root or CA with that subject key identifier (hexadecimal, upper case), borrowed; null
+  // when the chain has none. Of several with one identifier it is the first of the file.
   [[nodiscard]] const Authority* findAuthority(const std::string& ski) const;
 
-  // selfVerify: whether there is a root and every root and CA verifies against the file's own certificates now.
+  // selfVerify: whether there is a root and every root and CA verifies against the file's own certificates now. Throws
+  // std::bad_alloc, also for a chain that an allocation failure seems to have made invalid.
   [[nodiscard]] bool selfVerify();
   // loadCrlList: loads the CRL files that the property file names; false only without a property file.
   [[nodiscard]] bool loadCrlList(const cProperty* property);

@@ -15,7 +15,8 @@ namespace zepasign {
 
 class cCrlFileEntry {
  public:
-  // cCrlFileEntry: `title` is crlFile0 to crlFile4, `folder` and `fileName` say where the DER file lies.
+  // cCrlFileEntry: `title` is crlFile0 to crlFile4; the file is `fileName` in `folder`, which may end in "/". Nothing
+  // is read yet.
   cCrlFileEntry(std::string title, std::string folder, std::string fileName)
       : title_(std::move(title)), folder_(std::move(folder)), fileName_(std::move(fileName)) {}
   virtual ~cCrlFileEntry() = default;

@@ -1,4 +1,7 @@
-// cCrlList: the CRL files of one chain, by title (crlFile0 to crlFile4).
+// cCrlList: the CRL files of one chain, by title (crlFile0 to crlFile4). They are loaded and logged; none of them ever
+// rejects a chain or a signature.
+//
+// Thread rule: one thread at a time; a CryptoScope must be open.
 #ifndef ZEPASIGN_PKI_CCRLLIST_H_
 #define ZEPASIGN_PKI_CCRLLIST_H_
 

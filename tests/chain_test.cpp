@@ -7,8 +7,8 @@ namespace zepasign::testing {
 // Chain: loads the files of the fixture's folder into a list of its own.
 class Chain : public SignerTest {
  protected:
-  // loads: expects the result, whether a chain is filed then, and the lines of a level.
-  void loads(Properties properties, bool result, bool filed, const std::string& lines = "",
+  // loads: expects the result, whether a chain is stored then, and the lines of a level.
+  void loads(Properties properties, bool result, bool stored, const std::string& lines = "",
              const std::string& level = "ERROR ") {
     cProperty property;
     properties.insert({"P7B.path", folder.path()});
@@ -16,7 +16,7 @@ class Chain : public SignerTest {
     taken();
     list = std::make_unique<cCertChainList>();
     EXPECT_EQ(list->loadCertChainFiles(&property), result) << lines;
-    EXPECT_EQ(list->isEmpty(), !filed);
+    EXPECT_EQ(list->isEmpty(), !stored);
     EXPECT_EQ(taken(level), big5(lines));
   }
   void loadsFile(const std::string& file, const std::string& ski, bool accepted, const std::string& errors = "") {
@@ -44,8 +44,8 @@ class Chain : public SignerTest {
   const std::string key = keyOf(ca);
 };
 
-TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
-  const auto climbs = [&](const std::string& file, const std::vector<Identity>& expected, const char* errors = "") {
+TEST_F(Chain, ValidFilesAreAcceptedAndTheirPathIsBuilt) {
+  const auto builds = [&](const std::string& file, const std::vector<Identity>& expected, const char* errors = "") {
     loadsFile(file, keyOf(expected[0]), true, errors);
     carries(expected);
   };
@@ -61,13 +61,13 @@ TEST_F(Chain, SoundFilesAreAcceptedAndClimbed) {
   there.otherExtensions = {{"authorityKeyIdentifier", "DER:30058003A1A1A1"}};
   const Identity old = makeIdentity(sha1), renewed = makeIdentity(caPlan("Test CA", root));
   const Identity cross = makeIdentity(crossed), first = makeIdentity(here), second = makeIdentity(there);
-  climbs(p7b({root}), {root});
-  climbs(p7b({old}), {old});
-  climbs(p7b({ca, renewed, root}), {renewed, root});
-  climbs(p7b({crossed.issuer, cross, root, ca}), {cross, crossed.issuer});
-  climbs(makeP7b({fixture.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
+  builds(p7b({root}), {root});
+  builds(p7b({old}), {old});
+  builds(p7b({ca, renewed, root}), {renewed, root});
+  builds(p7b({crossed.issuer, cross, root, ca}), {cross, crossed.issuer});
+  builds(makeP7b({fixture.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
          "不在同一個憑證鏈!\n");
-  climbs(p7b({here.issuer, first, second}), {first, second});
+  builds(p7b({here.issuer, first, second}), {first, second});
   folder.write("Chain.P7b", p7b({root, ca}));
   folder.write("other.p7b", p7b({crossed.issuer, cross}));
   loads({{"P7B8.name", "chaiN.p7B"}, {"P7B8.SKI", key}, {"P7B9.name", "other.p7b"}, {"P7B9.SKI", key}}, true, true);
@@ -112,7 +112,7 @@ TEST_F(Chain, RenewedAndCrossSignedRootsAreAcceptedInEveryOrder) {
   }
 }
 
-TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
+TEST_F(Chain, InvalidFilesAreRefusedWithTheirLines) {
   CertPlan late = caPlan("Late", root), plain = late;
   late.notAfter = "210101000000Z";
   plain.keyUsage = "";
@@ -140,7 +140,7 @@ TEST_F(Chain, UnsoundFilesAreRefusedWithTheirLines) {
   gives(list->loadCertChainFiles(nullptr), false, "參數錯誤 : property = NULL\n");
 }
 
-TEST_F(Chain, LogsEveryCertificateEveryCrlAndWhatItClimbs) {
+TEST_F(Chain, LogsEveryCertificateEveryCrlAndThePath) {
   const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
   folder.write("chain.p7b", p7b({root, leaf, ca}));
   folder.write("ca.crl", makeCrl({.issuer = fixture.signer, .serials = {"0A", "0B", "0A"}}));

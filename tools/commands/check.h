@@ -1,9 +1,15 @@
 // ConfigCheck: says in plain words what is wrong with a property file and everything that it names, where, and what to
-// do about it. The library's own classes give every verdict: what loads, what verifies, which chain is taken. What
-// stands here only explains them, and looks at what the library does not ask: permissions, accounts, dates, CRLs.
+// do about it. The library's own classes give every verdict: what loads, what verifies, which chain is taken. The code
+// here only explains them, and looks at what the library does not ask: permissions, accounts, dates, CRLs. To let it
+// say something new: a row in check_findings.inc, one in docs/check.md, and a call of `add`.
 //
-// It has three parts that are called in this order: the settings, the files that they name, and what a trial signature
-// carries. Each part reports to Findings.
+//   check.cpp            the command: trial initialisation and signature, then the parts below
+//   check_settings.cpp   the property file itself, its lines, keys and plain values
+//   check_signer.cpp     password, PFX, signer, filter
+//   check_chains.cpp     the chain files, check_crls.cpp their CRLs
+//   check_signature.cpp  which certificates the trial signature really carries
+//
+// Thread rule: one thread; a CryptoScope must be open.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_CHECK_H_
 #define ZEPASIGN_TOOLS_COMMANDS_CHECK_H_
 
@@ -38,20 +44,23 @@ struct CheckInput {
 
 class ConfigCheck final {
  public:
+  // ConfigCheck: both objects must outlive it. The parts are to be called once each, in the order below.
   ConfigCheck(const CheckInput& input, Findings& findings) : input_(input), findings_(findings) {}
 
   // examineLines: the file as such, its permissions and owner, and every line and key.
   void examineLines();
-  // examineSettings: the values that stand for themselves. `logIsWritten` tells whether the log took a line.
+  // examineSettings: the values that name no file. `logIsWritten` tells whether the log took a line.
   void examineSettings(bool logIsWritten);
-  // examineFiles: the PFX with its password and filter, then the chains with their CRLs. To be called once.
+  // examineFiles: the PFX with its password and filter, then the chains with their CRLs.
   void examineFiles();
   // examineSignature: the certificates that are really in a trial signature. REQUIRES: examineFiles was called.
   void examineSignature(PKCS7* signature);
-  // explainUnsigned: why no trial signature came although the library initialised.
+  // explainUnsigned: why no trial signature came although the library initialised; `code` is the library's. REQUIRES:
+  // examineFiles was called.
   void explainUnsigned(int code);
 
  private:
+  // add: a finding about a key, at the line where it is set.
   void add(const FindingKind& kind, const std::string& key, Arguments arguments = {}, const Figures& figures = {}) {
     findings_.add(kind, key, arguments, figures);
   }
@@ -78,6 +87,7 @@ class ConfigCheck final {
   void examineFilter();
   void examineConditions(const std::string& alternative);
 
+  // Each chain file is reported once by the chain list; what is wrong inside is found from that report.
   void examineChains();
   void examineChain(const ChainReport& report);
   void explainFolder(ChainState state);
@@ -95,8 +105,8 @@ class ConfigCheck final {
 
   const CheckInput& input_;
   Findings& findings_;
-  cPkcs12 credential_;
-  cCertChainList chains_;
+  cPkcs12 credential_;     // the signer; empty unless the PFX opened
+  cCertChainList chains_;  // a list of its own; the library does not show the one it signs with
 };
 
 }  // namespace zepasign::tools

@@ -1,5 +1,6 @@
 #include "tools/commands/check_findings.h"
 
+#include <iterator>
 #include <vector>
 
 #include "base/propertyrules.h"
@@ -7,6 +8,16 @@
 
 namespace zepasign::tools {
 namespace {
+
+consteval bool allIdsDiffer() {
+  for (const FindingKind& each : kFindingKinds) {
+    for (const FindingKind* other = &each + 1; other != std::end(kFindingKinds); ++other) {
+      if (each.id == other->id) return false;
+    }
+  }
+  return true;
+}
+static_assert(allIdsDiffer());
 
 // quoted: as one word of the shell.
 std::string quoted(const std::string& word) {

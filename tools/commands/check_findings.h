@@ -1,5 +1,8 @@
 // Findings: what zepasign check found out. All that it can say is one list, check_findings.inc; a finding is chosen by
-// its id at compile time, and an id that is not in the list is a compile error.
+// its id at compile time, and an id that is not in the list is a compile error. docs/check.md explains the list to
+// operators, and a test holds both against each other.
+//
+// Thread rule: one thread.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
 #define ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
 
@@ -28,10 +31,12 @@ struct FindingKind {
   std::string_view command = {};
 };
 
+// kFindingKinds: the list. No two rows have one id.
 inline constexpr FindingKind kFindingKinds[] = {
 #include "tools/commands/check_findings.inc"
 };
 
+// _finding: the row of that id, as in "signer-expired"_finding.
 consteval const FindingKind& operator""_finding(const char* id, std::size_t length) {
   for (const FindingKind& each : kFindingKinds) {
     if (each.id == std::string_view(id, length)) return each;
@@ -46,6 +51,7 @@ struct Figures {
   std::optional<int> verifyCode = {};
 };
 
+// Arguments: for the places {0} to {9} of text and command, UTF-8.
 using Arguments = std::initializer_list<std::string>;
 
 class Findings final {
@@ -53,7 +59,8 @@ class Findings final {
   // Findings: REQUIRES: `properties` outlives this object; it knows the lines of the keys.
   explicit Findings(const PropertyText& properties) : properties_(properties) {}
 
-  // add: about a key, at the line where it is set, or at no line when it is missing. `arguments` are UTF-8.
+  // add: about a key, at the line where it is set, or at no line when it is missing. The
+  // key is shown without what may be secret in it.
   void add(const FindingKind& kind, const std::string& key, Arguments arguments = {}, const Figures& figures = {}) {
     addAtLine(properties_.line(key), kind, key, arguments, figures);
   }
@@ -61,6 +68,7 @@ class Findings final {
   void addAtLine(int line, const FindingKind& kind, const std::string& key, Arguments arguments = {},
                  const Figures& figures = {});
 
+  // hasErrors, hasWarnings: whether a finding of that level was added.
   [[nodiscard]] bool hasErrors() const noexcept { return hasErrors_; }
   [[nodiscard]] bool hasWarnings() const noexcept { return hasWarnings_; }
   // list: in the order of the calls; of each the id, level, line, key and message, and command, days and verifyCode
