@@ -60,16 +60,6 @@ std::string bytesOf(const std::string& hex) {
   return bytes;
 }
 
-std::string hexOf(const std::string& bytes) {
-  std::string hex;
-  for (const unsigned char byte : bytes) {
-    char digits[3];
-    std::snprintf(digits, sizeof digits, "%02X", byte);
-    hex += digits;
-  }
-  return hex;
-}
-
 }  // namespace
 
 using Secrets = HostProcess;
@@ -98,9 +88,8 @@ TEST_F(Secrets, AreWipedBeforeTheirMemoryIsFreed) {
   for (const char c : password) wide.append({'\0', c});
   EVP_Q_digest(nullptr, "SHA256", nullptr, authKey.data(), authKey.size(), reinterpret_cast<unsigned char*>(iv.data()),
                nullptr);
-  secrets = {{"the password", password},          {"the password in UTF-16BE", wide}, {"PSWD.license", license},
-             {"the key", bytesOf(license)},       {"PSWD.authKey", authKey},          {"the IV", iv},
-             {"the IV in hexadecimal", hexOf(iv)}};
+  secrets = {{"the password", password},    {"the password in UTF-16BE", wide}, {"PSWD.license", license},
+             {"the key", bytesOf(license)}, {"PSWD.authKey", authKey},          {"the IV", iv}};
   widePassword = &secrets[1];
   const LoadedLibrary library;
   const auto make = library.find<decltype(MakeZEPASignPasswd)>("MakeZEPASignPasswd");
