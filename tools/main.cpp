@@ -5,6 +5,7 @@
 #include "pki/openssl.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/signing.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/system.h"
 

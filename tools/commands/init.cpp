@@ -6,9 +6,10 @@
 #include "demo/kit.h"
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

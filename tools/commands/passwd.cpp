@@ -6,9 +6,9 @@
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

@@ -7,11 +7,13 @@
 #include "base/errors.h"
 #include "base/propertykeys.h"
 #include "pki/pfxpassword.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
 
 namespace zepasign::tools {
+
 int makeEnced(const std::string& propertyFile, const std::string& password, std::string& enced) {
   int length = -1;
   const int code = MakeZEPASignPasswd(nullptr, &length, propertyFile.c_str(), password.c_str());

@@ -4,8 +4,8 @@
 #include "tools/commands/command_line.h"
 #include "tools/files/describe.h"
 #include "tools/files/propertyfile.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

@@ -7,9 +7,10 @@
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
 #include "tools/commands/signing.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {
@@ -53,7 +54,7 @@ bool isDone(const std::string& output) {
 
 // overwrites: whether one of the files that are to be signed would be lost with a signature at that place.
 bool overwrites(const std::string& output, const std::set<std::string>& inputs) {
-  return output != "-" && (inputs.contains(canonicalPath(output)) || inputs.contains(canonicalPath(tempName(output))));
+  return output != "-" && inputs.contains(canonicalPath(output));
 }
 
 // makePlan: false, after a complaint, when what the user wants cannot be.

@@ -35,7 +35,7 @@ bool readText(std::FILE* stream, std::string& text) {
 // Worker: one process; an answer that does not come is an outcome, too.
 class Worker final {
  public:
-  explicit Worker(const SigningSetup& setup) : process_(kWorkerCommand) {
+  explicit Worker(const SigningSetup& setup) : process_({kWorkerCommand}) {
     started_ = process_.input() != nullptr && process_.output() != nullptr;
     initialised_ = ask({setup.propertyFile, setup.encedPassword, setup.encoding, setup.form});
   }
