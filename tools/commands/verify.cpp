@@ -151,7 +151,8 @@ int runVerify(const VerifyOptions& options) {
 void addVerify(CommandLine& line) {
   const auto options = std::make_shared<VerifyOptions>();
   CLI::App* command = line.add("verify", "verify signatures"_m, [options] { return runVerify(*options); });
-  command->add_option(helpText("SIGNATURE"_m), options->signatures, helpText("signatures: DER, PEM or Base64 text"_m))->required();
+  command->add_option(helpText("SIGNATURE"_m), options->signatures, helpText("signatures: DER, PEM or Base64 text"_m))
+      ->required();
   command->add_option("--content", options->content, helpText("the signed content, for a detached signature"_m));
   command->add_option("--ca", options->authorities, helpText("file or folder with certificates to trust"_m));
   addJson(command, options->json);

@@ -179,8 +179,8 @@ std::string fileNameOf(const std::string& path) { return path.substr(path.rfind(
 
 std::string canonicalPath(const std::string& path) {
   std::error_code error;
-  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  const std::filesystem::path folder = std::filesystem::weakly_canonical(parent.empty() ? "." : parent, error);
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  const std::filesystem::path folder = std::filesystem::weakly_canonical(absolute.parent_path(), error);
   return (folder / fileNameOf(path)).string();
 }
 

@@ -73,14 +73,19 @@ void noteFailure() {
 
 void prompt(const std::string& utf8) { std::fputs((toTerminal(utf8) + ": ").c_str(), stderr); }
 
+// appendLine: up to the end of the line, which is dropped.
+void appendLine(std::FILE* stream, std::string& line) {
+  for (int c = std::getc(stream); c != EOF && c != '\n'; c = std::getc(stream)) line += static_cast<char>(c);
+  if (line.ends_with('\r')) line.pop_back();
+}
+
 // readLine: without a copy elsewhere: the stream has no buffer, and the text does not move while it grows.
 void readLine(std::string& line) {
   constexpr std::size_t kLongestLine = 4096;  // that a terminal gives
   std::setvbuf(stdin, nullptr, _IONBF, 0);
   line.clear();
   line.reserve(kLongestLine);
-  for (int c = std::getc(stdin); c != EOF && c != '\n'; c = std::getc(stdin)) line += static_cast<char>(c);
-  if (line.ends_with('\r')) line.pop_back();
+  appendLine(stdin, line);
 }
 
 // askHidden: REQUIRES: a HiddenInput lives. The line end that the user types is not shown either.
@@ -137,6 +142,14 @@ bool readAll(const std::string& path, std::string& bytes) {
   return std::ferror(file) == 0;
 }
 
+bool readFirstLine(const std::string& path, std::string& line) {
+  const platform::FilePtr opened(path == "-" ? nullptr : std::fopen(path.c_str(), "rb"));
+  std::FILE* file = path == "-" ? stdin : opened.get();
+  line.clear();
+  if (file != nullptr) appendLine(file, line);
+  return !line.empty();
+}
+
 bool readRegularFile(const std::string& path, std::string& bytes) {
   return path != "-" && platform::openForReading(path.c_str()) != nullptr && readAll(path, bytes);
 }
@@ -173,17 +186,23 @@ NewSecret readNewSecret(const std::string& question, const std::string& question
   return again == secret ? NewSecret::kRead : NewSecret::kDiffer;
 }
 
-Progress::Progress(std::size_t total) : total_(total), visible_(total > 1 && isTerminal(stderr)) {}
-
-Progress::~Progress() {
-  if (visible_) std::fprintf(stderr, "\r%*s\r", 70, "");
-}
+Progress::Progress(std::size_t total, bool isWanted)
+    : total_(total), visible_(isWanted && total != 1 && isTerminal(stderr)) {}
 
 void Progress::show(std::size_t done) const {
   constexpr std::size_t kWidth = 40;
   if (!visible_) return;
-  const std::string bar(done * kWidth / total_, '#');
-  std::fprintf(stderr, "\r[%-40s] %zu/%zu ", bar.c_str(), done, total_);
+  if (total_ == 0) {
+    std::fprintf(stderr, "\r%zu ", done);
+  } else {
+    const std::string bar(done * kWidth / total_, '#');
+    std::fprintf(stderr, "\r[%-40s] %zu/%zu ", bar.c_str(), done, total_);
+  }
+}
+
+void Progress::erase() const {
+  constexpr int kLongest = 70;  // the bar, and two numbers of twelve digits
+  if (visible_) std::fprintf(stderr, "\r%*s\r", kLongest, "");
 }
 
 }  // namespace zepasign::tools

@@ -29,6 +29,9 @@ void printError(const std::string& utf8);
 
 // readAll: the whole content of a file or, for "-", of the standard input. False when it cannot be read.
 [[nodiscard]] bool readAll(const std::string& path, std::string& bytes);
+// readFirstLine: of a file or, for "-", of the standard input, of which the rest remains to be read. False when it
+// cannot be read or the line is empty.
+[[nodiscard]] bool readFirstLine(const std::string& path, std::string& line);
 // readRegularFile: the same of an ordinary file, which is all that the library reads.
 [[nodiscard]] bool readRegularFile(const std::string& path, std::string& bytes);
 
@@ -45,15 +48,17 @@ void printError(const std::string& utf8);
 enum class NewSecret { kRead, kEmpty, kDiffer };
 [[nodiscard]] NewSecret readNewSecret(const std::string& prompt, const std::string& promptAgain, std::string& secret);
 
-// Progress: a bar on the standard error while that is a terminal; it is erased at the end of the scope.
+// Progress: a bar, or a number when the total is not known (0), on the standard error while that is a terminal.
 class Progress final {
  public:
-  explicit Progress(std::size_t total);
-  ~Progress();
+  // Progress: shows nothing unless `isWanted`.
+  Progress(std::size_t total, bool isWanted);
+  ~Progress() { erase(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void show(std::size_t done) const;
+  void erase() const;
 
  private:
   std::size_t total_;
