@@ -73,7 +73,7 @@ TEST_F(CommandTest, LeavesNoHalfWrittenFileWhenKilled) {
   EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s")));
   EXPECT_EQ(0, run(sign).exitCode);
   EXPECT_EQ(0, run("verify big.p7s").exitCode);
-  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s.part")));
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s.zepasign-part")));
 }
 
 TEST_F(CommandTest, ShowsEveryKindOfFile) {

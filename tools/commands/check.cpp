@@ -14,6 +14,7 @@
 #include "tools/commands/password.h"
 #include "tools/files/describe.h"
 #include "tools/terminal/access.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/system.h"
 
 namespace zepasign::tools {

@@ -8,7 +8,7 @@
 #include "tools/commands/check.h"
 #include "tools/files/describe.h"
 #include "tools/terminal/access.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/propertyrules.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

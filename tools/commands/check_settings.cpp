@@ -8,7 +8,8 @@
 #include "base/text.h"
 #include "tools/commands/check.h"
 #include "tools/terminal/access.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 
 namespace zepasign::tools {
 namespace {

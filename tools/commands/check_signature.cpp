@@ -4,7 +4,7 @@
 #include "pki/cx509.h"
 #include "tools/commands/check.h"
 #include "tools/files/describe.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

@@ -12,7 +12,7 @@
 #include "tools/files/describe.h"
 #include "tools/files/paths.h"
 #include "tools/terminal/access.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

@@ -6,8 +6,8 @@
 #include "base/text.h"
 #include "tools/commands/parser_texts.h"
 #include "tools/commands/version.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

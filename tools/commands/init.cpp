@@ -10,9 +10,10 @@
 #include "tools/commands/command_line.h"
 #include "tools/files/cryptofile.h"
 #include "tools/files/propertytemplate.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/spelling.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

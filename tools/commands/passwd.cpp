@@ -3,12 +3,13 @@
 #include "base/cleanse.h"
 #include "base/errors.h"
 #include "base/propertykeys.h"
+#include "pki/cpkcs12.h"
 #include "pki/pfxpassword.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {
@@ -34,6 +35,27 @@ int encrypt(const PasswdOptions& options, const PropertyText& properties, const 
   return text.empty() ? kEncryptionFailed : kSuccess;
 }
 
+// askPassword: returns what is wrong with the answer; empty when nothing is.
+std::string askPassword(std::string& password) {
+  switch (readNewSecret(tr("PFX password"_m), tr("PFX password once more"_m), password)) {
+    case NewSecret::kEmpty:
+      return tr("no password was given"_m);
+    case NewSecret::kDiffer:
+      return tr("the two passwords differ"_m);
+    default:
+      return {};
+  }
+}
+
+// warnIfUseless: a warning only: the PFX that is configured may come later, or lie on another machine.
+void warnIfUseless(const PropertyText& properties, const std::string& password) {
+  const std::string file = properties.value(keys::kPfxFile);
+  if (file.empty()) return;
+  const int code = cPkcs12().loadPfxFile(properties.value(keys::kPfxPath).c_str(), file.c_str(), password.c_str());
+  if (code != kSuccess)
+    printError(tr("warning: the password does not open {0}: {1}"_m, {toUtf8(file), codeText(code)}));
+}
+
 int runPasswd(const PasswdOptions& options) {
   const auto refuse = [&options](const std::string& why) {
     printError(fromTerminal(options.propertyFile) + ": " + why);
@@ -45,13 +67,14 @@ int runPasswd(const PasswdOptions& options) {
   const PropertyText properties(bytes);
   if (const std::string why = obstacle(options, properties); !why.empty()) return refuse(why);
   std::string password;
-  std::string text;
-  if (!readSecret(tr("PFX password"_m), password)) {
-    printError(tr("no password was given"_m));
+  const CleanseOnExit wipePassword(password);
+  if (const std::string why = askPassword(password); !why.empty()) {
+    printError(why);
     return kFailed;
   }
-  const CleanseOnExit wipePassword(password);
+  std::string text;
   if (const int code = encrypt(options, properties, password, text); code != kSuccess) return refuse(codeText(code));
+  warnIfUseless(properties, password);
   printLine(text);
   return kOk;
 }

@@ -1,17 +1,17 @@
 #include "tools/commands/password.h"
 
-#include <algorithm>
-
 #include "api/ZEPASignDLL.h"
 #include "base/cleanse.h"
 #include "base/errors.h"
 #include "base/propertykeys.h"
 #include "pki/pfxpassword.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
 
 namespace zepasign::tools {
+
 int makeEnced(const std::string& propertyFile, const std::string& password, std::string& enced) {
   int length = -1;
   const int code = MakeZEPASignPasswd(nullptr, &length, propertyFile.c_str(), password.c_str());
@@ -24,10 +24,9 @@ int makeEnced(const std::string& propertyFile, const std::string& password, std:
 bool obtainEnced(const CommonOptions& options, const PropertyText& properties, std::string& enced) {
   if (properties.value(keys::kAuthKey).empty()) return true;
   if (!options.encedFile.empty()) {
-    const bool isRead = readAll(options.encedFile, enced);
-    enced.resize(std::min(enced.find_first_of("\r\n"), enced.size()));
-    if (!isRead || enced.empty()) printError(tr("{0}: cannot be read"_m, {fromTerminal(options.encedFile)}));
-    return isRead && !enced.empty();
+    const bool isRead = readFirstLine(options.encedFile, enced);
+    if (!isRead) printError(tr("{0}: cannot be read"_m, {fromTerminal(options.encedFile)}));
+    return isRead;
   }
   std::string password;
   password.reserve(kMaxPasswordLength);

@@ -9,8 +9,8 @@
 #include "tools/files/logfile.h"
 #include "tools/files/propertyfile.h"
 #include "tools/files/source.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

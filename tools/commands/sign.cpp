@@ -1,12 +1,20 @@
-// zepasign sign: one file or thousands.
-#include <set>
+// zepasign sign: one file or millions. The main thread finds the jobs one by one, decides whether each is to be done,
+// and hands it to the run, which signs here or in worker processes; the report counts what became of it.
+#include <algorithm>
+#include <memory>
 
 #include "base/cleanse.h"
 #include "base/errors.h"
 #include "base/platform.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/password.h"
+#include "tools/commands/sign_guard.h"
+#include "tools/commands/sign_jobs.h"
+#include "tools/commands/sign_report.h"
 #include "tools/commands/signing.h"
+#include "tools/files/signaturefile.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
@@ -14,150 +22,168 @@
 namespace zepasign::tools {
 namespace {
 
-struct SignOptions : CommonOptions {
-  std::vector<std::string> files;
-  std::string output;
-  std::string outputFolder;
+constexpr unsigned kMaxProcesses = 256;
+// kSignalExit: added to the number of the signal that ended a run, as shells do.
+constexpr int kSignalExit = 128;
+
+struct SignOptions : CommonOptions, JobOptions {
   std::string encoding;
   bool der = false;
   bool pem = false;
+  bool jsonLines = false;
   bool resume = false;
   unsigned jobs = 1;
+
+  [[nodiscard]] SignReport::Style style() const {
+    if (jsonLines) return SignReport::Style::kJsonLines;
+    return json ? SignReport::Style::kJson : SignReport::Style::kText;
+  }
 };
 
-// Plan: what is to be done, and how much of it was done before.
-struct Plan {
-  std::vector<SigningJob> jobs;
-  std::size_t skipped = 0;
-};
-
-std::string formOf(const SignOptions& options) { return options.der ? "der" : options.pem ? "pem" : "base64"; }
-
-std::string extensionOf(const SignOptions& options) {
-  return options.der ? ".p7s" : options.pem ? ".p7s.pem" : ".p7s.b64";
+// createFolders: with those above it.
+bool createFolders(const std::string& folder) {
+  if (folder.empty() || isFolder(folder)) return true;
+  const std::string name = fileNameOf(folder);
+  if (name.empty()) return createFolders(folder.substr(0, folder.size() - 1));  // a separator at the end
+  return createFolders(folder.substr(0, folder.size() - name.size())) && platform::createFolder(folder.c_str());
 }
 
-// outputOf: the signature's place: as the user says, else beside the file, else the standard output.
-std::string outputOf(const SignOptions& options, const std::string& input) {
-  if (!options.output.empty()) return options.output;
-  const bool isStream = input == "-";
-  if (options.outputFolder.empty()) return isStream ? "-" : input + extensionOf(options);
-  return options.outputFolder + "/" + (isStream ? "stdin" : fileNameOf(input)) + extensionOf(options);
+// isDone: whether the signature is there, complete, and no older than the file.
+bool isDone(const SigningJob& job, SignatureForm form) {
+  const FileStatus output = statusOf(job.output);
+  return output.isRegular() && statusOf(job.input).modified <= output.modified && isSignatureFile(job.output, form);
 }
 
-// isDone: whether a signature is there; files come to their place whole, so an empty one is not ours.
-bool isDone(const std::string& output) {
-  const platform::FilePtr file = output == "-" ? nullptr : platform::openForReading(output.c_str());
-  return file != nullptr && platform::fileSize(file.get()) > 0;
+// usesStreams: only this process has the user's standard streams.
+bool usesStreams(const SignOptions& options) {
+  const auto isInput = [](const std::string& file) { return file == "-"; };
+  return std::any_of(options.files.begin(), options.files.end(), isInput) ||
+         (!options.output.empty() && isStandardOutput(options.output));
 }
 
-// overwrites: whether one of the files that are to be signed would be lost with a signature at that place.
-bool overwrites(const std::string& output, const std::set<std::string>& inputs) {
-  return output != "-" && (inputs.contains(canonicalPath(output)) || inputs.contains(canonicalPath(tempName(output))));
+// mistake: what is wrong with the arguments as a whole; empty when they fit.
+std::string mistake(const SignOptions& options) {
+  if (options.files.empty() == options.filesFrom.empty()) return tr("name files, or a list with --files-from"_m);
+  if (options.pairs && options.filesFrom.empty()) return tr("--pairs goes with --files-from"_m);
+  const bool isOne = options.isPlanned() && options.files.size() == 1;
+  return options.output.empty() || isOne ? "" : tr("-o takes one file; --out-dir takes many"_m);
 }
 
-// makePlan: false, after a complaint, when what the user wants cannot be.
-bool makePlan(const SignOptions& options, Plan& plan) {
-  std::set<std::string> inputs;
-  for (const std::string& file : options.files) inputs.insert(canonicalPath(file));
-  std::set<std::string> places;
-  for (const std::string& input : options.files) {
-    SigningJob job{input, outputOf(options, input)};
-    if (!places.insert(canonicalPath(job.output)).second) {
-      printError(tr("{0}: two signatures would go there"_m, {fromTerminal(job.output)}));
-      return false;
-    }
-    if (options.resume && isDone(job.output)) {
-      ++plan.skipped;
-    } else if (overwrites(job.output, inputs)) {
-      printError(tr("{0}: a signature would go there, but the file is to be signed"_m, {fromTerminal(job.output)}));
-      return false;
-    } else {
-      plan.jobs.push_back(std::move(job));
-    }
-  }
-  if (!options.output.empty() && options.files.size() > 1) {
-    printError(tr("-o takes one file; --out-dir takes many"_m));
-    return false;
-  }
-  if (options.json && places.contains(canonicalPath("-"))) {
-    printError(tr("--json and a signature cannot both go to the standard output"_m));
-    return false;
-  }
-  return true;
-}
-
-Json failure(const std::string& file, const Outcome& outcome) {
-  return {{"file", fromTerminal(file)}, {"code", outcome.code}, {"message", outcome.meaning}};
-}
-
-// Tally: the outcome of each job in its order; a job that was never reached has none.
-class Tally final {
+class SignCommand final {
  public:
-  explicit Tally(const Plan& plan) : plan_(plan), outcomes_(plan.jobs.size()), progress_(plan.jobs.size()) {}
+  SignCommand(const SignOptions& options, const PropertyText& properties)
+      : options_(options),
+        properties_(properties),
+        guard_(options, properties, options.propertyFile, options.encedFile),
+        report_(options.style(), options.isPlanned() ? options.files.size() : 0) {}
 
-  void add(std::size_t index, const Outcome& outcome) {
-    outcomes_[index] = outcome;
-    ++(outcome.code == kSuccess ? signed_ : failed_);
-    progress_.show(signed_ + failed_);
-  }
-  [[nodiscard]] bool allGood() const { return signed_ == plan_.jobs.size(); }
-
-  [[nodiscard]] Json summary() const {
-    Json failures = Json::array();
-    for (std::size_t i = 0; i < outcomes_.size(); ++i) {
-      if (outcomes_[i].code != kSuccess) failures.push_back(failure(plan_.jobs[i].input, outcomes_[i]));
-    }
-    return {{"signed", signed_}, {"skipped", plan_.skipped}, {"failed", failed_}, {"failures", failures}};
+  int run() {
+    std::string wrong = mistake(options_);
+    if (wrong.empty() && options_.isPlanned()) wrong = refusalOfAny();
+    if (!wrong.empty()) return printError(wrong), kUsage;
+    SigningSetup setup{options_.propertyFile, {}, options_.encoding, options_.form};
+    if (!obtainEnced(options_, properties_, setup.encedPassword)) return kNotInitialised;
+    const Interruption interruption;
+    run_ = makeRun(setup);
+    const bool allFound =
+        visitJobs(options_, [this](const SigningJob& job, const Outcome& problem) { return visit(job, problem); });
+    return conclude(allFound);
   }
 
  private:
-  const Plan& plan_;
-  std::vector<Outcome> outcomes_;
-  std::size_t signed_ = 0;
-  std::size_t failed_ = 0;
-  Progress progress_;
+  // refusalOfAny: when the command line names every file, all are looked at before the first is signed.
+  std::string refusalOfAny() {
+    std::string wrong;
+    static_cast<void>(visitJobs(options_, [this, &wrong](const SigningJob& job, const Outcome&) {
+      wrong = refusal(job);
+      return wrong.empty();
+    }));
+    return wrong;
+  }
+
+  std::string refusal(const SigningJob& job) {
+    if (options_.style() != SignReport::Style::kText && isStandardOutput(job.output)) {
+      return tr("--json and a signature cannot both go to the standard output"_m);
+    }
+    return guard_.refusal(job);
+  }
+
+  std::unique_ptr<SigningRun> makeRun(const SigningSetup& setup) {
+    const Done done = [this](const SigningJob& job, const Outcome& outcome) { report_.addOutcome(job, outcome); };
+    const std::size_t processes =
+        options_.isPlanned() ? std::min<std::size_t>(options_.jobs, options_.files.size()) : options_.jobs;
+    return processes > 1 && !usesStreams(options_) ? makeWorkerRun(setup, processes, done) : makeLocalRun(setup, done);
+  }
+
+  // visit: false when the run is over.
+  bool visit(SigningJob job, const Outcome& problem) {
+    if (Interruption::signal() != 0) return false;
+    job.number = ++found_;
+    if (problem.code != kSuccess) return report_.addOutcome(job, problem), true;
+    const std::string refused = options_.isPlanned() ? "" : refusal(job);
+    if (!refused.empty()) return report_.addOutcome(job, {kOutputUnwritable, refused}), true;
+    if (options_.resume && isDone(job, options_.form)) return report_.addSkipped(job), true;
+    if (!makeFolder(job.output)) return report_.addOutcome(job, outcomeOf(kOutputUnwritable)), true;
+    return run_->submit(job);
+  }
+
+  // makeFolder: that of a signature below --out-dir; the one of the last signature is known to be there.
+  bool makeFolder(const std::string& output) {
+    if (options_.outputFolder.empty()) return true;
+    std::string folder = output.substr(0, output.size() - fileNameOf(output).size());
+    if (folder == lastFolder_) return true;
+    lastFolder_ = std::move(folder);
+    return createFolders(lastFolder_);
+  }
+
+  int conclude(bool allFound) {
+    const Outcome initialised = run_->finish();
+    const int signal = Interruption::signal();
+    report_.print(options_.propertyFile, initialised, signal != 0);
+    if (signal != 0) return kSignalExit + signal;
+    if (initialised.code != kSuccess) return kNotInitialised;
+    return allFound && !report_.hasFailures() ? kOk : kFailed;
+  }
+
+  const SignOptions& options_;
+  const PropertyText& properties_;
+  OutputGuard guard_;
+  SignReport report_;
+  std::unique_ptr<SigningRun> run_;
+  std::size_t found_ = 0;
+  std::string lastFolder_;
 };
 
-void report(const SignOptions& options, const Json& summary, int result) {
-  if (options.json) return printListing(summary, true);
-  for (const Json& each : summary["failures"]) {
-    printError(each["file"].get<std::string>() + ": " + each["message"].get<std::string>());
-  }
-  if (result == kNotInitialised) printError(tr("zepasign check -c tells what is wrong"_m));
-  if (options.files.size() < 2) return;
-  printError(tr("{0} signed, {1} skipped, {2} failed"_m,
-                {summary["signed"].dump(), summary["skipped"].dump(), summary["failed"].dump()}));
-}
-
-// signPlan: the run itself. A property file that fails stands in the summary as a file that failed.
-int signPlan(const SignOptions& options, const SigningSetup& setup, const Plan& plan, Json& summary) {
-  Tally tally(plan);
-  const Outcome initialised =
-      signAll(setup, plan.jobs, options.jobs,
-              [&tally](std::size_t index, const Outcome& outcome) { tally.add(index, outcome); });
-  summary = tally.summary();
-  if (initialised.code == kSuccess) return tally.allGood() ? kOk : kFailed;
-  summary["failures"].push_back(failure(options.propertyFile, initialised));
-  return kNotInitialised;
-}
-
-int runSign(const SignOptions& options) {
-  Plan plan;
-  if (!makePlan(options, plan)) return kUsage;
+int runSign(SignOptions& options) {
+  options.form = options.der ? SignatureForm::kDer : options.pem ? SignatureForm::kPem : SignatureForm::kBase64;
   std::string bytes;
   static_cast<void>(readRegularFile(options.propertyFile, bytes));  // the library will say what is wrong with it
   const CleanseOnExit wipe(bytes);
-  SigningSetup setup{options.propertyFile, {}, options.encoding, formOf(options)};
-  if (!obtainEnced(options, PropertyText(bytes), setup.encedPassword)) return kNotInitialised;
-  if (!options.outputFolder.empty() && !platform::createFolder(options.outputFolder.c_str())) {
-    printError(tr("{0}: cannot be written"_m, {fromTerminal(options.outputFolder)}));
-    return kFailed;
-  }
-  Json summary;
-  const int result = signPlan(options, setup, plan, summary);
-  report(options, summary, result);
-  return result;
+  const PropertyText properties(bytes);
+  return SignCommand(options, properties).run();
+}
+
+void addInputs(CLI::App* command, SignOptions& options) {
+  command->add_option(helpText("FILE"_m), options.files, helpText("files to sign; - is the standard input"_m));
+  command->add_option("--files-from", options.filesFrom,
+                      helpText("list of files to sign, ended by zero bytes or lines; - is the standard input"_m));
+  command->add_flag("--pairs", options.pairs, helpText("each file in the list is followed by its signature's place"_m));
+  command->add_flag("--recursive", options.recursive, helpText("sign what is in folders"_m));
+  command->add_option("--text", options.encoding, helpText("sign as text: Big5, converted to this encoding first"_m))
+      ->type_name("BIG5|UTF-16LE")
+      ->check(oneOf({"BIG5", "UTF-16LE"}));
+}
+
+void addOutputs(CLI::App* command, SignOptions& options) {
+  auto* output =
+      command->add_option("-o,--output", options.output, helpText("the signature's file; - is the standard output"_m));
+  auto* folder = command->add_option("--out-dir", options.outputFolder, helpText("folder for the signatures"_m));
+  folder->excludes(output);
+  command->get_option("--pairs")->excludes(output)->excludes(folder);
+  auto* der = command->add_flag("--der", options.der, helpText("write DER instead of Base64 text"_m));
+  command->add_flag("--pem", options.pem, helpText("write PEM instead of Base64 text"_m))->excludes(der);
+  command->add_flag("--json-lines", options.jsonLines, helpText("print a line of JSON for each file"_m))
+      ->excludes(command->get_option("--json"));
 }
 
 }  // namespace
@@ -166,21 +192,14 @@ void addSign(CommandLine& line) {
   const auto options = std::make_shared<SignOptions>();
   CLI::App* command = line.add("sign", "sign files"_m, [options] { return runSign(*options); });
   addCommon(command, *options);
-  command->add_option(helpText("FILE"_m), options->files, helpText("files to sign; - is the standard input"_m))
-      ->required();
-  command->add_option("--text", options->encoding, helpText("sign as text: Big5, converted to this encoding first"_m))
-      ->type_name("BIG5|UTF-16LE")
-      ->check(oneOf({"BIG5", "UTF-16LE"}));
-  auto* output =
-      command->add_option("-o,--output", options->output, helpText("the signature's file; - is the standard output"_m));
-  command->add_option("--out-dir", options->outputFolder, helpText("folder for the signatures"_m))->excludes(output);
-  auto* der = command->add_flag("--der", options->der, helpText("write DER instead of Base64 text"_m));
-  command->add_flag("--pem", options->pem, helpText("write PEM instead of Base64 text"_m))->excludes(der);
-  command->add_option("--jobs", options->jobs, helpText("worker processes"_m))->check(numberBetween(1, 256));
-  command->add_flag("--resume", options->resume, helpText("do only what is missing"_m));
+  addInputs(command, *options);
+  addOutputs(command, *options);
+  command->add_option("--jobs", options->jobs, helpText("worker processes"_m))->check(numberBetween(1, kMaxProcesses));
+  command->add_flag("--resume", options->resume, helpText("do only what is missing, older or damaged"_m));
   addExamples(command,
               {{"one file; the signature is written beside it"_m, "zepasign sign -c app.properties contract.pdf"},
-               {"many files with two processes"_m, "zepasign sign -c app.properties --jobs 2 --out-dir signed *.pdf"},
+               {"a folder with two processes"_m, "zepasign sign -c app.properties --jobs 2 --recursive documents"},
+               {"what find finds"_m, "find . -name '*.pdf' -print0 | zepasign sign -c app.properties --files-from -"},
                {"in a pipe"_m, "cat contract.pdf | zepasign sign -c app.properties --der - > contract.p7s"}});
 }
 

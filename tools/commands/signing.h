@@ -1,27 +1,33 @@
-// Signing through the library's exported functions, in this process or in several of its kind: the library is one
-// signer per process, so more hands mean more processes.
+// Signing files through the library's exported functions: the setup of a run, one file, and many files by one or more
+// processes. The library is one signer per process, so parallel signing needs several processes.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_SIGNING_H_
 #define ZEPASIGN_TOOLS_COMMANDS_SIGNING_H_
 
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
-#include <vector>
+
+#include "tools/files/signaturefile.h"
 
 namespace zepasign::tools {
 
-// SigningSetup: what all jobs of a run have in common. `form` is "base64", "der" or "pem"; `encoding` is empty or what
-// Big5 texts are converted to before they are signed; `encedPassword` goes to ZEPASignInitial.
+// SigningSetup: what all jobs of a run have in common. `encoding` is empty or what Big5 texts are converted to before
+// they are signed; `encedPassword` goes to ZEPASignInitial.
 struct SigningSetup {
   std::string propertyFile;
   std::string encedPassword;
   std::string encoding;
-  std::string form;
+  SignatureForm form = SignatureForm::kBase64;
 };
 
-// SigningJob: a file and the place of its signature; "-" stands for the standard streams.
+// SigningJob: a file and the place of its signature; "-" stands for the standard streams. `entry` is its number in the
+// list that names it, 0 without a list; `number` counts the jobs of a run in their order.
 struct SigningJob {
   std::string input;
   std::string output;
+  std::size_t entry = 0;
+  std::size_t number = 0;
 };
 
 // Outcome: an error code, 0 for success, and what it means (UTF-8).
@@ -30,20 +36,38 @@ struct Outcome {
   std::string meaning = {};
 };
 
-// initialise: makes this process the signer. Keeps what `sign` needs.
-[[nodiscard]] Outcome initialise(const SigningSetup& setup);
-// sign: REQUIRES: initialise succeeded.
-[[nodiscard]] Outcome sign(const SigningJob& job);
+// kOutputUnwritable: the code of a signature that was made but could not be written.
+inline constexpr int kOutputUnwritable = 1003;
 
-// signAll: all jobs, by as many processes as wanted; `done` is called after each job with its index, by one thread at a
-// time. The result is that of the first initialisation that failed; then jobs may be left without a call.
-using Done = std::function<void(std::size_t index, const Outcome& outcome)>;
-[[nodiscard]] Outcome signAll(const SigningSetup& setup, const std::vector<SigningJob>& jobs, std::size_t processes,
-                              const Done& done);
+// outcomeOf: a code of the library with its meaning.
+[[nodiscard]] Outcome outcomeOf(int code);
 
-// addWorker: the sub-command that makes the program a worker of signAll; not in the help.
-class CommandLine;
-void addWorker(CommandLine& line);
+// Done: receives the outcome of each job. It is called by one thread at a time, in any order of the jobs.
+using Done = std::function<void(const SigningJob& job, const Outcome& outcome)>;
+
+// SigningRun: signs the jobs that it is given. The library is initialised at the first one.
+class SigningRun {
+ public:
+  SigningRun() = default;
+  virtual ~SigningRun() = default;
+  SigningRun(const SigningRun&) = delete;
+  SigningRun& operator=(const SigningRun&) = delete;
+
+  // submit: false when the library does not initialise; the job is then lost. May wait while other jobs are signed.
+  [[nodiscard]] virtual bool submit(const SigningJob& job) = 0;
+  // finish: waits for all jobs. Returns the outcome of the initialisation. REQUIRES: no call of submit afterwards.
+  [[nodiscard]] virtual Outcome finish() = 0;
+};
+
+// makeLocalRun: in this process, each job inside `submit`. Only one such run per process.
+[[nodiscard]] std::unique_ptr<SigningRun> makeLocalRun(const SigningSetup& setup, const Done& done);
+
+// makeWorkerRun: by `processes` worker processes, each fed by a thread of its own. A worker is this program as
+// everybody can call it ("zepasign sign --files-from - --pairs --json-lines"), without "-" in the jobs. A worker that
+// dies costs the jobs that it had, at most kJobsPerWorker, whose outcome names it; another one takes its place.
+inline constexpr std::size_t kJobsPerWorker = 2;
+[[nodiscard]] std::unique_ptr<SigningRun> makeWorkerRun(const SigningSetup& setup, std::size_t processes,
+                                                        const Done& done);
 
 }  // namespace zepasign::tools
 

@@ -3,9 +3,11 @@
 
 #include "base/platform.h"
 #include "tools/commands/command_line.h"
+#include "tools/files/describe.h"
 #include "tools/files/signature_check.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

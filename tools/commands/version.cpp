@@ -3,8 +3,8 @@
 #include "api/ZEPASignDLL.h"
 #include "build_id.h"
 #include "pki/openssl.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

@@ -1,16 +1,19 @@
-// The processes of one run. The parent feeds each worker over its standard input and reads its answers, one thread per
-// worker; every text ends with a zero byte, which no file name holds:
+// The worker processes of "sign --jobs". A worker is the same program with public options only. Its standard input is
+// a list of pairs, each name followed by a zero byte; before the list, the first line holds the encrypted password if
+// there is one. For each pair it answers with a line of JSON, and with the summary at the end:
 //
-//   parent -> worker   property file, password, encoding, form      then per job: input, output
-//   worker -> parent   code, meaning                                then per job: code, meaning
-#include <algorithm>
-#include <cstdio>
-#include <memory>
+//   to the worker     [encrypted password "\n"]   input "\0" output "\0"   input "\0" output "\0" ...
+//   from the worker   {"file": ..., "output": ..., "code": 0}   ...   {"signed": 2, "skipped": 0, "failed": 0, ...}
+//
+// One thread per worker writes and reads. It keeps kJobsPerWorker pairs on their way, so that a worker finds the next
+// pair in its input when it has finished one. A queue of bounded length stands before the threads.
+#include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "base/errors.h"
-#include "tools/commands/command_line.h"
 #include "tools/commands/signing.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
@@ -19,132 +22,157 @@
 namespace zepasign::tools {
 namespace {
 
-constexpr const char* kWorkerCommand = "sign-worker";
-
-void writeText(std::FILE* stream, const std::string& text) { std::fwrite(text.c_str(), 1, text.size() + 1, stream); }
-
-bool readText(std::FILE* stream, std::string& text) {
-  text.clear();
-  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) {
-    if (c == '\0') return true;
-    text += static_cast<char>(c);
-  }
-  return false;
+std::vector<std::string> workerArguments(const SigningSetup& setup) {
+  std::vector<std::string> arguments = {"sign", "--config=" + setup.propertyFile, "--files-from=-", "--pairs",
+                                        "--json-lines"};
+  if (!setup.encedPassword.empty()) arguments.emplace_back("--enced-file=-");
+  if (!setup.encoding.empty()) arguments.push_back("--text=" + setup.encoding);
+  if (setup.form == SignatureForm::kDer) arguments.emplace_back("--der");
+  if (setup.form == SignatureForm::kPem) arguments.emplace_back("--pem");
+  return arguments;
 }
 
-// Worker: one process; an answer that does not come is an outcome, too.
+// Worker: one process and the jobs that it has not answered yet.
 class Worker final {
  public:
-  explicit Worker(const SigningSetup& setup) : process_(kWorkerCommand) {
-    started_ = process_.input() != nullptr && process_.output() != nullptr;
-    initialised_ = ask({setup.propertyFile, setup.encedPassword, setup.encoding, setup.form});
+  explicit Worker(const SigningSetup& setup) : process_(workerArguments(setup)) {
+    if (process_.input() != nullptr && !setup.encedPassword.empty()) write(setup.encedPassword + "\n");
   }
 
-  [[nodiscard]] const Outcome& initialised() const { return initialised_; }
-  [[nodiscard]] bool isAlive() const { return started_; }
-  [[nodiscard]] Outcome sign(const SigningJob& job) { return ask({job.input, job.output}); }
+  void send(const SigningJob& job) {
+    jobs_.push_back(job);
+    if (process_.input() == nullptr) return;
+    write(job.input + '\0' + job.output + '\0');
+    std::fflush(process_.input());
+  }
+
+  // receive: the next answer; null when the process has ended or gave something else.
+  [[nodiscard]] Json receive() {
+    std::string line;
+    int c = EOF;
+    if (process_.output() != nullptr) {
+      while ((c = std::getc(process_.output())) != EOF && c != '\n') line += static_cast<char>(c);
+    }
+    return c == EOF ? Json() : Json::parse(line, nullptr, false);
+  }
+
+  [[nodiscard]] std::deque<SigningJob>& jobs() noexcept { return jobs_; }
+  [[nodiscard]] Outcome death() const {
+    return {kGeneralError, tr("worker process {0} ended unexpectedly"_m, {std::to_string(process_.id())})};
+  }
 
  private:
-  Outcome ask(std::initializer_list<std::string> texts) {
-    std::string code;
-    Outcome outcome;
-    if (started_) {
-      for (const std::string& text : texts) writeText(process_.input(), text);
-      std::fflush(process_.input());
-      started_ = readText(process_.output(), code) && readText(process_.output(), outcome.meaning);
-    }
-    if (!started_) return {kGeneralError, tr("the worker process ended unexpectedly"_m)};
-    outcome.code = std::stoi(code);
-    return outcome;
-  }
+  void write(const std::string& bytes) { std::fwrite(bytes.data(), 1, bytes.size(), process_.input()); }
 
   ChildProcess process_;
-  bool started_ = false;
-  Outcome initialised_;
+  std::deque<SigningJob> jobs_;
 };
 
-// Run: what the threads share.
-class Run final {
- public:
-  Run(const SigningSetup& setup, const std::vector<SigningJob>& jobs, const Done& done)
-      : setup_(setup), jobs_(jobs), done_(done) {}
+Outcome outcomeIn(const Json& answer) {
+  return {answer.value("code", static_cast<int>(kGeneralError)), answer.value("message", "")};
+}
 
-  // work: one thread's share. A worker that dies costs its job and is replaced.
+class WorkerRun final : public SigningRun {
+ public:
+  WorkerRun(const SigningSetup& setup, std::size_t processes, const Done& done) : setup_(setup), done_(done) {
+    const SignalsBlocked forThreads;  // a signal ends the waiting of the main thread, not that of another one
+    for (std::size_t i = 0; i < processes; ++i) threads_.emplace_back([this] { work(); });
+  }
+  ~WorkerRun() override { join(); }
+
+  bool submit(const SigningJob& job) override {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return queue_.size() < threads_.size() || failure_.code != kSuccess; });
+    if (failure_.code != kSuccess) return false;
+    queue_.push_back(job);
+    changed_.notify_all();
+    return true;
+  }
+
+  Outcome finish() override {
+    join();
+    return failure_;
+  }
+
+ private:
+  void join() {
+    {
+      const std::lock_guard lock(mutex_);
+      isComplete_ = true;
+    }
+    changed_.notify_all();
+    for (std::thread& thread : threads_) thread.join();
+    threads_.clear();
+  }
+
   void work() {
     std::unique_ptr<Worker> worker;
-    for (std::size_t index = 0; take(index);) {
-      if (!worker || !worker->isAlive()) worker = std::make_unique<Worker>(setup_);
-      if (worker->initialised().code != kSuccess) return fail(worker->initialised());
-      finish(index, worker->sign(jobs_[index]));
+    SigningJob job;
+    while (true) {
+      const std::size_t waiting = worker ? worker->jobs().size() : 0;
+      if (waiting < kJobsPerWorker && take(job, waiting == 0)) {
+        if (!worker) worker = std::make_unique<Worker>(setup_);
+        worker->send(job);
+      } else if (waiting == 0) {
+        return;
+      } else if (!settle(*worker)) {
+        worker.reset();
+      }
     }
   }
 
-  [[nodiscard]] const Outcome& failure() const { return failure_; }
-
- private:
-  bool take(std::size_t& index) {
-    const std::lock_guard lock(mutex_);
-    index = next_;
-    return failure_.code == kSuccess && next_++ < jobs_.size();
-  }
-  void finish(std::size_t index, const Outcome& outcome) {
-    const std::lock_guard lock(mutex_);
-    done_(index, outcome);
-  }
-  void fail(const Outcome& outcome) {
-    const std::lock_guard lock(mutex_);
-    failure_ = outcome;
+  // take: false when there is nothing to do, for now or, if it may wait, at all.
+  bool take(SigningJob& job, bool mayWait) {
+    std::unique_lock lock(mutex_);
+    if (mayWait) {
+      changed_.wait(lock, [this] { return !queue_.empty() || isComplete_ || failure_.code != kSuccess; });
+    }
+    if (queue_.empty() || failure_.code != kSuccess) return false;
+    job = std::move(queue_.front());
+    queue_.pop_front();
+    changed_.notify_all();
+    return true;
   }
 
-  const SigningSetup& setup_;
-  const std::vector<SigningJob>& jobs_;
-  const Done& done_;
-  std::mutex mutex_;
-  std::size_t next_ = 0;
+  // settle: hands on the outcome of the oldest job; false when the worker is of no more use.
+  bool settle(Worker& worker) {
+    const Json answer = worker.receive();
+    const std::lock_guard lock(mutex_);
+    if (answer.is_object() && answer.contains("code")) {
+      done_(worker.jobs().front(), outcomeIn(answer));
+      worker.jobs().pop_front();
+      return true;
+    }
+    end(worker, answer);
+    return false;
+  }
+
+  // end: the jobs of a worker that answers no more: the library does not initialise, the user has interrupted the run,
+  // which the worker noticed as well, or the worker died.
+  void end(Worker& worker, const Json& summary) {
+    const bool isSummary = summary.is_object() && summary.contains("failures");
+    if (isSummary && !summary["failures"].empty()) {
+      failure_ = outcomeIn(summary["failures"][0]);
+      changed_.notify_all();
+    } else if (Interruption::signal() == 0) {
+      for (const SigningJob& job : worker.jobs()) done_(job, worker.death());
+    }
+  }
+
+  const SigningSetup setup_;
+  const Done done_;
+  std::vector<std::thread> threads_;
+  std::mutex mutex_;  // for all below, and the calls of done_
+  std::condition_variable changed_;
+  std::deque<SigningJob> queue_;
+  bool isComplete_ = false;
   Outcome failure_;
 };
 
-Outcome signAllHere(const SigningSetup& setup, const std::vector<SigningJob>& jobs, const Done& done) {
-  if (jobs.empty()) return {};
-  Outcome initialised = initialise(setup);
-  if (initialised.code != kSuccess) return initialised;
-  for (std::size_t i = 0; i < jobs.size(); ++i) done(i, sign(jobs[i]));
-  return {};
-}
-
-void answer(const Outcome& outcome) { printBytes(std::to_string(outcome.code) + '\0' + outcome.meaning + '\0'); }
-
-int runWorker() {
-  SigningSetup setup;
-  SigningJob job;
-  for (std::string* each : {&setup.propertyFile, &setup.encedPassword, &setup.encoding, &setup.form}) {
-    if (!readText(stdin, *each)) return kUsage;
-  }
-  answer(initialise(setup));
-  flushOutput();
-  while (readText(stdin, job.input) && readText(stdin, job.output)) {
-    answer(sign(job));
-    flushOutput();
-  }
-  return kOk;
-}
-
 }  // namespace
 
-Outcome signAll(const SigningSetup& setup, const std::vector<SigningJob>& jobs, std::size_t processes,
-                const Done& done) {
-  processes = std::min(processes, jobs.size());
-  // Only this process has the user's standard streams.
-  const bool usesStreams = std::any_of(jobs.begin(), jobs.end(),
-                                       [](const SigningJob& job) { return job.input == "-" || job.output == "-"; });
-  if (processes <= 1 || usesStreams) return signAllHere(setup, jobs, done);
-  Run run(setup, jobs, done);
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < processes; ++i) threads.emplace_back([&run] { run.work(); });
-  for (std::thread& thread : threads) thread.join();
-  return run.failure();
+std::unique_ptr<SigningRun> makeWorkerRun(const SigningSetup& setup, std::size_t processes, const Done& done) {
+  return std::make_unique<WorkerRun>(setup, processes, done);
 }
-
-void addWorker(CommandLine& line) { line.add(kWorkerCommand, "worker processes"_m, runWorker)->group(""); }
 
 }  // namespace zepasign::tools

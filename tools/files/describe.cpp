@@ -6,8 +6,8 @@
 #include "base/text.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

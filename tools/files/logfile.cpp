@@ -6,7 +6,7 @@
 #include "base/clog.h"
 #include "base/platform.h"
 #include "base/text.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

@@ -1,8 +1,8 @@
 #include "tools/files/propertytemplate.h"
 
 #include "base/propertykeys.h"
+#include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

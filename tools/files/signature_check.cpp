@@ -9,8 +9,8 @@
 
 #include "base/platform.h"
 #include "tools/files/describe.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/messages.h"
-#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 
+#include "base/cleanse.h"
 #include "base/platform.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/filesystem.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
 
@@ -62,8 +65,34 @@ std::string lineOf(std::string utf8) {
   return toTerminal(utf8) + "\n";
 }
 
-bool writeStream(std::FILE* stream, const std::string& bytes) {
-  return stream != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+// noteFailure: of the standard output.
+void noteFailure() {
+  if (errno == EPIPE) endByClosedPipe();
+  failedToWrite = true;
+}
+
+void prompt(const std::string& utf8) { std::fputs((toTerminal(utf8) + ": ").c_str(), stderr); }
+
+// appendLine: up to the end of the line, which is dropped.
+void appendLine(std::FILE* stream, std::string& line) {
+  for (int c = std::getc(stream); c != EOF && c != '\n'; c = std::getc(stream)) line += static_cast<char>(c);
+  if (line.ends_with('\r')) line.pop_back();
+}
+
+// readLine: without a copy elsewhere: the stream has no buffer, and the text does not move while it grows.
+void readLine(std::string& line) {
+  constexpr std::size_t kLongestLine = 4096;  // that a terminal gives
+  std::setvbuf(stdin, nullptr, _IONBF, 0);
+  line.clear();
+  line.reserve(kLongestLine);
+  appendLine(stdin, line);
+}
+
+// askHidden: REQUIRES: a HiddenInput lives. The line end that the user types is not shown either.
+void askHidden(const std::string& question, std::string& answer) {
+  prompt(question);
+  readLine(answer);
+  std::fputs("\n", stderr);
 }
 
 }  // namespace
@@ -71,17 +100,21 @@ bool writeStream(std::FILE* stream, const std::string& bytes) {
 void openOutput() { standardOutput = takeStandardOutput(); }
 
 bool closeOutput() {
-  if (standardOutput != nullptr && std::fclose(standardOutput) != 0) failedToWrite = true;
+  if (standardOutput != nullptr && std::fclose(standardOutput) != 0) noteFailure();
   standardOutput = nullptr;
   return !failedToWrite;
 }
 
 void printBytes(const std::string& bytes) {
-  if (!writeStream(standardOutput, bytes)) failedToWrite = true;
+  if (standardOutput == nullptr) {
+    failedToWrite = true;
+  } else if (std::fwrite(bytes.data(), 1, bytes.size(), standardOutput) != bytes.size()) {
+    noteFailure();
+  }
 }
 
 bool flushOutput() {
-  if (standardOutput != nullptr && std::fflush(standardOutput) != 0) failedToWrite = true;
+  if (standardOutput != nullptr && std::fflush(standardOutput) != 0) noteFailure();
   return !failedToWrite;
 }
 
@@ -110,47 +143,67 @@ bool readAll(const std::string& path, std::string& bytes) {
   return std::ferror(file) == 0;
 }
 
+bool readFirstLine(const std::string& path, std::string& line) {
+  const platform::FilePtr opened(path == "-" ? nullptr : std::fopen(path.c_str(), "rb"));
+  std::FILE* file = path == "-" ? stdin : opened.get();
+  line.clear();
+  if (file != nullptr) appendLine(file, line);
+  return !line.empty();
+}
+
 bool readRegularFile(const std::string& path, std::string& bytes) {
   return path != "-" && platform::openForReading(path.c_str()) != nullptr && readAll(path, bytes);
 }
 
-bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate) {
-  if (path == "-") {
-    printBytes(bytes);
-    return !failedToWrite;
-  }
-  const std::string beside = tempName(path);
-  std::FILE* file = createFile(beside, isPrivate);
-  if (file == nullptr) return false;
-  const bool written = writeStream(file, bytes);
-  if (std::fclose(file) == 0 && written && replaceFile(beside, path)) return true;
-  std::remove(beside.c_str());
-  return false;
+bool isStandardOutput(const std::string& path) {
+  constexpr int kStandardOutput = 1;
+  return path == "-" || descriptorOf(path) == kStandardOutput;
 }
 
-bool readSecret(const std::string& prompt, std::string& secret) {
+bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate) {
+  if (!isStandardOutput(path)) return writeFileAt(path, bytes, isPrivate);
+  printBytes(bytes);
+  return !failedToWrite;
+}
+
+bool readSecret(const std::string& question, std::string& secret) {
   if (isTerminal(stdin)) {
-    std::cerr << toTerminal(prompt) << ": " << std::flush;
-    secret = readLineHidden();
-    std::cerr << std::endl;
+    const HiddenInput hidden;
+    askHidden(question, secret);
   } else {
-    std::getline(std::cin, secret);
+    readLine(secret);
   }
-  if (secret.ends_with('\r')) secret.pop_back();
   return !secret.empty();
 }
 
-Progress::Progress(std::size_t total) : total_(total), visible_(total > 1 && isTerminal(stderr)) {}
-
-Progress::~Progress() {
-  if (visible_) std::fprintf(stderr, "\r%*s\r", 70, "");
+NewSecret readNewSecret(const std::string& question, const std::string& questionAgain, std::string& secret) {
+  if (!isTerminal(stdin)) return readSecret(question, secret) ? NewSecret::kRead : NewSecret::kEmpty;
+  const HiddenInput hidden;
+  askHidden(question, secret);
+  if (secret.empty()) return NewSecret::kEmpty;
+  std::string again;
+  askHidden(questionAgain, again);
+  const CleanseOnExit wipe(again);
+  return again == secret ? NewSecret::kRead : NewSecret::kDiffer;
 }
+
+Progress::Progress(std::size_t total, bool isWanted)
+    : total_(total), visible_(isWanted && total != 1 && isTerminal(stderr)) {}
 
 void Progress::show(std::size_t done) const {
   constexpr std::size_t kWidth = 40;
   if (!visible_) return;
-  const std::string bar(done * kWidth / total_, '#');
-  std::fprintf(stderr, "\r[%-40s] %zu/%zu ", bar.c_str(), done, total_);
+  if (total_ == 0) {
+    std::fprintf(stderr, "\r%zu ", done);
+  } else {
+    const std::string bar(done * kWidth / total_, '#');
+    std::fprintf(stderr, "\r[%-40s] %zu/%zu ", bar.c_str(), done, total_);
+  }
+}
+
+void Progress::erase() const {
+  constexpr int kLongest = 70;  // the bar, and two numbers of twelve digits
+  if (visible_) std::fprintf(stderr, "\r%*s\r", kLongest, "");
 }
 
 }  // namespace zepasign::tools

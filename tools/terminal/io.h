@@ -16,6 +16,8 @@ void openOutput();
 // closeOutput: false when something could not be written.
 [[nodiscard]] bool closeOutput();
 
+// printBytes, flushOutput, printLine, printListing write to the standard output. When its reader is gone (a pipe to
+// "head"), they end the process silently, see endByClosedPipe; any other failure is kept for closeOutput.
 void printBytes(const std::string& bytes);
 // flushOutput: passes on what was printed; false when any of it could not be written, as after a reader has gone.
 bool flushOutput();
@@ -28,30 +30,36 @@ void printError(const std::string& utf8);
 
 // readAll: the whole content of a file or, for "-", of the standard input. False when it cannot be read.
 [[nodiscard]] bool readAll(const std::string& path, std::string& bytes);
+// readFirstLine: of a file or, for "-", of the standard input, of which the rest remains to be read. False when it
+// cannot be read or the line is empty.
+[[nodiscard]] bool readFirstLine(const std::string& path, std::string& line);
 // readRegularFile: the same of an ordinary file, which is all that the library reads.
 [[nodiscard]] bool readRegularFile(const std::string& path, std::string& bytes);
 
-// tempName: the file that writeFile writes first. Always the same name, so that the next run overwrites what a killed
-// run left.
-[[nodiscard]] inline std::string tempName(const std::string& path) { return path + ".part"; }
-
-// writeFile: writes beside the place and renames, so that nobody ever sees half a file there; "-" is the standard
-// output.
+// isStandardOutput: "-", or a path of the standard output such as /dev/stdout.
+[[nodiscard]] bool isStandardOutput(const std::string& path);
+// writeFile: to the standard output, else as writeFileAt does.
 [[nodiscard]] bool writeFile(const std::string& path, const std::string& bytes, bool isPrivate = false);
 
 // readSecret: one line, from the terminal without echo after the prompt, else from the standard input as it comes.
-// False when it is empty.
+// False when it is empty. The caller wipes it; nothing else of the program keeps a copy. REQUIRES: nothing was read
+// from the standard input before.
 [[nodiscard]] bool readSecret(const std::string& prompt, std::string& secret);
+// readNewSecret: the same, but at a terminal it asks a second time.
+enum class NewSecret { kRead, kEmpty, kDiffer };
+[[nodiscard]] NewSecret readNewSecret(const std::string& prompt, const std::string& promptAgain, std::string& secret);
 
-// Progress: a bar on the standard error while that is a terminal; it is erased at the end of the scope.
+// Progress: a bar, or a number when the total is not known (0), on the standard error while that is a terminal.
 class Progress final {
  public:
-  explicit Progress(std::size_t total);
-  ~Progress();
+  // Progress: shows nothing unless `isWanted`.
+  Progress(std::size_t total, bool isWanted);
+  ~Progress() { erase(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void show(std::size_t done) const;
+  void erase() const;
 
  private:
   std::size_t total_;

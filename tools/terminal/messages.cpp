@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "base/errors.h"
-#include "tools/terminal/system.h"
+#include "tools/terminal/encoding.h"
 
 namespace zepasign::tools {
 namespace {

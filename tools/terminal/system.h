@@ -1,6 +1,7 @@
-// What the command line asks of the system beyond the library's own platform interface; one whole file per system
-// implements it (console_posix.cpp, console_windows.cpp). Texts are UTF-8 inside the program; file names and arguments
-// are bytes in the encoding of the terminal and are passed on as they are.
+// What the command line asks of the system besides files and encodings: standard streams, the terminal, signals and
+// child processes. One whole file per system implements it (system_posix.cpp, system_windows.cpp).
+//
+// Thread rule: the main thread, except where a function says otherwise.
 #ifndef ZEPASIGN_TOOLS_TERMINAL_SYSTEM_H_
 #define ZEPASIGN_TOOLS_TERMINAL_SYSTEM_H_
 
@@ -11,60 +12,75 @@
 
 namespace zepasign::tools {
 
-// setUpStreams: the user's locale, binary standard streams, and no death by a reader that went away.
+// setUpStreams: to be called first. On POSIX systems a standard stream that the caller has closed becomes one that
+// fails, so that no file that is opened later gets its number, and SIGPIPE is ignored, so that a worker process that
+// ends does not end this one. On Windows the standard input and output become binary.
 void setUpStreams();
 
 // takeStandardOutput: the standard output as a stream of the tool's own. What the library or anybody else writes to the
 // process's standard output from now on goes nowhere. Null when there is no standard output.
 [[nodiscard]] std::FILE* takeStandardOutput();
 
-// prefersChinese: whether the user's locale is a Chinese one whose encoding has the characters.
-[[nodiscard]] bool prefersChinese();
-
-// Conversions of texts; what a side does not have becomes "?". fromBig5: a text of the library.
-[[nodiscard]] std::string toTerminal(const std::string& utf8);
-[[nodiscard]] std::string fromTerminal(const std::string& bytes);
-[[nodiscard]] std::string fromBig5(const std::string& bytes);
-// toUtf8: bytes of a property file as UTF-8, which they are or else Big5.
-[[nodiscard]] std::string toUtf8(const std::string& bytes);
+// endByClosedPipe: ends the process as a program ends that does not ignore SIGPIPE: silently, by that signal (a shell
+// shows 141); on Windows with the exit code 141. Any thread.
+[[noreturn]] void endByClosedPipe();
 
 [[nodiscard]] bool isTerminal(std::FILE* stream);
-[[nodiscard]] bool isFolder(const std::string& path);
-// isAbsolute: whether the path names the same place wherever the program is started.
-[[nodiscard]] inline bool isAbsolute(const std::string& path) {
-  return path.starts_with('/') || path.starts_with('\\') || path.substr(0, 2).ends_with(':');
-}
-// fileNameOf: what stands behind the last separator of the path.
-[[nodiscard]] std::string fileNameOf(const std::string& path);
-// canonicalPath: the same text for all paths that name one entry of one folder, which may be missing.
-[[nodiscard]] std::string canonicalPath(const std::string& path);
 
-// readLineHidden: a line typed at the terminal that is the standard input, without showing it.
-[[nodiscard]] std::string readLineHidden();
+// HiddenInput: while it lives, the terminal that is the standard input does not show what is typed, and what was typed
+// before is gone. A signal that ends the process shows it again first. One at a time.
+class HiddenInput final {
+ public:
+  HiddenInput();
+  ~HiddenInput();
+  HiddenInput(const HiddenInput&) = delete;
+  HiddenInput& operator=(const HiddenInput&) = delete;
+};
 
-// createFile: opens a new file for writing bytes, in the stead of one that may be there; a private one is readable by
-// its owner alone, where the system knows such rights. Null when it cannot be opened.
-[[nodiscard]] std::FILE* createFile(const std::string& path, bool isPrivate);
-// replaceFile: renames, over a file that may be there, in one step.
-[[nodiscard]] bool replaceFile(const std::string& from, const std::string& to);
+// Interruption: while it lives, the first signal that asks this process to end (SIGINT, SIGTERM, SIGHUP; on Windows
+// Ctrl-C) is only remembered, and ends the reading of a pipe or a terminal by the main thread; a second one ends the
+// process. A signal that the caller of this program ignores stays ignored. One at a time.
+class Interruption final {
+ public:
+  Interruption();
+  ~Interruption();
+  Interruption(const Interruption&) = delete;
+  Interruption& operator=(const Interruption&) = delete;
 
-// ChildProcess: this program once more, with a pipe to its standard input and one from its standard output. Its end of
-// input comes with the destructor, which then waits for it.
+  // signal: its number, 0 while there was none. Any thread.
+  [[nodiscard]] static int signal() noexcept;
+};
+
+// SignalsBlocked: threads that are started while it lives do not receive those signals.
+class SignalsBlocked final {
+ public:
+  SignalsBlocked();
+  ~SignalsBlocked();
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+};
+
+// ChildProcess: this program once more with these arguments, a pipe to its standard input and one from its standard
+// output; its standard error is that of this process. The destructor closes the streams and waits for it to end. Any
+// thread.
 class ChildProcess final {
  public:
-  explicit ChildProcess(const std::string& argument);
+  explicit ChildProcess(const std::vector<std::string>& arguments);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // input, output: its streams; null when it could not be started.
+  // input, output: its streams, owned by this object; null when it could not be started.
   [[nodiscard]] std::FILE* input() const noexcept { return input_; }
   [[nodiscard]] std::FILE* output() const noexcept { return output_; }
+  // id: its process number, 0 when it could not be started.
+  [[nodiscard]] std::uint64_t id() const noexcept { return id_; }
 
  private:
   std::FILE* input_ = nullptr;
   std::FILE* output_ = nullptr;
-  std::intptr_t process_ = 0;
+  std::uint64_t id_ = 0;
+  std::intptr_t handle_ = 0;  // Windows only
 };
 
 }  // namespace zepasign::tools

@@ -4,28 +4,21 @@
 #include <io.h>
 #include <windows.h>
 
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <mutex>
 
 namespace zepasign::tools {
 namespace {
 
-constexpr UINT kBig5 = 950;
-
-UINT consoleCodePage() { return isTerminal(stderr) ? GetConsoleOutputCP() : GetACP(); }
-
-std::string convert(const std::string& text, UINT from, UINT to) {
-  const int size = static_cast<int>(text.size());
-  std::wstring wide(text.size() + 1, L'\0');
-  const int length = MultiByteToWideChar(from, 0, text.data(), size, wide.data(), static_cast<int>(wide.size()));
-  std::string result(4 * static_cast<std::size_t>(length) + 1, '\0');
-  const int bytes =
-      WideCharToMultiByte(to, 0, wide.data(), length, result.data(), static_cast<int>(result.size()), nullptr, nullptr);
-  result.resize(static_cast<std::size_t>(bytes));
-  return result;
-}
+DWORD shownMode = 0;
 
 HANDLE handleOf(std::FILE* stream) { return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))); }
+
+std::atomic<int> interruptedBy = 0;
+BOOL WINAPI noteInterruption(DWORD /*event*/) { return interruptedBy.exchange(SIGINT) == 0 ? TRUE : FALSE; }
 
 // Pipe: one end for the child, which inherits it, and one for us.
 struct Pipe {
@@ -48,6 +41,18 @@ std::FILE* asStream(HANDLE handle, const char* mode) {
   return descriptor < 0 ? nullptr : _fdopen(descriptor, mode);
 }
 
+// quoted: as the C runtime of the child takes arguments apart: a backslash is doubled before a quotation mark only.
+std::string quoted(const std::string& argument) {
+  std::string result = "\"";
+  std::size_t backslashes = 0;
+  for (const char c : argument) {
+    if (c == '"') result.append(backslashes + 1, '\\');
+    backslashes = c == '\\' ? backslashes + 1 : 0;
+    result += c;
+  }
+  return result.append(backslashes, '\\') + '"';
+}
+
 }  // namespace
 
 void setUpStreams() {
@@ -66,65 +71,40 @@ std::FILE* takeStandardOutput() {
   return own < 0 ? nullptr : _fdopen(own, "wb");
 }
 
-bool prefersChinese() { return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_CHINESE; }
-
-std::string toTerminal(const std::string& utf8) { return convert(utf8, CP_UTF8, consoleCodePage()); }
-std::string fromTerminal(const std::string& bytes) { return convert(bytes, CP_ACP, CP_UTF8); }
-std::string fromBig5(const std::string& bytes) { return convert(bytes, kBig5, CP_UTF8); }
-
-std::string toUtf8(const std::string& bytes) {
-  const std::string same = convert(bytes, CP_UTF8, CP_UTF8);
-  return same == bytes ? same : fromBig5(bytes);
+void endByClosedPipe() {
+  constexpr int kExitCode = 141;  // what a shell of a POSIX system shows of a process that SIGPIPE ended
+  std::_Exit(kExitCode);
 }
 
 bool isTerminal(std::FILE* stream) { return _isatty(_fileno(stream)) != 0; }
 
-bool isFolder(const std::string& path) {
-  const DWORD attributes = GetFileAttributesA(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-// Character by character: a backslash may be the second byte of a Big5 character.
-std::string fileNameOf(const std::string& path) {
-  const char* name = path.c_str();
-  for (const char* at = name; *at != '\0'; at = CharNextA(at)) {
-    if (*at == '/' || *at == '\\' || *at == ':') name = at + 1;
-  }
-  return name;
-}
-
-std::string canonicalPath(const std::string& path) {
-  std::string place(MAX_PATH, '\0');
-  const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, place.data(), nullptr);
-  if (length == 0 || length > MAX_PATH) return path;
-  place.resize(length);
-  CharLowerBuffA(place.data(), length);
-  return place;
-}
-
-std::string readLineHidden() {
+HiddenInput::HiddenInput() {
   const HANDLE console = handleOf(stdin);
-  DWORD before = 0;
-  const bool known = GetConsoleMode(console, &before) != 0;
-  if (known) SetConsoleMode(console, before & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-  std::string line;
-  std::getline(std::cin, line);
-  if (known) SetConsoleMode(console, before);
-  return line;
+  if (GetConsoleMode(console, &shownMode) == 0) return;
+  SetConsoleMode(console, shownMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+  FlushConsoleInputBuffer(console);
 }
 
-std::FILE* createFile(const std::string& path, bool /*isPrivate*/) { return std::fopen(path.c_str(), "wb"); }
+HiddenInput::~HiddenInput() { SetConsoleMode(handleOf(stdin), shownMode); }
 
-bool replaceFile(const std::string& from, const std::string& to) {
-  return MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+Interruption::Interruption() {
+  interruptedBy = 0;
+  SetConsoleCtrlHandler(noteInterruption, TRUE);
 }
+Interruption::~Interruption() { SetConsoleCtrlHandler(noteInterruption, FALSE); }
+int Interruption::signal() noexcept { return interruptedBy; }
 
-ChildProcess::ChildProcess(const std::string& argument) {
+// The system delivers them in a thread of its own.
+SignalsBlocked::SignalsBlocked() = default;
+SignalsBlocked::~SignalsBlocked() = default;
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   static std::mutex oneAtATime;  // a child inherits every pipe end that is inheritable just then
   const std::lock_guard lock(oneAtATime);
   char program[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, program, sizeof program);
-  std::string line = '"' + std::string(program) + "\" " + argument;
+  std::string line = quoted(program);
+  for (const std::string& argument : arguments) line += ' ' + quoted(argument);
   const Pipe in(true);
   const Pipe out(false);
   STARTUPINFOA start{};
@@ -136,7 +116,8 @@ ChildProcess::ChildProcess(const std::string& argument) {
   PROCESS_INFORMATION child{};
   if (CreateProcessA(program, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &child)) {
     CloseHandle(child.hThread);
-    process_ = reinterpret_cast<std::intptr_t>(child.hProcess);
+    id_ = child.dwProcessId;
+    handle_ = reinterpret_cast<std::intptr_t>(child.hProcess);
     input_ = asStream(in.own, "wb");
     output_ = asStream(out.own, "rb");
   }
@@ -147,8 +128,8 @@ ChildProcess::ChildProcess(const std::string& argument) {
 ChildProcess::~ChildProcess() {
   if (input_ != nullptr) std::fclose(input_);
   if (output_ != nullptr) std::fclose(output_);
-  if (process_ == 0) return;
-  const auto process = reinterpret_cast<HANDLE>(process_);
+  if (id_ == 0) return;
+  const auto process = reinterpret_cast<HANDLE>(handle_);
   WaitForSingleObject(process, INFINITE);
   CloseHandle(process);
 }

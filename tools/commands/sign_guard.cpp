@@ -1,0 +1,59 @@
+#include "tools/commands/sign_guard.h"
+
+#include <functional>
+
+#include "base/platform.h"
+#include "tools/terminal/encoding.h"
+#include "tools/terminal/io.h"
+#include "tools/terminal/messages.h"
+
+namespace zepasign::tools {
+
+OutputGuard::OutputGuard(const JobOptions& options, const PropertyText& properties, const std::string& propertyFile,
+                         const std::string& encedFile)
+    : options_(options) {
+  protect(propertyFile, "it is the property file"_m);
+  protect(encedFile, "it holds the encrypted password"_m);
+  protect(options.filesFrom, "it is the list of files"_m);
+  protectNamed(properties);
+  for (const std::string& file : options.files) protect(file, "it is to be signed"_m);
+}
+
+void OutputGuard::protect(const std::string& path, const Message& reason) {
+  const FileStatus file = statusOf(path);
+  if (file.isRegular()) protected_.push_back({file, reason});
+}
+
+// What a value means is not asked: a text that is no path leads to no file.
+void OutputGuard::protectNamed(const PropertyText& properties) {
+  std::vector<std::string> folders = {""};
+  for (const PropertyText::Pair& pair : properties.pairs()) {
+    if (isFolder(pair.value)) folders.push_back(pair.value + platform::kFolderSeparator);
+  }
+  for (const PropertyText::Pair& pair : properties.pairs()) {
+    for (const std::string& folder : folders) protect(folder + pair.value, "the property file names it"_m);
+  }
+}
+
+std::string OutputGuard::refusal(const SigningJob& job) {
+  const std::string place = fromTerminal(job.output);
+  const FileStatus file = statusOf(job.output);
+  for (const Protected& each : protected_) {
+    if (each.file.isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr(each.reason)});
+  }
+  if (statusOf(job.input).isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr("it is to be signed"_m)});
+  if (isRepeated(job.output)) return tr("{0}: two signatures would go there"_m, {place});
+  // The rest of a list is not known yet, and the link may lead to one of its files.
+  const bool leadsAway = !options_.isPlanned() && isLink(job.output) && file.isRegular();
+  if (leadsAway && !isSignatureFile(job.output, options_.form))
+    return tr("{0} leads to a file that is no signature"_m, {place});
+  return {};
+}
+
+bool OutputGuard::isRepeated(const std::string& output) {
+  const bool canRepeat = options_.pairs || !options_.outputFolder.empty() || !options_.output.empty();
+  if (!canRepeat || isStandardOutput(output)) return false;
+  return !outputs_.insert(std::hash<std::string>()(canonicalPath(output))).second;
+}
+
+}  // namespace zepasign::tools

@@ -1,0 +1,50 @@
+// OutputGuard: refuses places for signatures where something would be lost: a file that is to be signed, what the
+// property file names, or another signature of the same run.
+#ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
+#define ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
+
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "tools/commands/sign_jobs.h"
+#include "tools/files/propertyfile.h"
+#include "tools/terminal/filesystem.h"
+#include "tools/terminal/messages.h"
+
+namespace zepasign::tools {
+
+// What is compared is the file that a path leads to, so that another spelling, a link or a second name of it does not
+// help.
+//
+// Kept per signature of a run with --out-dir, --pairs or -o: a hash of its path, 64 bits (some 40 bytes with the set's
+// own). Two paths with one hash are taken for the same: among a million signatures the chance is one in forty million.
+// Other runs keep nothing, since each file has its own place beside it.
+class OutputGuard final {
+ public:
+  // OutputGuard: protects the property file, every regular file that one of its values names, directly or inside a
+  // directory that another value names, the file with the encrypted password, and the files on the command line.
+  OutputGuard(const JobOptions& options, const PropertyText& properties, const std::string& propertyFile,
+              const std::string& encedFile);
+
+  // refusal: why no signature may go to this place (UTF-8); empty when it may. Remembers the place.
+  [[nodiscard]] std::string refusal(const SigningJob& job);
+
+ private:
+  void protect(const std::string& path, const Message& reason);
+  void protectNamed(const PropertyText& properties);
+  [[nodiscard]] bool isRepeated(const std::string& output);
+
+  struct Protected {
+    FileStatus file;
+    Message reason;
+  };
+  const JobOptions& options_;
+  std::vector<Protected> protected_;
+  std::unordered_set<std::uint64_t> outputs_;
+};
+
+}  // namespace zepasign::tools
+
+#endif  // ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
