@@ -39,7 +39,7 @@ std::string toPem(const std::string& base64Text) {
 // derSize: of the whole structure that begins like this; 0 when it is no signature.
 std::size_t derSize(const std::string& der) {
   if (der.size() < kHeaderSize) return 0;
-  const ErrorQueueMark mark;
+  const ErrorScope errors;
   const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
   const unsigned char* at = begin;
   long length = 0;
