@@ -99,7 +99,7 @@ bool cCertChainList::loadAll(const std::vector<std::string>& names, const cPrope
     if (state != ChainState::kAccepted) continue;
     ++accepted;
     chains_.try_emplace(candidate.ski, std::move(candidate.chain));
-    logText(kInfo, "載入 "_big5 + candidate.nameKey + " 檔成功"_big5);
+    if (logger.isEnabled(kInfo)) logText(kInfo, "載入 "_big5 + candidate.nameKey + " 檔成功"_big5);
   }
   return accepted == opened;
 }
@@ -125,7 +125,7 @@ ChainState cCertChainList::loadChain(Candidate& candidate, const std::vector<std
     return equalsIgnoreCase(each.c_str(), candidate.name.c_str());
   });
   if (listed == names.end()) return ChainState::kNotListed;
-  logValue(kInfo, "執行載入 "_big5 + candidate.nameKey + " 檔"_big5, candidate.name);
+  if (logger.isEnabled(kInfo)) logValue(kInfo, "執行載入 "_big5 + candidate.nameKey + " 檔"_big5, candidate.name);
   candidate.path = folder_ + platform::kFolderSeparator + *listed;
   ChainState state{};
   const Pkcs7Ptr pkcs7 = readChainFile(candidate.path, state);

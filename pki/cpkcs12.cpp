@@ -64,11 +64,16 @@ bool cPkcs12::unpack(const char* pfxPasswd) {
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   STACK_OF(X509)* caCerts = nullptr;
-  if (!attempt([&] { return PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) == 1; }) ||
-      !attempt([&] { return PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts) == 1; })) {
-    return false;
-  }
-  Content content{EvpPkeyPtr(key), X509Ptr(certificate), X509OwnerStackPtr(caCerts)};
+  if (!attempt([&] { return PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) == 1; })) return false;
+  Content content;
+  const bool parsed = attempt([&] {
+    const int result = PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts);
+    content.caCerts.reset(caCerts);  // also after a failure, which may leave a part of the list behind
+    return result == 1;
+  });
+  if (!parsed) return false;
+  content.privateKey.reset(key);
+  content.certificate.reset(certificate);
   if (!content.privateKey || !content.certificate) return false;
   content_ = std::move(content);
   return true;

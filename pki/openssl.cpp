@@ -73,9 +73,12 @@ static void makeExceptionState() noexcept {
 }
 
 CryptoScope::CryptoScope() {
-  if (contextEnded) throw std::bad_alloc();
   makeExceptionState();
-  host_ = OSSL_LIB_CTX_set0_default(cryptoContext.enter());
+  if (contextEnded) throw std::bad_alloc();
+  OSSL_LIB_CTX* const own = cryptoContext.enter();
+  host_ = OSSL_LIB_CTX_set0_default(own);
+  // Without memory for the thread's first entry it does nothing and says nothing.
+  if (OSSL_LIB_CTX_set0_default(nullptr) != own) throw std::bad_alloc();
 }
 
 namespace {
@@ -101,10 +104,11 @@ void fetchAll(OSSL_LIB_CTX* context) {
 
 }  // namespace
 
-cCryptoContext::cCryptoContext() : context_(OSSL_LIB_CTX_new()) {
-  if (!context_) return;  // CryptoScope reports it
-  const HostErrors hostErrors;
+cCryptoContext::cCryptoContext() {
   makeExceptionState();
+  const HostErrors hostErrors;
+  context_.reset(OSSL_LIB_CTX_new());
+  if (!context_) return;  // CryptoScope reports it
   defaultProvider_.reset(OSSL_PROVIDER_load(context_.get(), "default"));
   legacyProvider_.reset(OSSL_PROVIDER_load(context_.get(), "legacy"));
   fetchAll(context_.get());

@@ -73,7 +73,7 @@ ThreadRegistry::~ThreadRegistry() {
 }
 
 void ThreadRegistry::enter() {
-  if (!notes_) throw std::bad_alloc();
+  if (!notes_) notes_ = std::make_unique<Notes>();  // there was no memory for it when the library was loaded
   if (!notes_->hasKey || notes_->ownMark() != nullptr) return;
   LifeMark* const mark = notes_->freeMark();
   if (pthread_setspecific(notes_->key, mark) != 0) throw std::bad_alloc();

@@ -45,6 +45,7 @@ TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
 }
 
 TEST_F(PfxPassword, IsTheFirstLineOfAFileWhenNoOtherFormIsGiven) {
+  fixture.addChain();
   fixture.properties.erase("PFX.pswd");
   fixture.properties["PFX.pswdFile"] = folder.path("word");
   const auto gives5005 = [&](const std::string& error) {

@@ -115,7 +115,7 @@ TEST_F(SignCommandTest, EndsWellWhenInterruptedOrNotRead) {
   EXPECT_EQ(0, shell("for i in $(seq 3000); do cp in0 many$i; done"));
   for (const char* jobs : {"1", "2"}) {
     const CommandResult stopped = sign(std::string("--out-dir out --resume many* --jobs ") + jobs,
-                                       "timeout --preserve-status -s INT 0.5 env LC_ALL=C");
+                                       "timeout --foreground --preserve-status -s INT 0.5 env LC_ALL=C");
     EXPECT_EQ(130, stopped.exitCode);
     EXPECT_NE(std::string::npos, stopped.output.find("interrupted: ")) << stopped.output;
   }
