@@ -1,5 +1,4 @@
 // Signing: bytes, and text and files, which become bytes first.
-#include <cstring>
 
 #include "api/zepasign.h"
 #include "base/base64.h"
@@ -17,14 +16,6 @@ namespace {
 int failedWithCode(int code, std::string_view message) {
   logInt(kError, message, code);
   return code;
-}
-
-// selectDigest: by exact name; null for any other.
-const EVP_MD* selectDigest(const char* name) {
-  if (name == nullptr) return nullptr;
-  if (std::strcmp(name, "SHA1") == 0) return cryptoContext.sha1();
-  if (std::strcmp(name, "SHA256") == 0) return cryptoContext.sha256();
-  return nullptr;
 }
 
 }  // namespace
@@ -75,7 +66,8 @@ int ZEPASign::checkBeforeSigning() const {
 }
 
 int ZEPASign::makeSignature(cSignedData::Bytes content, STACK_OF(X509) * chain) {
-  const EVP_MD* digest = selectDigest(digestName_.get());
+  const char* name = digestName_.get();
+  const EVP_MD* digest = name == nullptr ? nullptr : cryptoContext.digest(name);
   if (digest == nullptr) {
     logInt(kError, "簽章條件錯誤, 演算法"_big5, errorCode_);  // 0: callers depend on this line as it is
     return kSigningFailed;

@@ -35,7 +35,7 @@ int cPkcs12::load(const char* filePath, const char* fileName, const char* pfxPas
     return code;
   if (const int code = checkText(fileName, "參數 fileName 內容為 NULL"_big5, "參數 fileName 長度為 0"_big5))
     return code;
-  const std::string path = std::string(filePath) + '/' + fileName;
+  const std::string path = pathOf(filePath, fileName);
   const platform::FilePtr file = platform::openForReading(path.c_str());
   if (!file) {
     logErrorValue("憑證檔不存在, 檔名"_big5, path);

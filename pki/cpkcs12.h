@@ -30,6 +30,11 @@ class cPkcs12 {
   cPkcs12(const cPkcs12&) = delete;
   cPkcs12& operator=(const cPkcs12&) = delete;
 
+  // pathOf: the path that loadPfxFile opens; both texts are joined by "/" on every system.
+  [[nodiscard]] static std::string pathOf(const std::string& filePath, const std::string& fileName) {
+    return filePath + '/' + fileName;
+  }
+
   // loadPfxFile: reads the file `fileName` in the directory `filePath`. All three texts are required. Returns 0, or
   // 5005 (a text is missing), 1102 (file unreadable or no PKCS#12), 5208 (wrong password, damaged, or without key or
   // certificate); after a failure no key and no certificate is held. Throws std::bad_alloc. What an earlier load gave

@@ -104,6 +104,10 @@ void fetchAll(OSSL_LIB_CTX* context) {
 
 }  // namespace
 
+// The names of the digests in PKCS7.digest are those of the crypto library.
+static constexpr const char* kSha1 = "SHA1";
+static constexpr const char* kSha256 = "SHA256";
+
 cCryptoContext::cCryptoContext() {
   makeExceptionState();
   const HostErrors hostErrors;
@@ -112,8 +116,8 @@ cCryptoContext::cCryptoContext() {
   defaultProvider_.reset(OSSL_PROVIDER_load(context_.get(), "default"));
   legacyProvider_.reset(OSSL_PROVIDER_load(context_.get(), "legacy"));
   fetchAll(context_.get());
-  sha1_.reset(EVP_MD_fetch(context_.get(), "SHA1", nullptr));
-  sha256_.reset(EVP_MD_fetch(context_.get(), "SHA256", nullptr));
+  sha1_.reset(EVP_MD_fetch(context_.get(), kSha1, nullptr));
+  sha256_.reset(EVP_MD_fetch(context_.get(), kSha256, nullptr));
   if (!legacyProvider_) logText(kWarn, "OpenSSL legacy provider 無法載入, 無法讀取 RC2-40 加密的 pfx 檔"_big5);
 }
 
@@ -125,6 +129,11 @@ cCryptoContext::~cCryptoContext() {
   static_cast<void>(legacyProvider_.release());
   static_cast<void>(defaultProvider_.release());
   keptContext = context_.release();
+}
+
+const EVP_MD* cCryptoContext::digest(std::string_view name) const noexcept {
+  if (name == kSha1) return sha1_.get();
+  return name == kSha256 ? sha256_.get() : nullptr;
 }
 
 OSSL_LIB_CTX* cCryptoContext::enter() {

@@ -24,6 +24,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "pki/threadregistry.h"
 
@@ -114,9 +115,9 @@ class cCryptoContext final {
   // memory for the context or the note.
   [[nodiscard]] OSSL_LIB_CTX* enter();
 
-  // sha1, sha256: borrowed; null when the crypto library has none.
-  [[nodiscard]] const EVP_MD* sha1() const noexcept { return sha1_.get(); }
-  [[nodiscard]] const EVP_MD* sha256() const noexcept { return sha256_.get(); }
+  // digest: for signatures, borrowed; null unless the name is exactly "SHA1" or "SHA256", or when the crypto library
+  // has no such digest.
+  [[nodiscard]] const EVP_MD* digest(std::string_view name) const noexcept;
 
  private:
   ThreadRegistry threads_;

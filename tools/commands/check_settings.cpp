@@ -6,6 +6,7 @@
 #include "base/propertykeys.h"
 #include "base/propertyrules.h"
 #include "base/text.h"
+#include "pki/openssl.h"
 #include "tools/commands/check.h"
 #include "tools/terminal/access.h"
 #include "tools/terminal/encoding.h"
@@ -84,10 +85,10 @@ void ConfigCheck::examineSettings(bool logIsWritten) {
   examinePaths();
   examineLog(logIsWritten);
   const std::string digest = value(keys::kDigest);
-  if (digest == "SHA1") {
-    add("digest-sha1"_finding, keys::kDigest);
-  } else if (digest != "SHA256") {
+  if (cryptoContext.digest(digest) == nullptr) {
     add("digest-wrong"_finding, keys::kDigest);
+  } else if (digest == "SHA1") {
+    add("digest-sha1"_finding, keys::kDigest);
   }
   examineCertificateMode();
   examineFlag(keys::kAddTimestamp);

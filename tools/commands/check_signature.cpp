@@ -49,7 +49,7 @@ void ConfigCheck::explainMissingChain(const std::string& last) {
   const std::string issuerKey = cX509(credential_.certificate()).getAuthorityKeyId();
   if (sk_X509_num(credential_.caCerts()) > 0) {
     const bool hidesChain = chains_.holds(issuerKey);
-    const std::string path = value(keys::kPfxPath) + "/" + value(keys::kPfxFile);
+    const std::string path = cPkcs12::pathOf(value(keys::kPfxPath), value(keys::kPfxFile));
     return add(hidesChain ? "pfx-hides-chain"_finding : "pfx-chain-incomplete"_finding, keys::kPfxFile, {toUtf8(path)});
   }
   if (issuerKey.empty()) return add("signature-without-issuer-key"_finding, keys::kAddCert);

@@ -127,7 +127,7 @@ bool ConfigCheck::examineLicense() {
 
 void ConfigCheck::examinePfx(const std::string& password, bool hasPassword) {
   if (!has(keys::kPfxPath) || !has(keys::kPfxFile)) return;
-  const std::string path = value(keys::kPfxPath) + "/" + value(keys::kPfxFile);
+  const std::string path = cPkcs12::pathOf(value(keys::kPfxPath), value(keys::kPfxFile));
   if (isOpenToOthers(path)) add("permissions-open"_finding, keys::kPfxFile, {toUtf8(path)});
   // Without a password the library's class still tells a file that cannot be read from one that can.
   const int code = credential_.loadPfxFile(value(keys::kPfxPath).c_str(), value(keys::kPfxFile).c_str(),
@@ -162,9 +162,9 @@ void ConfigCheck::examineSigner() {
 
 // explainUnsigned: the digest has a finding of its own; if it is right, the key is of a kind that does not sign.
 void ConfigCheck::explainUnsigned(int code) {
-  const std::string digest = value(keys::kDigest);
+  const bool isDigestRight = cryptoContext.digest(value(keys::kDigest)) != nullptr;
   const EVP_PKEY* key = credential_.privateKey();
-  if (code != kSigningFailed || key == nullptr || (digest != "SHA1" && digest != "SHA256")) return;
+  if (code != kSigningFailed || key == nullptr || !isDigestRight) return;
   add("key-unsupported"_finding, keys::kPfxFile, {keyText(key)});
 }
 

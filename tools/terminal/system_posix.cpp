@@ -129,7 +129,7 @@ Interruption::Interruption() {
     if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
     action = {};
     action.sa_handler = noteInterruption;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
   }
 }
