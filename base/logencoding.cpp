@@ -12,8 +12,10 @@ bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 }  // namespace
 
+bool LogEncoding::isUtf8Name(const char* name) noexcept { return equalsIgnoreCase(name, "UTF-8"); }
+
 bool LogEncoding::choose(const char* name) noexcept {
-  const bool wantsUtf8 = equalsIgnoreCase(name, "UTF-8");
+  const bool wantsUtf8 = isUtf8Name(name);
   converter_.reset(wantsUtf8 ? platform::openConverter("UTF-8", "BIG5") : nullptr);
   return !wantsUtf8 || converter_ != nullptr;
 }

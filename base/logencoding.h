@@ -21,6 +21,9 @@ namespace zepasign {
 
 class LogEncoding final {
  public:
+  // isUtf8Name: whether the name, the value of LOG.encoding, means UTF-8. The letter case does not matter.
+  [[nodiscard]] static bool isUtf8Name(const char* name) noexcept;
+
   // choose: UTF-8 for that name in any letter case, Big5 for any other. False, and Big5, when the system has no
   // converter.
   bool choose(const char* name) noexcept;

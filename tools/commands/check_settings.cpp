@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "base/clog.h"
+#include "base/logencoding.h"
 #include "base/propertykeys.h"
 #include "base/propertyrules.h"
 #include "base/text.h"
@@ -121,6 +122,10 @@ void ConfigCheck::examineLog(bool logIsWritten) {
     add("log-level-debug"_finding, keys::kLogLevel);
   } else if (!log.isEnabled(kInfo)) {
     add("log-level-quiet"_finding, keys::kLogLevel, {toUtf8(level)});
+  }
+  if (const std::string encoding = value(keys::kLogEncoding);
+      !encoding.empty() && !LogEncoding::isUtf8Name(encoding.c_str())) {
+    add("log-encoding-unknown"_finding, keys::kLogEncoding, {toUtf8(encoding)});
   }
   for (const char* key : {keys::kLogPath, keys::kLogFile}) {
     if (value(key).empty()) return add("log-setting-missing"_finding, key);

@@ -24,6 +24,8 @@ void addOperation(const Settings& settings, Template& file) {
   file.set(keys::kLogLevel, "INFO");
   file.set(keys::kLogPath, settings.logFolder);
   file.set(keys::kLogFile, "zepasign.log");
+  file.explain("The log is Big5; with UTF-8 here it is UTF-8"_m);
+  file.set(keys::kLogEncoding, "");
   file.explain("Digest: SHA256 or SHA1"_m);
   file.set(keys::kDigest, "SHA256");
   file.explain("Certificates in the signature: 0 none, 1 the signer's, 2 the signer's and its chain"_m);
@@ -43,6 +45,8 @@ void addSigner(const Settings& settings, Template& file) {
   file.set(keys::kPfxPasswordB64, settings.storedPassword);
   file.explain(R"(or, with this, as "zepasign passwd" prints it, given at each start)"_m);
   file.set(keys::kAuthKey, "");
+  file.explain("or, with none of them, the path of a file whose first line is the password"_m);
+  file.set(keys::kPfxPasswordFile, "");
   file.explain("Who may sign, for instance //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);
   file.set(keys::kSignerFilter, settings.signerFilter);
 }
