@@ -76,13 +76,22 @@ class cCertChainEntry {
   [[nodiscard]] int verifyCert(X509* certificate) const;
 
  private:
+  // certificates: all of the file, borrowed from pkcs7_.
   [[nodiscard]] STACK_OF(X509) * certificates() const noexcept;
+  // newStore: makes store_ from all certificates of the file. Throws std::bad_alloc.
   void newStore();
+  // verifyAll: fills members_ and authorities_; true when the file has a root and every root and CA verified. The last
+  // end entity is verified for the log only.
   [[nodiscard]] bool verifyAll();
+  // examine: determines the kind of one certificate, verifies it unless it is an end entity, and adds it to members_.
   void examine(X509* x509);
+  // verifyAuthority: the verification error of a root or CA; one that verified is stored for findAuthority under its
+  // subject key identifier, if it has one. Throws std::bad_alloc.
   [[nodiscard]] int verifyAuthority(std::unique_ptr<cX509> certificate);
   [[nodiscard]] bool mayBeValid() const;
   [[nodiscard]] bool freshCopyVerifies() const;
+  // isIssuerKnown: whether the issuer name is the subject name of a verified root or CA; the one-line texts are
+  // compared.
   [[nodiscard]] bool isIssuerKnown(const cX509& certificate) const;
   [[nodiscard]] static Kind kindOf(const cX509& certificate);
   static void logCertificate(const cX509& certificate, Kind kind);

@@ -2,6 +2,13 @@
 // property file names:
 //
 //   P7B.path = folder      P7B<i>.name = file      P7B<i>.SKI = subject key identifier of the issuing CA      i = 0..9
+//
+// A chain file is PKCS#7 signed data (RFC 2315, section 9) in DER, of which only the certificates are used. The chain
+// for a signer is found by the authority key identifier of the signer's certificate (RFC 5280, section 4.2.1.1), which
+// must equal a configured SKI: hexadecimal, upper case. A chain file that fails a step is logged and left out; the
+// others are loaded all the same.
+//
+// Thread rule: one thread at a time; a CryptoScope must be open.
 #ifndef ZEPASIGN_PKI_CCERTCHAINLIST_H_
 #define ZEPASIGN_PKI_CCERTCHAINLIST_H_
 
@@ -40,6 +47,8 @@ struct ChainReport {
   std::string path = {};                   // of the file, from kNotOpened on
   const cCertChainEntry* chain = nullptr;  // from kNoRoot on; borrowed for the duration of the call
 };
+// ChainObserver: called in the order of the indices, before an accepted chain is stored, so that `holds` then tells
+// whether an earlier index has the same key identifier.
 using ChainObserver = std::function<void(const ChainReport& report)>;
 
 class cCertChainList {
@@ -49,6 +58,7 @@ class cCertChainList {
   cCertChainList(const cCertChainList&) = delete;
   cCertChainList& operator=(const cCertChainList&) = delete;
 
+  // isEmpty: whether no chain is stored; true before loadCertChainFiles.
   [[nodiscard]] bool isEmpty() const noexcept { return chains_.empty(); }
 
   // loadCertChainFiles: stores every valid chain under its configured key identifier. True when each chain file that
@@ -69,16 +79,27 @@ class cCertChainList {
   [[nodiscard]] X509StackPtr prepareCertChain(X509* signer) const;
 
  private:
+  // Candidate: the settings of one index and, once its file is decoded, its chain.
   struct Candidate;
 
+  // load: reads the folder setting and the folder, then loads the chains. False without a property file or a folder
+  // that can be searched, otherwise as loadAll.
   [[nodiscard]] bool load(const cProperty* property, const ChainObserver& observer);
+  // loadAll: loads the chains of all indices; true when every file that was opened was accepted.
   [[nodiscard]] bool loadAll(const std::vector<std::string>& names, const cProperty& property,
                              const ChainObserver& observer);
+  // listChainFiles: the names of the chain files in folder_; false when it cannot be searched.
   [[nodiscard]] bool listChainFiles(std::vector<std::string>& names) const;
+  // loadChain: takes the steps of ChainState for one index, until one fails. The configured name is compared with
+  // `names` in any letter case.
   [[nodiscard]] ChainState loadChain(Candidate& candidate, const std::vector<std::string>& names,
                                      const cProperty& property) const;
+  // collectIssuers: the certificates from the CA with the key identifier `key` up to the root, all of the chain that is
+  // stored under `key`; the topmost comes first. It ends early at an issuer that the chain does not have or that was
+  // met before. Null when no chain is stored under `key`. Throws std::bad_alloc.
   [[nodiscard]] X509StackPtr collectIssuers(std::string key) const;
 
+  // folder_: P7B.path. chains_: by the configured key identifier.
   std::string folder_;
   std::map<std::string, std::unique_ptr<cCertChainEntry>> chains_;
 };

@@ -37,12 +37,17 @@ class cCrlFileEntry {
   [[nodiscard]] X509_CRL* get0() const noexcept { return crl_.get(); }
 
  private:
+  // checkNextUpdate: sets expired_ and logs it. The machine's local time is compared with the CRL's UTC+8 date, as for
+  // certificates (see cPkcs12::checkCertValid).
   void checkNextUpdate();
+  // logRevoked: logs the number of entries and the number of different serial numbers.
   void logRevoked() const;
 
+  // title_ is only shown in the log.
   std::string title_;
   std::string folder_;
   std::string fileName_;
+  // content_: the bytes of the file, kept as long as the entry.
   cFile content_;
   bool expired_ = false;
   X509CrlPtr crl_;

@@ -2,6 +2,9 @@
 // rejects a chain or a signature.
 //
 // Thread rule: one thread at a time; a CryptoScope must be open.
+//
+// Each cCertChainEntry owns one list. It adds the file that P7B<i>.crlFile<j> names under the title crlFile<j>, for j
+// from 0 to 4; all files are in the directory CRL.path.
 #ifndef ZEPASIGN_PKI_CCRLLIST_H_
 #define ZEPASIGN_PKI_CCRLLIST_H_
 
@@ -30,8 +33,11 @@ class cCrlList {
   [[nodiscard]] const Entries& entries() const noexcept { return entries_; }
 
  private:
+  // add: as addCrlFile. Without memory for the entry object it logs that and returns false; other allocation failures
+  // throw std::bad_alloc.
   bool add(const std::string& title, const std::string& fileName);
 
+  // folder_: CRL.path. entries_: never null, in the order of the titles.
   std::string folder_;
   Entries entries_;
 };

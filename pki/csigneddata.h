@@ -61,13 +61,25 @@ class cSignedData final {
     std::size_t size = 0;  // the most bytes that a signature has without its content
   };
 
+  // build: makes pkcs7_, keyContext_ and parts_ from options_. False when the crypto library cannot sign with them.
+  // Throws std::bad_alloc.
   [[nodiscard]] bool build();
+  // split: fills parts_ from the encoding of `pkcs7`. False when the crypto library fails.
   [[nodiscard]] bool split(PKCS7* pkcs7);
+  // addAttributes: replaces the attributes in signerInfo_; the signing time is now. False when the crypto library
+  // fails.
   [[nodiscard]] bool addAttributes(Bytes digest);
+  // signContent: computes the digest and signs it, or the attributes that hold it. `attributes` remains empty when the
+  // options ask for none.
   [[nodiscard]] bool signContent(Bytes content, der::Buffer& attributes, der::Buffer& signature);
+  // signDigest: the key operation. `signature` receives at most EVP_PKEY_get_size bytes.
   [[nodiscard]] bool signDigest(Bytes digest, der::Buffer& signature) const;
+  // signAttributes: `attributes` receives their encoding under the implicit tag [0] (RFC 2315, section 9.2).
   [[nodiscard]] bool signAttributes(Bytes digest, der::Buffer& attributes, der::Buffer& signature);
+  // writeTail: the certificates and the set of the one SignerInfo, which follow the content.
   void writeTail(Bytes attributes, Bytes signature);
+  // writeHead: all that precedes the content. REQUIRES: content_ and tail_ are set, since their sizes are in the
+  // headers.
   void writeHead();
 
   Options options_{};

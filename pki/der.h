@@ -2,6 +2,8 @@
 // are written and read by the crypto library.
 //
 //   element    header | content            header    identifier (1 byte for the tags here) | length (1 to 5 bytes)
+//
+// Thread rule: any thread may call the functions; a Buffer and a Reader belong to one thread at a time.
 #ifndef ZEPASIGN_PKI_DER_H_
 #define ZEPASIGN_PKI_DER_H_
 
@@ -44,7 +46,8 @@ inline constexpr std::size_t kMaxHeaderSize = 6;
 void append(Buffer& out, Bytes bytes);
 // appendHeader: the header of an element whose `size` bytes follow. REQUIRES: size <= INT_MAX.
 void appendHeader(Buffer& out, const Tag& tag, std::size_t size);
-// element: one element around the parts.
+// element: one element around the parts. REQUIRES: the parts together have at most INT_MAX - kMaxHeaderSize bytes.
+// Throws std::bad_alloc, as the two functions above do.
 [[nodiscard]] Buffer element(const Tag& tag, std::initializer_list<Bytes> parts);
 
 // Reader: reads the elements of a DER encoding one after the other. A step on an invalid encoding gives nothing and
@@ -61,6 +64,7 @@ class Reader final {
   [[nodiscard]] Bytes takeIf(const Tag& tag);
 
  private:
+  // rest_: what is still unread. contentSize_: bytes of content of the element that was entered last.
   Bytes rest_;
   std::size_t contentSize_ = 0;
 };

@@ -31,6 +31,8 @@
 namespace zepasign {
 
 // Handles: one alias per C type, and no free call anywhere else.
+// FreeWith: the deleter that calls the C function `Free`. It has no state, so a handle is as large as a plain pointer.
+// A null handle frees nothing.
 template <auto Free>
 struct FreeWith {
   template <class T>
@@ -44,6 +46,8 @@ inline void freeStackAndItems(STACK_OF(X509) * stack) noexcept { sk_X509_pop_fre
 inline void freeOpenSslText(char* text) noexcept { OPENSSL_free(text); }
 inline void freeOpenSslBytes(unsigned char* bytes) noexcept { OPENSSL_free(bytes); }
 
+// An X509StackPtr owns the list alone: the certificates in it are borrowed and must outlive it. An X509OwnerStackPtr
+// owns both.
 using AuthorityKeyIdPtr = std::unique_ptr<AUTHORITY_KEYID, FreeWith<AUTHORITY_KEYID_free>>;
 using BigNumPtr = std::unique_ptr<BIGNUM, FreeWith<BN_free>>;
 using BioPtr = std::unique_ptr<BIO, FreeWith<BIO_free_all>>;
@@ -68,7 +72,8 @@ using X509StoreCtxPtr = std::unique_ptr<X509_STORE_CTX, FreeWith<X509_STORE_CTX_
 
 // ErrorScope: the errors that the crypto library raises during its lifetime. It empties the calling thread's error
 // queue at both ends, so whatever is in the queue is its own; the host's entries are kept elsewhere (see CryptoScope).
-// Scopes do not nest: an inner one discards what was raised before it.
+// Scopes do not nest: an inner one discards what was raised before it. REQUIRES: a CryptoScope is open in this thread;
+// otherwise the host's errors are lost.
 class ErrorScope final {
  public:
   ErrorScope() noexcept { ERR_clear_error(); }
@@ -88,7 +93,9 @@ class ErrorScope final {
 //
 // The library's rule for allocation failures inside the crypto library is here and nowhere else: a reported one becomes
 // std::bad_alloc and so 5002. The crypto library hides a few; then the code of the failed step is returned, and the
-// next call tries again. Only what is loaded once per process, the chains, makes a second attempt.
+// next call tries again. Only what is loaded once per process, the chains, makes a second attempt. `step` takes no
+// argument. Its result is returned by value: a pointer that the crypto library hands over is the caller's to free.
+// REQUIRES: a CryptoScope is open, and no ErrorScope whose errors are still needed.
 template <class Step>
 [[nodiscard]] auto attempt(Step step) {
   const ErrorScope errors;
@@ -104,6 +111,9 @@ template <class Step>
 // when that thread ends. A context must therefore not be freed before; see ~cCryptoContext.
 class cCryptoContext final {
  public:
+  // cCryptoContext: fetches all algorithms that loading, verifying and signing need, since a fetch that failed later
+  // for lack of memory would be remembered by the crypto library for the life of the process. Without memory for the
+  // context the object has none, and `enter` throws.
   cCryptoContext();
   // ~cCryptoContext: frees the context, unless a thread other than the calling one has used it and has not ended yet.
   // Then the context stays in memory, some hundred kilobytes, until the process ends.
@@ -120,6 +130,8 @@ class cCryptoContext final {
   [[nodiscard]] const EVP_MD* digest(std::string_view name) const noexcept;
 
  private:
+  // The order matters: members are destroyed from the last to the first, so the digests and providers are freed before
+  // their context.
   ThreadRegistry threads_;
   LibCtxPtr context_;
   ProviderPtr defaultProvider_;
@@ -142,6 +154,7 @@ class HostErrors final {
   HostErrors& operator=(const HostErrors&) = delete;
 
  private:
+  // isSetAside_: whether entries_ holds the host's queue. entries_ owns the texts of the entries during that time.
   bool isSetAside_ = false;
   ERR_STATE entries_{};
 };
@@ -158,6 +171,8 @@ class CryptoScope final {
   CryptoScope& operator=(const CryptoScope&) = delete;
 
  private:
+  // hostErrors_: the first member, so that the host's errors are set aside before our context is entered and put back
+  // last. host_: the default context of the thread at the beginning.
   HostErrors hostErrors_;
   OSSL_LIB_CTX* host_ = nullptr;
 };

@@ -26,6 +26,8 @@ class ThreadRegistry final {
   [[nodiscard]] bool othersLive() const noexcept;
 
  private:
+  // Notes: what the system's implementation keeps (threadregistry_posix.cpp, threadregistry_windows.cpp). It is null on
+  // Windows; elsewhere `enter` makes it if the constructor had no memory for it.
   struct Notes;
   std::unique_ptr<Notes> notes_;
 };

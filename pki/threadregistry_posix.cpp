@@ -1,6 +1,6 @@
 // Each thread that enters locks a robust mutex and never unlocks it. When the thread ends, the system marks the mutex:
-// whoever tries to lock it learns that its owner is dead. A thread-specific value holds the thread's own mutex, so that
-// it is locked once. The key has no destructor: one could still be called when this library is no longer there.
+// a thread that tries to lock it learns that its owner is dead. A thread-specific value holds the thread's own mutex,
+// so that it is locked once. The key has no destructor: one could still be called when this library is no longer there.
 #include <pthread.h>
 
 #include <algorithm>

@@ -71,20 +71,35 @@ class ConfigCheck final {
     return pair != nullptr && !pair->value.empty();
   }
 
+  // The private functions add findings about one subject each.
+  //
+  // examineMark: the byte-order mark; true when the file begins with one.
   [[nodiscard]] bool examineMark();
+  // examineKey: one pair: an unknown or misspelt key, a later pair with the same key, a comment in the wrong place.
   void examineKey(const PropertyText::Pair& pair);
+  // examinePaths: directories that are relative or written for another system.
   void examinePaths();
+  // examineAccount: whether the property file, or for root the log, belongs to another account than this process.
   void examineAccount();
+  // examineLog: the level, the settings of the log file, and whether it can be written.
   void examineLog(bool logIsWritten);
+  // examineCertificateMode: how many certificates a signature carries. examineFlag: a setting of TRUE or FALSE.
   void examineCertificateMode();
   void examineFlag(const char* key);
 
+  // findPassword, decryptPassword: false when there is no usable password; `whenWrong` is added when the license gives
+  // a key that does not decrypt it. The caller wipes `password`, also after a failure.
   [[nodiscard]] bool findPassword(std::string& password);
   [[nodiscard]] bool decryptPassword(const FindingKind& whenWrong, const std::string& key, std::string& password);
+  // examineLicense: the form of PSWD.license; false when it has no value.
   [[nodiscard]] bool examineLicense();
+  // examinePfx: loads credential_. Without a password it only reports open permissions and a file that is no readable
+  // PFX.
   void examinePfx(const std::string& password, bool hasPassword);
+  // examineSigner, examineFilter: REQUIRES: credential_ holds a certificate.
   void examineSigner();
   void examineFilter();
+  // examineConditions: conditions in one alternative of the filter that the library ignores.
   void examineConditions(const std::string& alternative);
 
   // Each chain file is reported once by the chain list; what is wrong inside is found from that report.
@@ -97,10 +112,14 @@ class ConfigCheck final {
   void explainSki(const ChainReport& report);
   void examineAccepted(const ChainReport& report);
 
+  // examineCrls, examineCrl, examineRevocations: `key` is the property key of the CRL. REQUIRES: the report has a
+  // chain.
   void examineCrls(const ChainReport& report);
   void examineCrl(const std::string& key, const cCrlFileEntry& entry, const cCertChainEntry& chain);
   void examineRevocations(const std::string& key, const cCrlFileEntry& entry, const cCertChainEntry& chain);
 
+  // explainMissingChain: why the signature does not carry the path to a root; `last` is the name of the last
+  // certificate on the path.
   void explainMissingChain(const std::string& last);
 
   const CheckInput& input_;

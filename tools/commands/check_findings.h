@@ -22,16 +22,19 @@ inline constexpr std::string_view kGoodLevel = "good";
 inline constexpr std::string_view kWarningLevel = "warning";
 inline constexpr std::string_view kErrorLevel = "error";
 
-// FindingKind: `command` corrects it or shows more, in the shell; empty when there is none. {0} to {9} stand for the
-// arguments, which are quoted in the command.
+// FindingKind: one kind of finding. `id` is printed in JSON and stands in docs/check.md. {0} to {9} in the text stand
+// for the arguments. `command` is a shell command that corrects the fault or shows more, empty when there is none; only
+// {0} to {3} may occur in it, and its arguments are quoted for the shell.
 struct FindingKind {
+  // The members refer to literals, which live as long as the program.
   std::string_view id;
   std::string_view level;
   Message text;
   std::string_view command = {};
 };
 
-// kFindingKinds: the list. No two rows have one id.
+// kFindingKinds: the list. No two rows have one id. A row is an id, a level, a text in both languages, and a command if
+// there is one. To explain it, docs/check.md has a row with the same id.
 inline constexpr FindingKind kFindingKinds[] = {
 #include "tools/commands/check_findings.inc"
 };
@@ -45,7 +48,8 @@ consteval const FindingKind& operator""_finding(const char* id, std::size_t leng
 }
 
 // Figures: the numbers behind a finding, for programs: whole days until the moment that it speaks of (negative: since),
-// and a verification error of the crypto library (X509_V_ERR_...).
+// and a verification error of the crypto library (X509_V_ERR_...). Both are left out of the JSON when they have no
+// value.
 struct Figures {
   std::optional<int> days = {};
   std::optional<int> verifyCode = {};
@@ -54,9 +58,12 @@ struct Figures {
 // Arguments: for the places {0} to {9} of text and command, UTF-8.
 using Arguments = std::initializer_list<std::string>;
 
+// Findings: collects the findings of one check in the order in which they are added, already in the user's language. A
+// key that is part secret is shortened before it is stored.
 class Findings final {
  public:
-  // Findings: REQUIRES: `properties` outlives this object; it knows the lines of the keys.
+  // Findings: REQUIRES: `properties` outlives this object; it knows the lines of the keys. The object keeps copies of
+  // the arguments of `add`, already put into the text.
   explicit Findings(const PropertyText& properties) : properties_(properties) {}
 
   // add: about a key, at the line where it is set, or at no line when it is missing. The
@@ -64,18 +71,20 @@ class Findings final {
   void add(const FindingKind& kind, const std::string& key, Arguments arguments = {}, const Figures& figures = {}) {
     addAtLine(properties_.line(key), kind, key, arguments, figures);
   }
-  // addAtLine: about a line, 0 for the file as a whole.
+  // addAtLine: about a line, 0 for the file as a whole. Lines count from 1.
   void addAtLine(int line, const FindingKind& kind, const std::string& key, Arguments arguments = {},
                  const Figures& figures = {});
 
-  // hasErrors, hasWarnings: whether a finding of that level was added.
+  // hasErrors, hasWarnings: whether a finding of that level was added. They decide on the exit code of the command: an
+  // error always makes it fail, a warning only with --strict.
   [[nodiscard]] bool hasErrors() const noexcept { return hasErrors_; }
   [[nodiscard]] bool hasWarnings() const noexcept { return hasWarnings_; }
   // list: in the order of the calls; of each the id, level, line, key and message, and command, days and verifyCode
-  // when there are any.
+  // when there are any. The result is borrowed from this object.
   [[nodiscard]] const Json& list() const noexcept { return list_; }
 
  private:
+  // list_: a JSON array with one object for each finding.
   const PropertyText& properties_;
   Json list_ = Json::array();
   bool hasErrors_ = false;

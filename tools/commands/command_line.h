@@ -1,4 +1,11 @@
 // CommandLine: the parser of the arguments, to which each sub-command adds itself in its own file.
+//
+// A program makes a CommandLine, adds the sub-commands, and calls `parse` and then `run`. An added sub-command keeps
+// its options in an object that its action shares, so that they live as long as the CommandLine; the parser fills them
+// in.
+//
+// Thread rule: the main thread. REQUIRES: the language is chosen (see useChinese) before the CommandLine is made, since
+// the texts of the help are fixed then.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
 #define ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
 
@@ -41,7 +48,8 @@ class CommandLine final {
 
   CommandLine();
 
-  // add: a new sub-command with a --help of its own. `action` becomes the chosen one when the arguments name it.
+  // add: a new sub-command with a --help of its own. `action` becomes the chosen one when the arguments name it. The
+  // result is owned by this object and is valid as long as it is. REQUIRES: `parse` was not called yet.
   CLI::App* add(const char* name, const Message& description, Action action);
 
   // parse: reads the arguments. Help and version go to the standard output, errors to the standard error. Returns an
@@ -51,6 +59,7 @@ class CommandLine final {
   [[nodiscard]] int run() const { return chosen_ ? chosen_() : kOk; }
 
  private:
+  // chosen_: the action of the sub-command that was parsed; empty before, and after --help and --version.
   CLI::App app_;
   Action chosen_;
 };
@@ -73,7 +82,9 @@ void addExamples(CLI::App* command, std::initializer_list<Example> examples);
 [[nodiscard]] std::function<std::string(const std::string&)> oneOf(std::vector<std::string> words);
 [[nodiscard]] std::function<std::string(const std::string&)> numberBetween(unsigned min, unsigned max);
 
-// addPropertyFile, addJson, addCommon: options that several sub-commands have.
+// addPropertyFile, addJson, addCommon: options that several sub-commands have. addPropertyFile adds -c (--config),
+// which must be given; addJson adds --json; addCommon adds both and --enced-file. The variables are written by `parse`
+// and must live until then.
 void addPropertyFile(CLI::App* command, std::string& file);
 void addJson(CLI::App* command, bool& json);
 void addCommon(CLI::App* command, CommonOptions& options);

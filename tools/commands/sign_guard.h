@@ -1,5 +1,8 @@
 // OutputGuard: refuses places for signatures where something would be lost: a file that is to be signed, what the
 // property file names, or another signature of the same run.
+//
+// Thread rule: one thread. The options must outlive the guard; the files that it protects are those that exist when it
+// is made.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
 #define ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
 
@@ -32,16 +35,20 @@ class OutputGuard final {
   [[nodiscard]] std::string refusal(const SigningJob& job);
 
  private:
+  // protect: adds a path if it leads to a regular file. protectNamed: adds what the values of the properties name.
   void protect(const std::string& path, const Message& reason);
   void protectNamed(const PropertyText& properties);
+  // isRepeated: whether a signature of this run already goes there; remembers the place.
   [[nodiscard]] bool isRepeated(const std::string& output);
 
+  // Protected: a file, and the reason why it must not be replaced, for the message.
   struct Protected {
     FileStatus file;
     Message reason;
   };
   const JobOptions& options_;
   std::vector<Protected> protected_;
+  // outputs_: hashes of the canonical paths of the signatures.
   std::unordered_set<std::uint64_t> outputs_;
 };
 

@@ -29,9 +29,11 @@ class NameList final {
   [[nodiscard]] bool failed() const noexcept { return std::ferror(stream_) != 0; }
 
  private:
+  // get: the next byte of the list, EOF at its end.
   [[nodiscard]] int get();
 
   std::FILE* stream_;
+  // beginning_: the bytes that were read to find the separator; at_: how many of them were used since.
   std::string beginning_;
   std::size_t at_ = 0;
   char separator_ = '\n';

@@ -15,6 +15,7 @@ namespace zepasign::tools {
 // SigningSetup: what all jobs of a run have in common. `encoding` is empty or what Big5 texts are converted to before
 // they are signed; `encedPassword` goes to ZEPASignInitial.
 struct SigningSetup {
+  // A run keeps a copy of the setup.
   std::string propertyFile;
   std::string encedPassword;
   std::string encoding;
@@ -39,23 +40,28 @@ struct Outcome {
 // kOutputUnwritable: the code of a signature that was made but could not be written.
 inline constexpr int kOutputUnwritable = 1003;
 
-// outcomeOf: a code of the library with its meaning.
+// outcomeOf: a code of the library with its meaning. For 0 the meaning is empty.
 [[nodiscard]] Outcome outcomeOf(int code);
 
 // Done: receives the outcome of each job. It is called by one thread at a time, in any order of the jobs.
 using Done = std::function<void(const SigningJob& job, const Outcome& outcome)>;
 
-// SigningRun: signs the jobs that it is given. The library is initialised at the first one.
+// SigningRun: signs the jobs that it is given. The library is initialised at the first one. Thread rule: `submit` and
+// `finish` are called by the thread that made the run. A local run gives the outcome of a job inside `submit`; a run
+// with workers gives it in a thread of its own, before `finish` returns.
 class SigningRun {
  public:
   SigningRun() = default;
+  // ~SigningRun: waits for the jobs that were submitted, like `finish`.
   virtual ~SigningRun() = default;
   SigningRun(const SigningRun&) = delete;
   SigningRun& operator=(const SigningRun&) = delete;
 
-  // submit: false when the library does not initialise; the job is then lost. May wait while other jobs are signed.
+  // submit: false when the library does not initialise; the job is then lost. May wait while other jobs are signed. A
+  // file that cannot be signed is no failure of `submit`: its outcome goes to Done.
   [[nodiscard]] virtual bool submit(const SigningJob& job) = 0;
-  // finish: waits for all jobs. Returns the outcome of the initialisation. REQUIRES: no call of submit afterwards.
+  // finish: waits for all jobs. Returns the outcome of the initialisation. REQUIRES: no call of submit afterwards. An
+  // initialisation that failed gives the library's error code; a run without jobs gives 0.
   [[nodiscard]] virtual Outcome finish() = 0;
 };
 

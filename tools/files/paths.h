@@ -8,6 +8,9 @@
 namespace zepasign::tools {
 
 // missingParts: the path and the directories above it that do not exist, the topmost first; empty when the path exists.
+// The path may be relative. It is normalized as text first: "." and ".." are resolved without regard to symbolic links.
+// What is below a directory that may not be searched counts as missing. Nothing is created or changed. Callers name the
+// topmost missing directory in a message, or remove afterwards what has appeared since.
 [[nodiscard]] std::vector<std::string> missingParts(const std::string& path);
 
 }  // namespace zepasign::tools

@@ -1,4 +1,7 @@
 // Source: a file or the standard input, read once from front to back in blocks, so that a log of any size can be shown.
+//
+// Thread rule: one thread. The standard input can be read by one Source only, since a Source reads ahead; REQUIRES:
+// nobody else reads from it afterwards.
 #ifndef ZEPASIGN_TOOLS_FILES_SOURCE_H_
 #define ZEPASIGN_TOOLS_FILES_SOURCE_H_
 
@@ -12,13 +15,15 @@ namespace zepasign::tools {
 
 class Source final {
  public:
-  // Source: opens the file; "-" is the standard input.
+  // Source: opens the file; "-" is the standard input. A failure is not reported here; isGood tells. The object closes
+  // a file that it opened, never the standard input.
   explicit Source(const std::string& path);
 
   // isGood: false when it could not be opened, or when reading failed.
   [[nodiscard]] bool isGood() const;
 
-  // head: the first bytes of what is still unread, which stay unread; 64 KiB unless the file ends before.
+  // head: the first bytes of what is still unread, which stay unread; 64 KiB unless the file ends before. The result is
+  // borrowed until the next call. REQUIRES: no line was read before.
   [[nodiscard]] const std::string& head();
 
   // readLine: the next line without its end. False when there is none left; a line whose end is not written yet is
@@ -31,6 +36,7 @@ class Source final {
   [[nodiscard]] bool readRest(std::string& bytes, std::size_t limit);
 
  private:
+  // fill: appends the next block of at most 64 KiB to unread_; false at the end or when reading fails.
   bool fill();
 
   platform::FilePtr opened_;

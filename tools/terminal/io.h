@@ -33,7 +33,7 @@ void printError(const std::string& utf8);
 // readFirstLine: of a file or, for "-", of the standard input, of which the rest remains to be read. False when it
 // cannot be read or the line is empty.
 [[nodiscard]] bool readFirstLine(const std::string& path, std::string& line);
-// readRegularFile: the same of an ordinary file, which is all that the library reads.
+// readRegularFile: the same of a regular file, which is all that the library reads.
 [[nodiscard]] bool readRegularFile(const std::string& path, std::string& bytes);
 
 // isStandardOutput: "-", or a path of the standard output such as /dev/stdout.

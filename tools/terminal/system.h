@@ -25,6 +25,7 @@ void setUpStreams();
 // shows 141); on Windows with the exit code 141. Any thread.
 [[noreturn]] void endByClosedPipe();
 
+// isTerminal: false for a file, a pipe and any other device. REQUIRES: the stream is not null.
 [[nodiscard]] bool isTerminal(std::FILE* stream);
 
 // HiddenInput: while it lives, the terminal that is the standard input does not show what is typed, and what was typed
@@ -65,6 +66,8 @@ class SignalsBlocked final {
 // thread.
 class ChildProcess final {
  public:
+  // A failure is not thrown: the streams are then null. On POSIX systems the child receives all signals, also those
+  // that the calling thread blocks. `arguments` do not contain the name of the program.
   explicit ChildProcess(const std::vector<std::string>& arguments);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -77,6 +80,7 @@ class ChildProcess final {
   [[nodiscard]] std::uint64_t id() const noexcept { return id_; }
 
  private:
+  // The destructor closes the input first: its end is what makes a worker finish.
   std::FILE* input_ = nullptr;
   std::FILE* output_ = nullptr;
   std::uint64_t id_ = 0;
