@@ -8,6 +8,11 @@
 // empty.
 //
 // Blocks come from calloc, since some are handed to callers who free them with std::free.
+//
+// The buffer owns its block and frees it in the destructor. It is neither copied nor moved; release hands the block
+// over. Lengths are `int` because the exported functions and libcrypto count bytes in `int`.
+//
+// One thread at a time for each buffer.
 #ifndef ZEPASIGN_BASE_CBUFFER_H_
 #define ZEPASIGN_BASE_CBUFFER_H_
 
@@ -20,8 +25,10 @@
 
 namespace zepasign {
 
+// kMaxLength: the longest payload in elements, 2,147,483,647.
 inline constexpr int kMaxLength = std::numeric_limits<int>::max();
 
+// cBuffer: what both buffers can do with a block, whatever it holds. REQUIRES: Char has one byte; sizes count both.
 template <class Char>
 class cBuffer {
  public:
@@ -34,12 +41,14 @@ class cBuffer {
 
   // data: borrowed; null when empty, valid until the content is replaced.
   [[nodiscard]] Char* data() const noexcept { return data_; }
+  // length: elements of the payload, without the zeros behind it; 0 when empty.
   [[nodiscard]] int length() const noexcept { return length_; }
 
-  // markSecret: from now on the block is wiped before it is freed.
+  // markSecret: from now on each block is wiped, its spare included, before it is freed. The mark stays when the
+  // content is replaced. A block that release handed over is not wiped here: its new owner must do so.
   void markSecret() noexcept { secret_ = true; }
 
-  // clear: frees the block.
+  // clear: frees the block; the buffer is empty afterwards and can be filled again.
   void clear() noexcept {
     if (secret_ && data_ != nullptr) cleanse(data_, blockSize_);
     std::free(data_);
@@ -71,10 +80,12 @@ class cBuffer {
     blockSize_ = capacity + spare;
   }
 
-  // shorten: a smaller length; what lies behind it must be zero.
+  // shorten: a smaller length; the block keeps its size. REQUIRES: `length` is at most length(), and the elements
+  // behind it are zero.
   void shorten(std::size_t length) noexcept { length_ = static_cast<int>(length); }
 
  private:
+  // blockSize_: elements of the whole block, which the wipe needs. It does not change when `length_` is shortened.
   Char* data_ = nullptr;
   int length_ = 0;
   bool secret_ = false;

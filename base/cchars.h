@@ -1,4 +1,6 @@
-// cChars: an owned text buffer, always a C string when it is not empty, and the encodings that fill it.
+// cChars: an owned text buffer, always a C string when it is not empty, and the encodings that fill it. For the layout
+// and what happens when memory runs out see cbuffer.h. What fills a buffer throws std::bad_alloc. One thread at a time
+// for each buffer.
 #ifndef ZEPASIGN_BASE_CCHARS_H_
 #define ZEPASIGN_BASE_CCHARS_H_
 
@@ -20,7 +22,8 @@ class cChars : public cBuffer<char> {
   // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode.
   [[nodiscard]] bool base64Encode(const unsigned char* source, int length);
 
-  // allocate: `length` zero characters and `spare` more, to be filled through data().
+  // allocate: `length` zero characters and `spare` more, to be filled through data(). A text for a host takes
+  // kTextSpare. REQUIRES: `spare` is at least 1, which ends the C string.
   void allocate(std::size_t length, std::size_t spare) { replace(length, spare); }
 };
 

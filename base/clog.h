@@ -2,16 +2,18 @@
 //
 //   2026/01/31 08:15:00.123 (PID=4711)  INFO begin ZEPASign::SignPkcs7Bin()
 //
-// The log has two lives. Level and file are settings of the property file, but reading that file is logged already. So
-// at first every line, whatever its level, is kept in memory (PendingText). setLogFile begins the second life: from
-// then on each line opens the file of its day, appends itself and closes the file, so that the file can be moved away
-// at any time. The first line that opens a file writes the pending text before itself. When the file cannot be opened
-// the line is dropped and written nowhere else. If no file ever took the pending text (none was chosen, or with level
-// OFF no line came), the log prints it to the standard output when it is destroyed.
+// The log has two lives. Level and file are settings of the property file, but reading that file is logged already.
 //
-// The one object is `logger`, below. Texts are bytes, Big5 where the library speaks, and come out as they went in
-// unless LOG.encoding asks for UTF-8. A caller tests the level before it builds a line: isEnabled, or the log functions
-// below when the text needs no building.
+//   before setLogFile   Lines are kept in memory (PendingText). All levels are enabled until setLevel.
+//   after setLogFile    Each line opens the file of its day, is appended, and closes the file, so that the file can be
+//                       moved away at any time. The first line that opens a file writes the pending text before itself.
+//                       When the file cannot be opened, the line is dropped and written nowhere else.
+//   destruction         If no file took the pending text (none was chosen, none could be opened, or no line came after
+//                       setLogFile, as with level OFF), the log prints it to the standard output.
+//
+// The library writes to one object, `logger`, below. Texts are bytes, the library's own in Big5, and are written
+// unchanged unless LOG.encoding asks for UTF-8. A caller tests the level before it builds a line: isEnabled, or the log
+// functions below when the text needs no building.
 //
 // Nothing here throws or reports an error: a line that cannot be written is lost, the caller's work goes on.
 // Thread rule: one thread at a time.
@@ -42,8 +44,8 @@ inline constexpr LogLevel kWarn{"WARN", 30};
 inline constexpr LogLevel kError{"ERROR", 40};
 inline constexpr int kOffRank = 100;  // threshold only: nothing is written
 
-// PendingText: lines that wait for a file. It takes 16 MiB, then one line that says so: a host that never chooses a
-// file must not lose its memory to the log.
+// PendingText: lines that wait for a file. It takes 16 MiB, then one line that tells that the rest is dropped: a host
+// that never chooses a file must not lose its memory to the log.
 class PendingText final {
  public:
   static constexpr std::size_t kLimit = 16U << 20U;
@@ -102,13 +104,17 @@ class cLog {
   LogEncoding encoding_;
 };
 
-// logger: the one log of the process. Whoever links base/ defines it: the library in api/process_state.cpp, where it is
-// constructed first and destroyed last when the library is loaded and unloaded, and the command line in
-// tools/process_state.cpp, a log of its own beside that of the library. Every module may call it, from one thread at a
-// time.
+// logger: the one log of the process. base/ declares it only; each library or program that links base/ defines it once.
+//
+// The library defines its log in api/process_state.cpp: it is made first when the library is loaded, and destroyed last
+// when the library is unloaded or the process ends. The command line has a second object beside it, in
+// tools/process_state.cpp, for the code of base/ and pki/ that the tool calls itself, and sets it to OFF when it
+// starts.
+//
+// Every module may call it, from one thread at a time, while it exists.
 extern cLog logger;
 
-// logText, logInt, logBool: write the line when its level is enabled.
+// logText, logInt, logBool, logValue: write the line to `logger` when its level is enabled.
 void logText(const LogLevel& level, std::string_view text) noexcept;
 void logInt(const LogLevel& level, std::string_view label, int value) noexcept;
 void logBool(const LogLevel& level, std::string_view label, bool value) noexcept;

@@ -1,4 +1,14 @@
-// How a failing step ends: its message in the log, its code to the caller.
+// How a failing step ends: its message in the log, its code to the caller. Steps in api/ and pki/ return 0 or a code of
+// errors.h, so a check that fails is one line, and its caller passes the code on:
+//
+//   if (dataLen < 1) return failed(kWrongParameter, "..."_big5);
+//   if (const int code = checkBeforeSigning()) return code;
+//
+// Exceptions are for what no step expects, above all for an allocation failure. They travel up to the exported function
+// or to signBin, whichever comes first, and codeOfException turns them into a code there.
+//
+// Messages are Big5 texts that operators search for in the log. Nothing here throws. One thread at a time, as for the
+// log.
 #ifndef ZEPASIGN_BASE_FAILURE_H_
 #define ZEPASIGN_BASE_FAILURE_H_
 
@@ -13,20 +23,24 @@
 
 namespace zepasign {
 
-// failed: logs the message at ERROR and gives back the code.
+// failed: logs the message at ERROR, when that level is enabled, and returns the code unchanged.
 [[nodiscard]] inline int failed(int code, std::string_view message) noexcept {
   logText(kError, message);
   return code;
 }
 
-// checkText: 0 for a text from outside that holds something, else the parameter error with one of the messages logged.
+// checkText: 0 for a text from outside that holds something. For null or "": kWrongParameter, after `whenNull` or
+// `whenEmpty` was logged at ERROR. The text is borrowed. REQUIRES: it is null or NUL-terminated, and both messages are
+// NUL-terminated.
 [[nodiscard]] inline int checkText(const char* text, const char* whenNull, const char* whenEmpty) noexcept {
   if (!isEmpty(text)) return kSuccess;
   return failed(kWrongParameter, text == nullptr ? whenNull : whenEmpty);
 }
 
-// codeOfException: the error code of the exception being handled. One that is not an allocation failure is logged.
-// REQUIRES: it is called in a catch block.
+// codeOfException: the error code of the exception being handled; never 0. A std::exception that is not an allocation
+// failure is logged at ERROR with its what(). std::length_error counts as an allocation failure: a standard container
+// throws it for a size beyond what memory can hold. An allocation failure is not logged, since a log line needs memory
+// too. REQUIRES: it is called in a catch block.
 [[nodiscard]] inline int codeOfException() noexcept {
   try {
     throw;

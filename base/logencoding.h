@@ -1,7 +1,7 @@
 // LogEncoding: the encoding in which log lines are written, Big5 as they are built or, with LOG.encoding = UTF-8,
 // UTF-8.
 //
-// A line is mixed text. What the library says is Big5; a value (a path, a name of a certificate) has the encoding of
+// A line is mixed text. The library's own texts are Big5; a value (a path, a name of a certificate) has the encoding of
 // where it came from, often UTF-8. Therefore label and value are looked at separately: one that is valid UTF-8 as a
 // whole, pure ASCII included, stays as it is; in any other each valid Big5 character is converted and each other byte
 // stays. A few Big5 values of one or two characters are valid UTF-8 too and are taken for that; no text of the library

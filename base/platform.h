@@ -5,7 +5,9 @@
 // Files: only regular files are opened, for reading and for the log. Opening a pipe or a device could block the caller
 // for good.
 //
-// Thread rule: any thread, except that the text converter belongs to one thread at a time.
+// A function that fails tells so by its result; those that throw say so.
+//
+// Thread rule: any thread, except that a file or a text converter belongs to one thread at a time.
 #ifndef ZEPASIGN_BASE_PLATFORM_H_
 #define ZEPASIGN_BASE_PLATFORM_H_
 
@@ -64,13 +66,15 @@ struct LocalTime {
 // currentFolder: the process's working folder, empty when it cannot be read within 1024 bytes.
 [[nodiscard]] std::string currentFolder();
 
-// createFolder: makes one folder (not its parents); true also when something of that name exists already.
+// createFolder: makes one folder (not its parents), with the permissions that the process's umask leaves; true also
+// when something of that name exists already.
 [[nodiscard]] bool createFolder(const char* path) noexcept;
 
 // listFolder: appends the names of all entries (name only, folders included) in the order the system gives them; false
 // when the folder cannot be searched. Throws std::bad_alloc.
 [[nodiscard]] bool listFolder(const std::string& folder, std::vector<std::string>& names);
 
+// FilePtr: the owner of an open file, which it closes.
 struct CloseFile {
   void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
@@ -80,7 +84,8 @@ using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 // is no regular file. Throws std::bad_alloc.
 [[nodiscard]] FilePtr openForReading(const char* path);
 
-// fileSize: in bytes, -1 when it cannot be told; the next read starts at the beginning of the file.
+// fileSize: in bytes, -1 when it cannot be told; the next read starts at the beginning of the file. REQUIRES: `file` is
+// not null and comes from openForReading.
 [[nodiscard]] std::int64_t fileSize(std::FILE* file) noexcept;
 
 // AppendFile: a text file opened for one append and closed at the end of its scope. It is created when missing, with
@@ -93,11 +98,14 @@ class AppendFile final {
   AppendFile(const AppendFile&) = delete;
   AppendFile& operator=(const AppendFile&) = delete;
 
+  // isOpen: false when the file could not be opened or created, or is no regular file.
   [[nodiscard]] bool isOpen() const noexcept;
+  // append: `text` at the end of the file, whatever another process wrote there meanwhile. Lines end with LF, on
+  // Windows with CR LF. REQUIRES: isOpen().
   void append(std::string_view text) noexcept;
 
  private:
-  std::intptr_t handle_;
+  std::intptr_t handle_;  // the file descriptor or Windows handle, -1 when not open
 };
 
 // printToStandardOutput: prints and flushes. Nothing is printed when another thread holds the stream's lock (which
@@ -106,7 +114,10 @@ void printToStandardOutput(std::string_view text) noexcept;
 
 // The text converter, shaped like iconv_open, iconv and iconv_close. Both systems know the names "BIG5" and "UTF-16LE"
 // in any letter case; a sequence that is invalid in the source fails, it is never replaced.
-// openConverter: null when a name is unknown. convert: as iconv, with kNotConverted and errno on failure.
+// openConverter: null when a name is unknown; otherwise the caller owns the converter and ends it with closeConverter.
+// convert: moves `*in` and `*out` forward and lowers the byte counts beside them. On failure kNotConverted, with errno
+// EILSEQ (or EINVAL at the end of the input) for an invalid sequence and E2BIG when `*out` is full. REQUIRES of both: a
+// converter that is not null.
 using Converter = void*;
 inline constexpr auto kNotConverted = static_cast<std::size_t>(-1);
 [[nodiscard]] Converter openConverter(const char* target, const char* source) noexcept;

@@ -81,7 +81,7 @@ double secondsOnCore(unsigned core, const Implementation& implementation, int co
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// together: how many times one process's work two processes do in the same time; the best of several rounds.
+// together: how many times one process's work two processes do in the same time; the best of several iterations.
 double together(const Implementation& implementation) {
   constexpr int kRounds = 30;
   constexpr int kSignatures = 30;

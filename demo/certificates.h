@@ -3,6 +3,9 @@
 //
 // Whatever cannot be made throws std::runtime_error with OpenSSL's reason. Keys and certificates are shared, not
 // copied, and nobody changes them once they are made. One thread at a time.
+//
+// From plan to file: fill a CertPlan, make an Identity of it, use that as the issuer of the next, and write the results
+// with containers.h. makePki does so for the usual three certificates. Certificates are X.509 version 3 (RFC 5280).
 #ifndef ZEPASIGN_DEMO_CERTIFICATES_H_
 #define ZEPASIGN_DEMO_CERTIFICATES_H_
 
@@ -16,6 +19,7 @@
 
 namespace zepasign::demo {
 
+// Key, Certificate: shared owners; the object is freed with its last owner. A `get()` pointer is borrowed.
 using Key = std::shared_ptr<EVP_PKEY>;
 using Certificate = std::shared_ptr<X509>;
 
@@ -56,13 +60,15 @@ struct CertPlan {
   std::vector<std::pair<std::string, std::string>> otherExtensions = {};
 };
 
-// caPlan: a certificate authority of that common name below `issuer`, or a root.
+// caPlan: a certificate authority of that common name below `issuer`, or a root without one. It may sign certificates
+// and CRLs, and gets a P-256 key of its own.
 [[nodiscard]] CertPlan caPlan(const std::string& commonName, const Identity& issuer = {});
 
 // signerPlan: an end entity below `issuer` with rsaKey(), which may sign.
 [[nodiscard]] CertPlan signerPlan(const Identity& issuer);
 
-// makeIdentity: the certificate of the plan, signed by its issuer, and its key.
+// makeIdentity: the certificate of the plan, signed by its issuer, and its key. Throws when OpenSSL does not
+// know an extension or an entry of the name. REQUIRES: plan.issuer has both key and certificate, or neither.
 [[nodiscard]] Identity makeIdentity(const CertPlan& plan);
 
 // Pki: a root, a CA below it, and a signer that the CA certified.
@@ -70,13 +76,15 @@ struct Pki {
   Identity root, ca, signer;
 };
 
-// PkiPlan: in what one PKI differs from another.
+// PkiPlan: in what one PKI differs from another. `change` sees the plan's subject as it will be, and may change any
+// field.
 struct PkiPlan {
   std::string organization = "Zepa Test";  // of all three; the country is TW
   std::string rootName = "Test Root", caName = "Test CA", signerName = "Test Signer";
   Key signerKey = {};                   // null: rsaKey()
   void (*change)(CertPlan&) = nullptr;  // called with each plan before its certificate is made
 };
+// makePki: makes the three in the order root, CA, signer.
 [[nodiscard]] Pki makePki(const PkiPlan& plan = {});
 
 // subjectKeyIdOf: upper-case hexadecimal, empty when the certificate has none.

@@ -1,5 +1,7 @@
 // The files that `zepasign init --demo` writes: a new PKI each time, whose root and CA keys are dropped at once, so
-// that nobody can issue more below it.
+// that nobody can issue more below it. Nothing is written here; the command writes the bytes. One thread at a time.
+//
+// The signer's certificate and the CRL are valid for a year from now, the root and the CA for ten years.
 #ifndef ZEPASIGN_DEMO_KIT_H_
 #define ZEPASIGN_DEMO_KIT_H_
 
@@ -19,10 +21,12 @@ struct Kit {
   std::string ski;
 };
 
-// makeKit: throws std::runtime_error when the crypto library refuses.
+// makeKit: takes some tenths of a second or more, since it makes new RSA keys. Throws std::runtime_error when libcrypto
+// refuses.
 [[nodiscard]] Kit makeKit();
 
-// randomHex: that many random bytes in hexadecimal.
+// randomHex: `bytes` random bytes of libcrypto's generator as twice as many upper-case hexadecimal digits, for serial
+// numbers and PSWD.license. Throws std::runtime_error.
 [[nodiscard]] std::string randomHex(std::size_t bytes);
 
 }  // namespace zepasign::demo

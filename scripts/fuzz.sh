@@ -22,7 +22,7 @@ run() {
   local out=out/fuzz/$1
   mkdir -p "$out/corpus" "out/fuzz/seeds/$1" "fuzz/corpus/$1"
   local leaks=1
-  [ "$1" != exports ] || leaks=0 # a credential that another one replaces is dropped on purpose
+  [ "$1" != exports ] || leaks=0 # replaced credentials are kept: a signature may still refer to one
   if ! ASAN_OPTIONS=detect_leaks=$leaks "$build/fuzz/fuzz_$1" \
     -max_total_time="$seconds" -detect_leaks=$leaks -timeout=25 -rss_limit_mb=4096 -artifact_prefix="$out/" \
     -print_final_stats=1 "$out/corpus" "fuzz/corpus/$1" "out/fuzz/seeds/$1" >/dev/null 2>"$out/log"; then
