@@ -83,7 +83,7 @@ double secondsOnCore(unsigned core, const Implementation& implementation, int co
 
 // together: how many times one process's work two processes do in the same time; the best of several iterations.
 double together(const Implementation& implementation) {
-  constexpr int kRounds = 30;
+  constexpr int kRepetitions = 30;
   constexpr int kSignatures = 30;
   double alone = 1e9;
   double both = 1e9;
@@ -91,7 +91,7 @@ double together(const Implementation& implementation) {
   const auto run = [&](unsigned core, Clock::time_point start) {
     return startChild([&, core, start] { return secondsOnCore(core, implementation, kSignatures, start); });
   };
-  for (int i = 0; i < kRounds; ++i) {
+  for (int i = 0; i < kRepetitions; ++i) {
     alone = std::min(alone, childResult(run(0, soon())));
     const Clock::time_point start = soon();
     const int first = run(0, start);
@@ -122,10 +122,10 @@ double childSeconds(const std::function<void()>& work) {
 // printStartRow: what an initialisation costs in terms of libcrypto's own calls, each in fresh processes, by turns.
 void printStartRow(const char* title, double limit, const std::function<void()>& libcrypto,
                    const std::string& propertyFile) {
-  constexpr int kRounds = 15;
+  constexpr int kRepetitions = 15;
   std::vector<double> own;
   std::vector<double> bare;
-  for (int i = 0; i < kRounds; ++i) {
+  for (int i = 0; i < kRepetitions; ++i) {
     bare.push_back(childSeconds(libcrypto));
     own.push_back(childSeconds([&] { require(ZEPASignInitial(propertyFile.c_str(), nullptr), "ZEPASignInitial"); }));
   }
