@@ -14,8 +14,7 @@ constexpr const char* kPassword = "pfx-password";
 void sign(const zepasign::cPkcs12& credential) {
   zepasign::cSignedData signedData;
   const std::vector<X509*> certificates = {credential.certificate()};
-  if (!signedData.prepare({EVP_sha256(), credential.certificate(), credential.privateKey(), certificates, true, true})
-      0)
+  if (!signedData.prepare({EVP_sha256(), credential.certificate(), credential.privateKey(), certificates, true, true}))
     return;
   const unsigned char content[] = {1, 2, 3};
   if (!signedData.sign(content)) return;
