@@ -19,7 +19,7 @@ void openOutput();
 // printBytes, flushOutput, printLine, printListing write to the standard output. When its reader is gone (a pipe to
 // "head"), they end the process silently, see endByClosedPipe; any other failure is kept for closeOutput.
 void printBytes(const std::string& bytes);
-// flushOutput: passes on what was printed; false when any of it could not be written, as after a reader has gone.
+// flushOutput: passes on what was printed; false when any of it could not be written, as on a full disk.
 bool flushOutput();
 void printLine(const std::string& utf8);
 // printListing: as JSON (ASCII only, so that it does not depend on the locale) or as indented lines.
