@@ -32,7 +32,7 @@ constexpr unsigned kMaxDays = 36500;  // a hundred years
 
 struct CheckOptions {
   CommonOptions common;
-  int warnDays = 30;
+  unsigned warnDays = 30;
   bool strict = false;
 };
 
@@ -153,7 +153,7 @@ int runCheck(const CheckOptions& options) {
   const Trial trial = tryLibrary(path, enced, settings);
   Findings findings(properties);
   if (isRead) {
-    explain({path, bytes, properties, settings, enced, options.warnDays}, trial, isLoaded, findings);
+    explain({path, bytes, properties, settings, enced, static_cast<int>(options.warnDays)}, trial, isLoaded, findings);
   } else {
     findings.addAtLine(0, whyUnreadable(path), "", {fromTerminal(path)});
   }
@@ -165,18 +165,17 @@ int runCheck(const CheckOptions& options) {
 
 void addCheck(CommandLine& line) {
   const auto options = std::make_shared<CheckOptions>();
-  CLI::App* command =
+  const Command command =
       line.add("check", "find out what is wrong with a property file"_m, [options] { return runCheck(*options); });
   addCommon(command, options->common);
-  command
-      ->add_option("--warn-days", options->warnDays, helpText("warn of certificates that expire within so many days"_m))
-      ->check(numberBetween(0, kMaxDays));
-  command->add_flag("--strict", options->strict, helpText("fail because of warnings, too"_m));
-  addExamples(command, {{"as the account that signs, so that its permissions count"_m,
-                         "sudo -u payroll zepasign check -c app.properties"},
-                        {"with the encrypted password that goes with PSWD.authKey"_m,
-                         "zepasign check -c app.properties --enced-file enced.txt"},
-                        {"for monitoring"_m, "zepasign check -c app.properties --json --strict --warn-days 14"}});
+  command.add("--warn-days", options->warnDays, "warn of certificates that expire within so many days"_m)
+      .check(numberBetween(0, kMaxDays));
+  command.add("--strict", options->strict, "fail because of warnings, too"_m);
+  command.addExamples({{"as the account that signs, so that its permissions count"_m,
+                        "sudo -u payroll zepasign check -c app.properties"},
+                       {"with the encrypted password that goes with PSWD.authKey"_m,
+                        "zepasign check -c app.properties --enced-file enced.txt"},
+                       {"for monitoring"_m, "zepasign check -c app.properties --json --strict --warn-days 14"}});
 }
 
 }  // namespace zepasign::tools

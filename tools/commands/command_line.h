@@ -9,12 +9,11 @@
 #ifndef ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
 #define ZEPASIGN_TOOLS_COMMANDS_COMMAND_LINE_H_
 
-#include <CLI/CLI.hpp>
 #include <functional>
-#include <initializer_list>
+#include <memory>
 #include <string>
-#include <vector>
 
+#include "tools/commands/options.h"
 #include "tools/terminal/messages.h"
 
 namespace zepasign::tools {
@@ -47,10 +46,13 @@ class CommandLine final {
   using Action = std::function<int()>;
 
   CommandLine();
+  ~CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
 
   // add: a new sub-command with a --help of its own. `action` becomes the chosen one when the arguments name it. The
-  // result is owned by this object and is valid as long as it is. REQUIRES: `parse` was not called yet.
-  CLI::App* add(const char* name, const Message& description, Action action);
+  // result is valid as long as this object. REQUIRES: `parse` was not called yet.
+  [[nodiscard]] Command add(const char* name, const Message& description, Action action);
 
   // parse: reads the arguments. Help and version go to the standard output, errors to the standard error. Returns an
   // ExitCode; `run` is only to be called after kOk.
@@ -60,34 +62,15 @@ class CommandLine final {
 
  private:
   // chosen_: the action of the sub-command that was parsed; empty before, and after --help and --version.
-  CLI::App app_;
+  std::unique_ptr<CLI::App> parser_;
   Action chosen_;
 };
 
-// helpText: a text of the help, in the user's language and the terminal's encoding.
-[[nodiscard]] std::string helpText(const Message& text, std::initializer_list<std::string> arguments = {});
-
-// Example: a command as users type it, and what it is for.
-struct Example {
-  Message purpose;
-  const char* command;
-};
-
-// addExamples: ends the sub-command's --help with them. Give every sub-command two to four, the commonest first.
-void addExamples(CLI::App* command, std::initializer_list<Example> examples);
-
-// oneOf, numberBetween: for CLI::Option::check, which refuses the value with what they return: an empty text for a good
-// value, else what to write. (The parser's own checks would show English texts and C++ types in the help.) The letter
-// case of words does not matter; both limits of a number are allowed.
-[[nodiscard]] std::function<std::string(const std::string&)> oneOf(std::vector<std::string> words);
-[[nodiscard]] std::function<std::string(const std::string&)> numberBetween(unsigned min, unsigned max);
-
 // addPropertyFile, addJson, addCommon: options that several sub-commands have. addPropertyFile adds -c (--config),
-// which must be given; addJson adds --json; addCommon adds both and --enced-file. The variables are written by `parse`
-// and must live until then.
-void addPropertyFile(CLI::App* command, std::string& file);
-void addJson(CLI::App* command, bool& json);
-void addCommon(CLI::App* command, CommonOptions& options);
+// which must be given; addJson adds --json; addCommon adds both and --enced-file and returns --json.
+void addPropertyFile(const Command& command, std::string& file);
+Option addJson(const Command& command, bool& json);
+Option addCommon(const Command& command, CommonOptions& options);
 
 // The sub-commands, each defined in the file of its name.
 void addSign(CommandLine& line);

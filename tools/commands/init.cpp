@@ -202,17 +202,15 @@ int runInit(const InitOptions& options) {
 
 void addInit(CommandLine& line) {
   const auto options = std::make_shared<InitOptions>();
-  CLI::App* command =
+  const Command command =
       line.add("init", "write a property file to begin with"_m, [options] { return runInit(*options); });
-  command->add_option(helpText("DIR"_m), options->folder, helpText("folder for it"_m))->required();
-  auto* demo =
-      command->add_flag("--demo", options->demo, helpText("with a throwaway CA, signer, PFX, chain and CRL"_m));
-  auto* pfx = command->add_option("--pfx", options->pfx, helpText("for this PFX, whose password is asked for"_m))
-                  ->excludes(demo);
-  command->add_option("--ca", options->authorities, helpText("the CA certificates of the PFX's signer"_m))->needs(pfx);
-  addExamples(command, {{"for one's own PFX, ready to sign"_m, "zepasign init settings --pfx signer.pfx --ca ca.p7b"},
-                        {"a commented property file to fill in"_m, "zepasign init settings"},
-                        {"a throwaway signer to try the library with"_m, "zepasign init --demo demo"}});
+  command.add(helpText("DIR"_m), options->folder, "folder for it"_m).required();
+  const Option demo = command.add("--demo", options->demo, "with a throwaway CA, signer, PFX, chain and CRL"_m);
+  const Option pfx = command.add("--pfx", options->pfx, "for this PFX, whose password is asked for"_m).excludes(demo);
+  command.add("--ca", options->authorities, "the CA certificates of the PFX's signer"_m).needs(pfx);
+  command.addExamples({{"for one's own PFX, ready to sign"_m, "zepasign init settings --pfx signer.pfx --ca ca.p7b"},
+                       {"a commented property file to fill in"_m, "zepasign init settings"},
+                       {"a throwaway signer to try the library with"_m, "zepasign init --demo demo"}});
 }
 
 }  // namespace zepasign::tools

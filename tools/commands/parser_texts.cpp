@@ -31,8 +31,7 @@ constexpr Sentence kSentences[] = {{"A subcommand is required", "name a sub-comm
                                    {"{0} requires {1}", "{0} can only be used with {1}"_m},
                                    {"{0}: {1} required {2} missing", "{0} needs a value"_m},
                                    {"{0}: At Most {1} required but received {2}", "{0} is given more than once"_m},
-                                   {"{0} was given a disallowed flag override", "{0} takes no value"_m},
-                                   {"{0}: Should be true/false or a number", "{0} takes no value"_m},
+                                   {"{0} was given a disallowed flag override", "--{0} takes no value"_m},
                                    {"Could not convert: {0} = {1}", "{0}: {1} is not a valid value"_m}};
 
 // match: the words at the places of the pattern, in the order of the places; nothing when the sentence does not fit.

@@ -83,13 +83,13 @@ int runPasswd(const PasswdOptions& options) {
 
 void addPasswd(CommandLine& line) {
   const auto options = std::make_shared<PasswdOptions>();
-  CLI::App* command = line.add("passwd", "encrypt a PFX password"_m, [options] { return runPasswd(*options); });
+  const Command command = line.add("passwd", "encrypt a PFX password"_m, [options] { return runPasswd(*options); });
   addPropertyFile(command, options->propertyFile);
-  command->add_flag("--stored", options->stored, helpText("the form for PFX.pswdB64 in the property file"_m));
-  addExamples(command,
-              {{"the text for PFX.pswdB64"_m, "zepasign passwd --stored -c app.properties"},
-               {"the text that the program passes at its start"_m, "zepasign passwd -c app.properties > enced.txt"},
-               {"the password from a secret store"_m, "read-secret | zepasign passwd --stored -c app.properties"}});
+  command.add("--stored", options->stored, "the form for PFX.pswdB64 in the property file"_m);
+  command.addExamples(
+      {{"the text for PFX.pswdB64"_m, "zepasign passwd --stored -c app.properties"},
+       {"the text that the program passes at its start"_m, "zepasign passwd -c app.properties > enced.txt"},
+       {"the password from a secret store"_m, "read-secret | zepasign passwd --stored -c app.properties"}});
 }
 
 }  // namespace zepasign::tools

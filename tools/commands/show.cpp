@@ -168,21 +168,19 @@ int runShow(const ShowOptions& options) {
 
 void addShow(CommandLine& line) {
   const auto options = std::make_shared<ShowOptions>();
-  CLI::App* command = line.add("show", "show what a file holds"_m, [options] { return runShow(*options); });
-  command
-      ->add_option(helpText("FILE"_m), options->files,
-                   helpText("signature, PFX, P7B, CRL, certificate, property file or log"_m))
-      ->required();
-  command->add_option("--level", options->level, helpText("of a log, only lines of this level or above"_m))
-      ->type_name("DEBUG|INFO|WARN|ERROR")
-      ->check(oneOf(levelNames()));
-  command->add_flag("--follow", options->follow, helpText("show the lines of a log as they are written"_m));
+  const Command command = line.add("show", "show what a file holds"_m, [options] { return runShow(*options); });
+  command.add(helpText("FILE"_m), options->files, "signature, PFX, P7B, CRL, certificate, property file or log"_m)
+      .required();
+  command.add("--level", options->level, "of a log, only lines of this level or above"_m)
+      .valueName("DEBUG|INFO|WARN|ERROR")
+      .check(oneOf(levelNames()));
+  command.add("--follow", options->follow, "show the lines of a log as they are written"_m);
   addJson(command, options->json);
-  addExamples(command,
-              {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
-               {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
-               {"the errors of a day, and those to come"_m, "zepasign show --follow --level ERROR sign.log.20260131"},
-               {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
+  command.addExamples(
+      {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
+       {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
+       {"the errors of a day, and those to come"_m, "zepasign show --follow --level ERROR sign.log.20260131"},
+       {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
 }
 
 }  // namespace zepasign::tools

@@ -163,44 +163,45 @@ int runSign(SignOptions& options) {
   return SignCommand(options, properties).run();
 }
 
-void addInputs(CLI::App* command, SignOptions& options) {
-  command->add_option(helpText("FILE"_m), options.files, helpText("files to sign; - is the standard input"_m));
-  command->add_option("--files-from", options.filesFrom,
-                      helpText("list of files to sign, ended by zero bytes or lines; - is the standard input"_m));
-  command->add_flag("--pairs", options.pairs, helpText("each file in the list is followed by its signature's place"_m));
-  command->add_flag("--recursive", options.recursive, helpText("sign what is in folders"_m));
-  command->add_option("--text", options.encoding, helpText("sign as text: Big5, converted to this encoding first"_m))
-      ->type_name("BIG5|UTF-16LE")
-      ->check(oneOf({"BIG5", "UTF-16LE"}));
+// addInputs: returns --pairs.
+Option addInputs(const Command& command, SignOptions& options) {
+  command.add(helpText("FILE"_m), options.files, "files to sign; - is the standard input"_m);
+  command.add("--files-from", options.filesFrom,
+              "list of files to sign, ended by zero bytes or lines; - is the standard input"_m);
+  const Option pairs =
+      command.add("--pairs", options.pairs, "each file in the list is followed by its signature's place"_m);
+  command.add("--recursive", options.recursive, "sign what is in folders"_m);
+  command.add("--text", options.encoding, "sign as text: Big5, converted to this encoding first"_m)
+      .valueName("BIG5|UTF-16LE")
+      .check(oneOf({"BIG5", "UTF-16LE"}));
+  return pairs;
 }
 
-void addOutputs(CLI::App* command, SignOptions& options) {
-  auto* output =
-      command->add_option("-o,--output", options.output, helpText("the signature's file; - is the standard output"_m));
-  auto* folder = command->add_option("--out-dir", options.outputFolder, helpText("folder for the signatures"_m));
-  folder->excludes(output);
-  command->get_option("--pairs")->excludes(output)->excludes(folder);
-  auto* der = command->add_flag("--der", options.der, helpText("write DER instead of Base64 text"_m));
-  command->add_flag("--pem", options.pem, helpText("write PEM instead of Base64 text"_m))->excludes(der);
-  command->add_flag("--json-lines", options.jsonLines, helpText("print a line of JSON for each file"_m))
-      ->excludes(command->get_option("--json"));
+void addOutputs(const Command& command, SignOptions& options, const Option& pairs, const Option& json) {
+  const Option output = command.add("-o,--output", options.output, "the signature's file; - is the standard output"_m);
+  const Option folder = command.add("--out-dir", options.outputFolder, "folder for the signatures"_m);
+  folder.excludes(output);
+  pairs.excludes(output).excludes(folder);
+  const Option der = command.add("--der", options.der, "write DER instead of Base64 text"_m);
+  command.add("--pem", options.pem, "write PEM instead of Base64 text"_m).excludes(der);
+  command.add("--json-lines", options.jsonLines, "print a line of JSON for each file"_m).excludes(json);
 }
 
 }  // namespace
 
 void addSign(CommandLine& line) {
   const auto options = std::make_shared<SignOptions>();
-  CLI::App* command = line.add("sign", "sign files"_m, [options] { return runSign(*options); });
-  addCommon(command, *options);
-  addInputs(command, *options);
-  addOutputs(command, *options);
-  command->add_option("--jobs", options->jobs, helpText("worker processes"_m))->check(numberBetween(1, kMaxProcesses));
-  command->add_flag("--resume", options->resume, helpText("do only what is missing, older or damaged"_m));
-  addExamples(command,
-              {{"one file; the signature is written beside it"_m, "zepasign sign -c app.properties contract.pdf"},
-               {"a folder with two processes"_m, "zepasign sign -c app.properties --jobs 2 --recursive documents"},
-               {"what find finds"_m, "find . -name '*.pdf' -print0 | zepasign sign -c app.properties --files-from -"},
-               {"in a pipe"_m, "cat contract.pdf | zepasign sign -c app.properties --der - > contract.p7s"}});
+  const Command command = line.add("sign", "sign files"_m, [options] { return runSign(*options); });
+  const Option json = addCommon(command, *options);
+  const Option pairs = addInputs(command, *options);
+  addOutputs(command, *options, pairs, json);
+  command.add("--jobs", options->jobs, "worker processes"_m).check(numberBetween(1, kMaxProcesses));
+  command.add("--resume", options->resume, "do only what is missing, older or damaged"_m);
+  command.addExamples(
+      {{"one file; the signature is written beside it"_m, "zepasign sign -c app.properties contract.pdf"},
+       {"a folder with two processes"_m, "zepasign sign -c app.properties --jobs 2 --recursive documents"},
+       {"what find finds"_m, "find . -name '*.pdf' -print0 | zepasign sign -c app.properties --files-from -"},
+       {"in a pipe"_m, "cat contract.pdf | zepasign sign -c app.properties --der - > contract.p7s"}});
 }
 
 }  // namespace zepasign::tools

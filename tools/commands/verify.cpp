@@ -176,27 +176,22 @@ std::string checkTimeText(const std::string& text) {
 
 void addVerify(CommandLine& line) {
   const auto options = std::make_shared<VerifyOptions>();
-  CLI::App* command = line.add("verify", "verify signatures"_m, [options] { return runVerify(*options); });
-  command->add_option(helpText("SIGNATURE"_m), options->signatures, helpText("signatures: DER, PEM or Base64 text"_m))
-      ->required();
-  command->add_option("--content", options->content,
-                      helpText("the signed content of detached signatures, or its folder"_m));
-  auto* authorities =
-      command->add_option("--ca", options->authorities, helpText("file or folder with certificates to trust"_m));
-  command->add_option("--crl", options->crls, helpText("file or folder with CRLs; may be repeated"_m))
-      ->allow_extra_args(false)
-      ->needs(authorities);
-  command->add_option("--at", options->time, helpText("when the certificates must be valid; default: now"_m))
-      ->type_name(helpText("TIME|signing"_m))
-      ->check(checkTimeText)
-      ->needs(authorities);
-  command->add_option("-o,--output", options->output, helpText("where the content goes when it is valid"_m));
+  const Command command = line.add("verify", "verify signatures"_m, [options] { return runVerify(*options); });
+  command.add(helpText("SIGNATURE"_m), options->signatures, "signatures: DER, PEM or Base64 text"_m).required();
+  command.add("--content", options->content, "the signed content of detached signatures, or its folder"_m);
+  const Option authorities = command.add("--ca", options->authorities, "file or folder with certificates to trust"_m);
+  command.add("--crl", options->crls, "file or folder with CRLs; may be repeated"_m).needs(authorities);
+  command.add("--at", options->time, "when the certificates must be valid; default: now"_m)
+      .valueName(helpText("TIME|signing"_m))
+      .check(checkTimeText)
+      .needs(authorities);
+  command.add("-o,--output", options->output, "where the content goes when it is valid"_m);
   addJson(command, options->json);
-  addExamples(command, {{"a signature, against the CA that you trust"_m, "zepasign verify --ca ca.pem contract.p7s"},
-                        {"a detached signature and its content"_m, "zepasign verify --content contract contract.p7s"},
-                        {"an archived signature: valid when it was made, and not revoked then"_m,
-                         "zepasign verify --ca ca.pem --crl ca.crl --at signing contract.p7s"},
-                        {"a folder of signatures, for a program"_m, "zepasign verify --json --ca ca.pem signed/*"}});
+  command.addExamples({{"a signature, against the CA that you trust"_m, "zepasign verify --ca ca.pem contract.p7s"},
+                       {"a detached signature and its content"_m, "zepasign verify --content contract contract.p7s"},
+                       {"an archived signature: valid when it was made, and not revoked then"_m,
+                        "zepasign verify --ca ca.pem --crl ca.crl --at signing contract.p7s"},
+                       {"a folder of signatures, for a program"_m, "zepasign verify --json --ca ca.pem signed/*"}});
 }
 
 }  // namespace zepasign::tools
