@@ -62,15 +62,34 @@ for manual in docs docs/zh-TW; do
   keys | mustStandIn "$manual/properties.md"
 done
 
-# Both languages name the same commands and options; comments and the trailing blanks before them are translated.
-commands() { awk '/^```/ { isCommand = !isCommand && /^```sh/; next } isCommand' "$1" | sed -E 's/ +# .*//'; }
+# Both languages have the same pages, examples and options; comments and the blanks before them are translated.
+examples() {
+  awk '/^```/ { inside = !inside; isExample = inside && !/^```(text|log)/; next } isExample' "$1" | sed -E 's/ +(# |\/\*).*//'
+}
 options() { grep -oE 'Fl -?[a-z][a-z-]*|^\.Ss .*' "$1" | sort -u; }
-for page in docs/zh-TW/*.md; do diff <(commands "docs/${page##*/}") <(commands "$page"); done
+for page in docs/*.md; do diff <(examples "$page") <(examples "docs/zh-TW/${page##*/}"); done
+diff <(examples README.md) <(examples README.zh-TW.md)
 options tools/zepasign.1 | mustStandIn docs/man/zh_TW/zepasign.1
 
-# Each function has its line in the man page of the library.
-sed -nE '/^ZEPASIGN_API/ { s/^[^(]*\W(\w+)\((.*)\);$/.Fn \1 "\2"/; s/, /" "/g; s/"void"/void/; p }' api/ZEPASignDLL.h |
-  mustStandIn docs/man/libzepasigndll.3
-sed -nE 's/^\{"([^"]*)", k(.*)Level, \{"(([^"\\]|\\.)*)".*/| `\1` | \L\2\E | \3 |/; T; s/\\(["\\])/\1/g; p' \
-  tools/commands/check_findings.inc | mustStandIn docs/check.md
-grep -oP '^\| `\K[^`]+(?=` \| (good|warning|error) )' docs/check.md | mustStandIn tools/commands/check_findings.inc
+# functions: as the man page of the library names them. findings LANGUAGE: as the manual lists them.
+functions() {
+  sed -nE '/^ZEPASIGN_API/ { s/^[^(]*\W(\w+)\((.*)\);$/.Fn \1 "\2"/; s/, /" "/g; s/"void"/void/; p }' api/ZEPASignDLL.h
+}
+findings() {
+  sed -nE 's/^\{"([^"]*)", k(.*)Level, \{"(([^"\\]|\\.)*)", "(([^"\\]|\\.)*)"\}.*/| `\1` | \L\2\E | \'"$1"' |/; T
+    s/\\(["\\])/\1/g; p' tools/commands/check_findings.inc
+}
+functions | mustStandIn docs/man/libzepasigndll.3
+functions | mustStandIn docs/man/zh_TW/libzepasigndll.3
+diff <(findings 3) <(grep -E '^\| `[a-z0-9-]+` \| (good|warning|error) ' docs/check.md)
+diff <(findings 5) <(grep -E '^\| `[a-z0-9-]+` \| (good|warning|error) ' docs/zh-TW/check.md)
+
+# links PAGE: the links of a page to others, as FILE and HEADING. headings PAGE: in the form that links have.
+links() { { grep -oP '\]\(\K[^):]+(?=\))' "$1" || true; } | sed "s|^[^#]|$(dirname "$1")/&|; s|^#|$1#|"; }
+headings() { sed -nE '/^```/,/^```/d; s/^#+ //; T; s/[^[:alnum:] _-]//g; s/ /-/g; s/.*/\L&/p' "$1"; }
+for page in *.md examples/README.md docs/*.md docs/zh-TW/*.md; do
+  links "$page" | while IFS='#' read -r file heading; do
+    [ -e "$file" ] && { [ -z "$heading" ] || headings "$file" | grep -qxF -e "$heading"; } ||
+      { echo "$page: leads nowhere: $file#$heading" >&2 && false; }
+  done
+done
