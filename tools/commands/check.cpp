@@ -170,7 +170,7 @@ void addCheck(CommandLine& line) {
   addCommon(command, options->common);
   command.add("--warn-days", options->warnDays, "warn of certificates that expire within so many days"_m)
       .check(numberBetween(0, kMaxDays));
-  command.add("--strict", options->strict, "fail because of warnings, too"_m);
+  command.add("--strict", options->strict, "fail on warnings, too"_m);
   command.addExamples({{"as the account that signs, so that its permissions count"_m,
                         "sudo -u payroll zepasign check -c app.properties"},
                        {"with the encrypted password that goes with PSWD.authKey"_m,

@@ -14,7 +14,7 @@ void addHelp(CLI::App* command) { command->set_help_flag("-h,--help", helpText("
 
 int refuse(const std::string& mistake) {
   printError(tr("wrong command line: {0}"_m, {mistake}));
-  printError(tr("zepasign --help tells more"_m));
+  printError(tr("see zepasign --help"_m));
   return kUsage;
 }
 
@@ -25,7 +25,7 @@ CommandLine::CommandLine()
   parser_->require_subcommand(1);
   parser_->option_defaults()->group(helpText("Options"_m));
   parser_->formatter(std::make_shared<HelpFormatter>());
-  parser_->footer(helpText("zepasign SUBCOMMAND --help tells more, with examples"_m));
+  parser_->footer(helpText("see zepasign SUBCOMMAND --help for details and examples"_m));
   addHelp(parser_.get());
   parser_->set_version_flag("--version", versionText, helpText("print the version and exit"_m));
 }

@@ -84,7 +84,7 @@ int initEmpty(const InitOptions& options) {
   const bool written =
       platform::createFolder(options.folder.c_str()) && writeSettings(options, newSettings(options.folder));
   if (!written) return refuse("{0}: cannot be written"_m, options.folder);
-  printLine(tr("{0} is written; zepasign check -c tells what is still missing in it"_m,
+  printLine(tr("{0} is written; run zepasign check -c to see what is still missing in it"_m,
                {fromTerminal(options.folder + "/" + kPropertyFile)}));
   return kOk;
 }
@@ -105,7 +105,7 @@ int initDemo(const InitOptions& options) {
                        writeFile(pathOf("ca.crl"), kit.crl) && writeFile(pathOf("ca.pem"), kit.ca) &&
                        writeSettings(options, settings);
   if (!written) return refuse("{0}: cannot be written"_m, options.folder);
-  printLine(tr("{0} is written; zepasign check -c tells what is still missing in it"_m,
+  printLine(tr("{0} is written; run zepasign check -c to see what is still missing in it"_m,
                {fromTerminal(pathOf(kPropertyFile))}));
   printLine(tr("The password of the demo's PFX is {0}"_m, {demo::kPassword}));
   return kOk;
@@ -128,7 +128,7 @@ void addCertificates(const STACK_OF(X509) * certificates, std::vector<demo::Cert
 int obtainPfx(const std::string& path, std::string& password, PfxContent& content) {
   CryptoFile file;
   if (!readCryptoFile(path, file)) return refuse("{0}: cannot be read"_m, path);
-  if (!file.pfx || !file.isDer) return refuse("{0} is no PFX in DER form (1102)"_m, path);
+  if (!file.pfx || !file.isDer) return refuse("{0} is not a PFX in DER form (1102)"_m, path);
   if (!readSecret(tr("PFX password of {0}"_m, {fromTerminal(path)}), password)) {
     printError(tr("no password was given"_m));
     return kFailed;
@@ -137,7 +137,7 @@ int obtainPfx(const std::string& path, std::string& password, PfxContent& conten
     return refuse("the password does not open {0}, or the file is damaged (5208)"_m, path);
   }
   const bool isWhole = content.key != nullptr && content.certificate != nullptr;
-  return isWhole ? kOk : refuse("{0} holds no private key or no certificate to it (5208)"_m, path);
+  return isWhole ? kOk : refuse("{0} holds no private key, or no certificate for it (5208)"_m, path);
 }
 
 // obtainChain: the CA certificates of the PFX, and those of --ca.
@@ -189,7 +189,7 @@ int initPfx(const InitOptions& options) {
   const bool written = platform::createFolder(options.folder.c_str()) &&
                        writeChain(options, content, chain, settings) && writeSettings(options, settings);
   if (!written) return refuse("{0}: cannot be written"_m, options.folder);
-  printLine(tr("{0} is written; this is what zepasign check says:"_m, {fromTerminal(propertyFile)}));
+  printLine(tr("{0} is written; the result of zepasign check:"_m, {fromTerminal(propertyFile)}));
   return runCheck(propertyFile);
 }
 
@@ -202,13 +202,12 @@ int runInit(const InitOptions& options) {
 
 void addInit(CommandLine& line) {
   const auto options = std::make_shared<InitOptions>();
-  const Command command =
-      line.add("init", "write a property file to begin with"_m, [options] { return runInit(*options); });
-  command.add(helpText("DIR"_m), options->folder, "folder for it"_m).required();
+  const Command command = line.add("init", "write a first property file"_m, [options] { return runInit(*options); });
+  command.add(helpText("DIR"_m), options->folder, "directory for the file"_m).required();
   const Option demo = command.add("--demo", options->demo, "with a throwaway CA, signer, PFX, chain and CRL"_m);
-  const Option pfx = command.add("--pfx", options->pfx, "for this PFX, whose password is asked for"_m).excludes(demo);
+  const Option pfx = command.add("--pfx", options->pfx, "for this PFX; asks for its password"_m).excludes(demo);
   command.add("--ca", options->authorities, "the CA certificates of the PFX's signer"_m).needs(pfx);
-  command.addExamples({{"for one's own PFX, ready to sign"_m, "zepasign init settings --pfx signer.pfx --ca ca.p7b"},
+  command.addExamples({{"for your own PFX, ready to sign"_m, "zepasign init settings --pfx signer.pfx --ca ca.p7b"},
                        {"a commented property file to fill in"_m, "zepasign init settings"},
                        {"a throwaway signer to try the library with"_m, "zepasign init --demo demo"}});
 }

@@ -23,7 +23,7 @@ struct PasswdOptions {
 std::string obstacle(const PasswdOptions& options, const PropertyText& properties) {
   if (properties.pairs().empty() || !properties.longLines().empty()) return codeText(kPropertyFileUnreadable);
   if (!isPasswordKey(properties.value(keys::kLicense)))
-    return tr("PSWD.license is no key: write 64 hexadecimal digits"_m);
+    return tr("PSWD.license is not a valid key: write 64 hexadecimal digits"_m);
   const bool lacksKey = !options.stored && properties.value(keys::kAuthKey).empty();
   return lacksKey ? tr("PSWD.authKey is missing: set it, or use --stored for PFX.pswdB64"_m) : "";
 }

@@ -115,7 +115,7 @@ int showFile(const ShowOptions& options, const std::string& path, Listing& listi
   const bool isRead = mayBeKnown(source.head()) && source.readRest(bytes, kMaxFileLength);
   if (!source.isGood()) return refuse("{0}: cannot be read"_m);
   const Json described = isRead ? describe(bytes, name) : Json();
-  if (described.is_null()) return refuse("{0}: not a file that this system knows"_m);
+  if (described.is_null()) return refuse("{0}: not a kind of file that zepasign knows"_m);
   Json entry = {{"file", name}};
   entry.update(described);
   listing.add(entry);
@@ -129,7 +129,7 @@ int follow(std::string path, LevelFilter filter) {
   constexpr std::chrono::milliseconds kPause(200);
   auto source = std::make_unique<Source>(path);
   if (!isLog(source->head())) {
-    printError(tr("{0}: is no log"_m, {fromTerminal(path)}));
+    printError(tr("{0}: not a log"_m, {fromTerminal(path)}));
     return kFailed;
   }
   std::string line;
@@ -171,7 +171,7 @@ void addShow(CommandLine& line) {
   const Command command = line.add("show", "show what a file holds"_m, [options] { return runShow(*options); });
   command.add(helpText("FILE"_m), options->files, "signature, PFX, P7B, CRL, certificate, property file or log"_m)
       .required();
-  command.add("--level", options->level, "of a log, only lines of this level or above"_m)
+  command.add("--level", options->level, "of a log: only lines of this level or above"_m)
       .valueName("DEBUG|INFO|WARN|ERROR")
       .check(oneOf(levelNames()));
   command.add("--follow", options->follow, "show the lines of a log as they are written"_m);
@@ -179,7 +179,7 @@ void addShow(CommandLine& line) {
   command.addExamples(
       {{"who signed, and with which certificates"_m, "zepasign show contract.p7s"},
        {"the certificates of a PFX, whose password is asked for"_m, "zepasign show signer.pfx"},
-       {"the errors of a day, and those to come"_m, "zepasign show --follow --level ERROR sign.log.20260131"},
+       {"errors of a day, then the new ones"_m, "zepasign show --follow --level ERROR sign.log.20260131"},
        {"when a CRL expires, for a program"_m, "zepasign show --json ca.crl"}});
 }
 

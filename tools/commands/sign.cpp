@@ -64,7 +64,7 @@ bool usesStreams(const SignOptions& options) {
 // mistake: what is wrong with the arguments as a whole; empty when they fit.
 std::string mistake(const SignOptions& options) {
   if (options.files.empty() == options.filesFrom.empty()) return tr("name files, or a list with --files-from"_m);
-  if (options.pairs && options.filesFrom.empty()) return tr("--pairs goes with --files-from"_m);
+  if (options.pairs && options.filesFrom.empty()) return tr("--pairs needs --files-from"_m);
   const bool isOne = options.isPlanned() && options.files.size() == 1;
   return options.output.empty() || isOne ? "" : tr("-o takes one file; --out-dir takes many"_m);
 }
@@ -167,10 +167,10 @@ int runSign(SignOptions& options) {
 Option addInputs(const Command& command, SignOptions& options) {
   command.add(helpText("FILE"_m), options.files, "files to sign; - is the standard input"_m);
   command.add("--files-from", options.filesFrom,
-              "list of files to sign, ended by zero bytes or lines; - is the standard input"_m);
+              "list of files to sign, ended by line ends or zero bytes; - is the standard input"_m);
   const Option pairs =
-      command.add("--pairs", options.pairs, "each file in the list is followed by its signature's place"_m);
-  command.add("--recursive", options.recursive, "sign what is in folders"_m);
+      command.add("--pairs", options.pairs, "in the list, each file is followed by its signature's file"_m);
+  command.add("--recursive", options.recursive, "sign the files in directories"_m);
   command.add("--text", options.encoding, "sign as text: Big5, converted to this encoding first"_m)
       .valueName("BIG5|UTF-16LE")
       .check(oneOf({"BIG5", "UTF-16LE"}));
@@ -179,7 +179,7 @@ Option addInputs(const Command& command, SignOptions& options) {
 
 void addOutputs(const Command& command, SignOptions& options, const Option& pairs, const Option& json) {
   const Option output = command.add("-o,--output", options.output, "the signature's file; - is the standard output"_m);
-  const Option folder = command.add("--out-dir", options.outputFolder, "folder for the signatures"_m);
+  const Option folder = command.add("--out-dir", options.outputFolder, "directory for the signatures"_m);
   folder.excludes(output);
   pairs.excludes(output).excludes(folder);
   const Option der = command.add("--der", options.der, "write DER instead of Base64 text"_m);
@@ -196,11 +196,11 @@ void addSign(CommandLine& line) {
   const Option pairs = addInputs(command, *options);
   addOutputs(command, *options, pairs, json);
   command.add("--jobs", options->jobs, "worker processes"_m).check(numberBetween(1, kMaxProcesses));
-  command.add("--resume", options->resume, "do only what is missing, older or damaged"_m);
+  command.add("--resume", options->resume, "make only missing, older or damaged signatures"_m);
   command.addExamples(
       {{"one file; the signature is written beside it"_m, "zepasign sign -c app.properties contract.pdf"},
-       {"a folder with two processes"_m, "zepasign sign -c app.properties --jobs 2 --recursive documents"},
-       {"what find finds"_m, "find . -name '*.pdf' -print0 | zepasign sign -c app.properties --files-from -"},
+       {"a directory, with two processes"_m, "zepasign sign -c app.properties --jobs 2 --recursive documents"},
+       {"files from find"_m, "find . -name '*.pdf' -print0 | zepasign sign -c app.properties --files-from -"},
        {"in a pipe"_m, "cat contract.pdf | zepasign sign -c app.properties --der - > contract.p7s"}});
 }
 

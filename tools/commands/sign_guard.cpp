@@ -42,11 +42,11 @@ std::string OutputGuard::refusal(const SigningJob& job) {
     if (each.file.isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr(each.reason)});
   }
   if (statusOf(job.input).isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr("it is to be signed"_m)});
-  if (isRepeated(job.output)) return tr("{0}: two signatures would go there"_m, {place});
+  if (isRepeated(job.output)) return tr("{0}: two signatures would be written to this file"_m, {place});
   // The rest of a list is not known yet, and the link may lead to one of its files.
   const bool leadsAway = !options_.isPlanned() && isLink(job.output) && file.isRegular();
   if (leadsAway && !isSignatureFile(job.output, options_.form))
-    return tr("{0} leads to a file that is no signature"_m, {place});
+    return tr("{0} links to a file that is not a signature"_m, {place});
   return {};
 }
 

@@ -73,7 +73,7 @@ void SignReport::printText(const Outcome& initialised, const std::string& proper
   for (const Failure& each : failures_) printError(failureText(each.job, each.outcome));
   if (initialised.code != kSuccess) {
     printError(failureText({propertyFile, ""}, initialised));
-    printError(tr("zepasign check -c tells what is wrong"_m));
+    printError(tr("run zepasign check -c to see what is wrong"_m));
   }
   if (signed_ + skipped_ + failed_ < 2 && !isInterrupted) return;
   const Message& counts =

@@ -77,7 +77,7 @@ Verdict verifyFile(const VerifyOptions& options, const std::string& path, const 
   CryptoFile file;
   const bool isRead = readCryptoFile(path, file);
   if (!file.pkcs7 || sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) <= 0) {
-    report["reason"] = isRead ? tr("this is no signature"_m) : tr("the file cannot be read"_m);
+    report["reason"] = isRead ? tr("not a PKCS#7 signature"_m) : tr("the file cannot be read"_m);
     return Verdict::kUnreadable;
   }
   BioPtr content;
@@ -178,20 +178,21 @@ void addVerify(CommandLine& line) {
   const auto options = std::make_shared<VerifyOptions>();
   const Command command = line.add("verify", "verify signatures"_m, [options] { return runVerify(*options); });
   command.add(helpText("SIGNATURE"_m), options->signatures, "signatures: DER, PEM or Base64 text"_m).required();
-  command.add("--content", options->content, "the signed content of detached signatures, or its folder"_m);
-  const Option authorities = command.add("--ca", options->authorities, "file or folder with certificates to trust"_m);
-  command.add("--crl", options->crls, "file or folder with CRLs; may be repeated"_m).needs(authorities);
-  command.add("--at", options->time, "when the certificates must be valid; default: now"_m)
+  command.add("--content", options->content, "the signed content of detached signatures, or its directory"_m);
+  const Option authorities =
+      command.add("--ca", options->authorities, "file or directory with certificates to trust"_m);
+  command.add("--crl", options->crls, "file or directory with CRLs; may be repeated"_m).needs(authorities);
+  command.add("--at", options->time, "time at which the certificates must be valid; default: now"_m)
       .valueName(helpText("TIME|signing"_m))
       .check(checkTimeText)
       .needs(authorities);
-  command.add("-o,--output", options->output, "where the content goes when it is valid"_m);
+  command.add("-o,--output", options->output, "file for the content of a valid signature"_m);
   addJson(command, options->json);
   command.addExamples({{"a signature, against the CA that you trust"_m, "zepasign verify --ca ca.pem contract.p7s"},
                        {"a detached signature and its content"_m, "zepasign verify --content contract contract.p7s"},
                        {"an archived signature: valid when it was made, and not revoked then"_m,
                         "zepasign verify --ca ca.pem --crl ca.crl --at signing contract.p7s"},
-                       {"a folder of signatures, for a program"_m, "zepasign verify --json --ca ca.pem signed/*"}});
+                       {"a directory of signatures, for a program"_m, "zepasign verify --json --ca ca.pem signed/*"}});
 }
 
 }  // namespace zepasign::tools

@@ -97,7 +97,7 @@ std::string chainProblem(int code) {
     case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
-      return tr("no trusted certificate stands above it"_m);
+      return tr("no path to a trusted certificate"_m);
     case X509_V_ERR_CERT_REVOKED:
       return tr("a certificate is revoked"_m);
     case X509_V_ERR_UNABLE_TO_GET_CRL:

@@ -20,7 +20,7 @@ class Template final {
 };
 
 void addOperation(const Settings& settings, Template& file) {
-  file.explain("The log, one file a day: level DEBUG, INFO, WARN, ERROR or OFF, folder and name"_m);
+  file.explain("The log, one file a day: level DEBUG, INFO, WARN, ERROR or OFF, directory and name"_m);
   file.set(keys::kLogLevel, "INFO");
   file.set(keys::kLogPath, settings.logFolder);
   file.set(keys::kLogFile, "zepasign.log");
@@ -36,24 +36,24 @@ void addOperation(const Settings& settings, Template& file) {
 }
 
 void addSigner(const Settings& settings, Template& file) {
-  file.explain("The signer: PFX folder and file"_m);
+  file.explain("The signer: directory and file of the PFX"_m);
   file.set(keys::kPfxPath, settings.pfxFolder);
   file.set(keys::kPfxFile, settings.pfxFile);
   file.explain("The key for the encrypted password, 64 hexadecimal digits; keep it secret"_m);
   file.set(keys::kLicense, settings.license);
   file.explain(R"(The password: as "zepasign passwd --stored" prints it)"_m);
   file.set(keys::kPfxPasswordB64, settings.storedPassword);
-  file.explain(R"(or, with this, as "zepasign passwd" prints it, given at each start)"_m);
+  file.explain(R"(or set this, and pass what "zepasign passwd" prints at each start)"_m);
   file.set(keys::kAuthKey, "");
   file.explain("or, with none of them, the path of a file whose first line is the password"_m);
   file.set(keys::kPfxPasswordFile, "");
-  file.explain("Who may sign, for instance //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);
+  file.explain("Who may sign, for example //S_CN=Chen,I_CN=Root CA// (subject S_, issuer I_; C, O, OU, CN)"_m);
   file.set(keys::kSignerFilter, settings.signerFilter);
 }
 
 void addChain(const Settings& settings, Template& file) {
   const std::string title = keys::chainTitle(0);
-  file.explain("CA chains, P7B0 to P7B9: folder, then file and subject key identifier of the issuing CA"_m);
+  file.explain("CA chains, P7B0 to P7B9: directory, then file and subject key identifier of the issuing CA"_m);
   file.set(keys::kChainPath, settings.chainFolder);
   file.set(keys::chainName(title), settings.chainFile);
   file.set(keys::chainSki(title), settings.chainKeyId);

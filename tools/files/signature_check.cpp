@@ -115,7 +115,7 @@ Finding checkChain(X509* certificate, const Question& question, Json& signer) {
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
   if (!context ||
       X509_STORE_CTX_init(context.get(), question.trust.store(), certificate, certificatesOf(question.pkcs7)) != 1) {
-    return {Verdict::kUntrusted, tr("no trusted certificate stands above it"_m)};
+    return {Verdict::kUntrusted, tr("no path to a trusted certificate"_m)};
   }
   unsigned long flags = X509_V_FLAG_PARTIAL_CHAIN;  // whatever the user gives is trusted
   if (question.trust.hasCrls()) flags |= X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL;

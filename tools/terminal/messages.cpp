@@ -19,11 +19,11 @@ struct Meaning {
 
 // In plainer words than the library's own short texts, which say nothing at all of 5204 and 5208.
 constexpr Meaning kMeanings[] = {
-    {kFileUnreadable, "the file cannot be read, or is no ordinary file"_m},
+    {kFileUnreadable, "the file cannot be read, or is not a regular file"_m},
     {1003, "the output cannot be written"_m},
-    {kPfxFileUnreadable, "the PFX file cannot be read, or is no PFX"_m},
+    {kPfxFileUnreadable, "the PFX file cannot be read, or is not a PFX"_m},
     {kPropertyFileUnreadable, "the property file cannot be read, holds no setting, or has a line that is too long"_m},
-    {kGeneralError, "general error; the log tells more"_m},
+    {kGeneralError, "general error; see the log"_m},
     {kOutOfMemory, "not enough memory, or the content is too large to sign"_m},
     {kWrongParameter, "a setting or an argument is missing or wrong, or there is nothing to sign"_m},
     {kCertificateNotFound, "the signer's certificate does not satisfy PFX.signerFilter"_m},
