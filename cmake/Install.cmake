@@ -9,7 +9,7 @@ install(TARGETS ZEPASignDLL EXPORT ZEPASignDLLTargets
   ARCHIVE COMPONENT development
   PUBLIC_HEADER COMPONENT development)
 
-# Away from /usr, where every package's programs find its libraries, the tool looks beside itself.
+# Programs find libraries below /usr by themselves; under any other prefix the tool looks for the library beside itself.
 if(TARGET zepasign AND NOT WIN32 AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set_target_properties(zepasign PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()

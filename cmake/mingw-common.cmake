@@ -1,5 +1,5 @@
 # Cross-building for Windows with MinGW-w64 and its POSIX threads; mingw-<processor>.cmake sets the processor and
-# includes this. Everything is linked statically, so that one DLL is all: no compiler or OpenSSL DLL beside it.
+# includes this. Everything is linked statically, so that the DLL needs no DLL of the compiler or of OpenSSL.
 # CMAKE_FIND_ROOT_PATH, given on the command line, names the folder that holds OpenSSL and GoogleTest for this system.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-gcc-posix)
@@ -11,7 +11,7 @@ set(CMAKE_EXE_LINKER_FLAGS_RELEASE_INIT -s)  # Microsoft's debuggers cannot read
 set(CMAKE_SHARED_LINKER_FLAGS_RELEASE_INIT -s)
 set(OPENSSL_USE_STATIC_LIBS TRUE)
 
-# The machine's own programs, but never its own libraries.
+# Programs are searched for on this machine, libraries only among those for Windows.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

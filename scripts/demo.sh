@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # demo.sh: from a fresh Debian 12 to a verified signature. Installs what is missing, builds the library, makes a demo
-# CA and signer, signs a document through the built library and has openssl verify it. Everything lands in out/demo.
+# CA and signer, signs a document through the built library and has openssl verify it. Everything is put into out/demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

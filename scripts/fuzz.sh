@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# fuzz.sh [SECONDS [FUZZER...]]: builds the fuzzers and runs each for so long (20 seconds), one on each processor at a
+# fuzz.sh [SECONDS [FUZZER...]]: builds the fuzzers and runs each for that time (20 seconds), one on each processor at a
 # time, from the committed seeds and what earlier runs found (out/fuzz/<fuzzer>/corpus). Fails after a finding; its input
-# lies in out/fuzz/<fuzzer>.
+# is in out/fuzz/<fuzzer>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# install-deps.sh PACKAGE...: installs with apt those of the named Debian packages that are missing, and says nothing
-# unless it fails. Nothing is downloaded, and no right is asked for, when all of them are there.
+# install-deps.sh PACKAGE...: installs with apt those of the named Debian packages that are missing, and prints nothing
+# unless it fails. When all of them are installed, it downloads nothing and does not ask for root's password.
 set -euo pipefail
 
 isInstalled() { dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# lint.sh: fails unless every source is formatted as .clang-format says and clang-tidy, cppcheck and GCC's analyzer have
-# nothing to remark.
+# lint.sh: fails unless every source is formatted as .clang-format says and clang-tidy, cppcheck and GCC's analyzer
+# report nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,7 +10,7 @@ scripts/install-deps.sh clang clang-format clang-tidy cmake cppcheck g++ git lib
 mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h')
 clang-format --dry-run -Werror "${sources[@]}"
 
-# readdirCalled: the C library's readdir keeps a state for each open folder, as POSIX asks for since 2024.
+# readdirCalled: the C library's readdir keeps a state for each open directory, as POSIX requires since 2024.
 mapfile -t shipped < <(git ls-files '*.c' '*.cpp' ':!tests')
 cppcheck -j"$(nproc)" --quiet --error-exitcode=1 --enable=warning,performance,portability --std=c++20 --library=posix \
   --inline-suppr --suppress=readdirCalled -I. "${shipped[@]}"

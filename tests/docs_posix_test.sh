@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # docs_posix_test.sh SOURCE-FOLDER TOOL-FOLDER: runs what the manual tells its readers to run, with the zepasign of the
 # tool folder. The ```sh blocks of a page run in order in one shell, in an empty folder of their own. A block fails with
-# its first command that fails; each line of a ```text block must stand in the output of the last ```sh block before it.
-# A block behind <!-- not run: REASON --> is only read. And what the sources say must stand in the manual: messages, log
-# texts and property keys.
+# its first command that fails; each line of a ```text block must be in the output of the last ```sh block before it. A
+# block after <!-- not run: REASON --> is not run. Messages, log texts, property keys, findings and functions of the
+# sources must be in the manual, in both languages, and every link must lead to a heading.
 set -euo pipefail
 source=$(realpath "$1")
 PATH=$(realpath "$2"):$PATH
@@ -20,7 +20,7 @@ splitPage() {
     inside { print > file }' "$1"
 }
 
-# runBlocks FOLDER: in a shell of its own, which ends with the first failure and then shows it.
+# runBlocks FOLDER: runs the blocks in a shell of its own, which ends with the first failure and then shows it.
 runBlocks() (
   exec 3>&2 # a failing block takes its redirections into the trap
   trap '[ $? = 0 ] || { echo "$page fails:"; cat "$block"; echo "The last output:"; cat "$output"; } >&3' EXIT
@@ -46,7 +46,7 @@ for page in README*.md CONTRIBUTING.md SECURITY.md docs/*.md; do
   echo "$page: $(find "$folder" -maxdepth 1 -name '*.output' | wc -l) blocks ran"
 done
 
-# mustStandIn FILE...: fails for the first line of the standard input that stands in none of the files.
+# mustStandIn FILE...: fails for the first line of the standard input that is in none of the files.
 mustStandIn() {
   while IFS= read -r text; do grep -qF -e "$text" "$@" || { echo "not in $*: $text" >&2 && return 1; }; done
 }

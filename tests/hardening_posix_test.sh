@@ -12,5 +12,5 @@ hasNo ' LOAD .* RWE |TEXTREL' 'memory both writable and executable'
 hasNo 'R(UN)?PATH' 'the folder that it was built in'
 has __stack_chk_fail 'the stack protector'
 has ' __[a-z]+_chk' 'fortified calls'
-# The file as a whole does not claim it: the system's own start-up objects lack the note.
+# The note is not tested for the whole file, since the system's own start-up objects lack it.
 [ "$(uname -m)" != x86_64 ] || has endbr64 'landing marks for indirect calls'

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # installed_posix_test.sh BUILD-FOLDER: hosts in C and C++ are built and run with what `cmake --install` puts under a
-# prefix with a space in it, found by CMake and by pkg-config. What is in the packages, scripts/package-test.sh tries.
+# prefix with a space in it, found by CMake and by pkg-config. scripts/package-test.sh tests the packages.
 set -euo pipefail
 build=$1 examples=$(cd "$(dirname "$0")/../examples" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-# runs HOST: it reaches the library, which says that the property file is not there.
+# runs HOST: it calls the library, which reports that the property file is missing.
 runs() { { "$1" missing missing 2>&1 || true; } | grep -aq 'ZEPASignInitial failed with 1202'; }
 
 prefix="$scratch/a prefix"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# interop_posix_test.sh LIBRARY: other makers' programs accept what the library signs, and it loads what they make. What
-# is not installed is named and left out.
+# interop_posix_test.sh LIBRARY: programs of other makers accept what the library signs, and it loads what they make.
+# Programs that are not installed are named and left out.
 set -euo pipefail
 source "$(dirname "$0")/../scripts/certificate.sh"
 library=$1
@@ -70,7 +70,7 @@ for file in *.pfx *.crl; do
   cp -n sig.p7 first && cmp first sig.p7
 done
 
-# The makers' verdicts on a signature with its content in it and on one beside it.
+# The programs verify a signature with embedded content and a detached one.
 if has gpgsm; then
   mkdir -m 700 gnupg
   openssl x509 -in ca.pem -noout -fingerprint -sha1 | sed 's/.*=//; s/://g; s/$/ S relax/' >gnupg/trustlist.txt
