@@ -69,7 +69,7 @@ TEST_F(InspectionTest, ShowNamesWhatAFileIs) {
                    .exitCode);
   EXPECT_EQ("request", json("show csr.pem")[0]["kind"]);
   EXPECT_EQ("CN = Chen", json("show csr.pem")[0]["subject"]);
-  EXPECT_EQ("zepasign: key.pem: not a file that this system knows\n", run("show key.pem").output);
+  EXPECT_EQ("zepasign: key.pem: not a kind of file that zepasign knows\n", run("show key.pem").output);
   EXPECT_EQ(1, run("show /dev/zero", "LC_ALL=C timeout 20").exitCode);
   folder_.write("x" + big5("憑證") + ".txt", "A = 1\n");
   EXPECT_EQ("x憑證.txt", json("show x*.txt")[0]["file"]);
