@@ -59,7 +59,8 @@ int cAesCipher::transform(Direction direction, const unsigned char* in, int leng
   int updated = 0;
   int finished = 0;
   if (!context ||
-      EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key_.data(), iv_.data(), static_cast<int>(direction)) != 1 ||
+      EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key_.data(), iv_.data(),
+                        static_cast<int>(direction)) != 1 ||
       EVP_CipherUpdate(context.get(), work, &updated, in, length) != 1 ||
       EVP_CipherFinal_ex(context.get(), work + updated, &finished) != 1) {
     return -1;

@@ -77,24 +77,28 @@ bool cSignedData::build() {
   return true;
 }
 
-// split: encodes the structure with zero placeholders for digest and signature and cuts it into the reusable parts.
+bool cSignedData::setPlaceholders() {
+  const der::Buffer noDigest(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
+  if (options_.addAttributes && !addAttributes(noDigest)) return false;
+  const der::Buffer noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
+  return ASN1_OCTET_STRING_set(signerInfo_->enc_digest, noSignature.data(), static_cast<int>(noSignature.size())) == 1;
+}
+
+bool cSignedData::split(PKCS7* pkcs7) {
+  if (!setPlaceholders()) return false;
+  unsigned char* encoded = nullptr;
+  const int size = i2d_PKCS7(pkcs7, &encoded);
+  const OpenSslBytesPtr owned(encoded);
+  return size > 0 && cut({encoded, static_cast<std::size_t>(size)});
+}
+
+// cut: follows the structure
 //
 //   SEQUENCE { OID signedData, [0] { SEQUENCE {
 //     version, digestAlgorithms, contentInfo, [0] certificates,
 //     SET { SEQUENCE { version, issuerAndSerial, digestAlgorithm, [0] attributes, algorithm, signature }}}}}
 //
-bool cSignedData::split(PKCS7* pkcs7) {
-  const der::Buffer noDigest(static_cast<std::size_t>(EVP_MD_get_size(options_.digest)));
-  if (options_.addAttributes && !addAttributes(noDigest)) return false;
-  const der::Buffer noSignature(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
-  if (ASN1_OCTET_STRING_set(signerInfo_->enc_digest, noSignature.data(), static_cast<int>(noSignature.size())) != 1) {
-    return false;
-  }
-  unsigned char* encoded = nullptr;
-  const int size = i2d_PKCS7(pkcs7, &encoded);
-  const OpenSslBytesPtr owned(encoded);
-  if (size <= 0) return false;
-
+bool cSignedData::cut(Bytes encoded) {
   // Embedded content adds two headers and lets four grow: contentInfo's has 2 bytes in the template, the three
   // outermost ones have 3 at least, since the template is always longer than 127 bytes.
   constexpr std::size_t kContentHeaders =
@@ -103,7 +107,7 @@ bool cSignedData::split(PKCS7* pkcs7) {
     out.clear();
     for (Bytes part : parts) der::append(out, part);
   };
-  der::Reader reader({encoded, static_cast<std::size_t>(size)});
+  der::Reader reader(encoded);
   reader.enter();
   keep(parts_.signedDataType, {reader.take()});
   reader.enter();
@@ -117,7 +121,7 @@ bool cSignedData::split(PKCS7* pkcs7) {
   keep(parts_.signerInfoStart, {reader.take(), reader.take(), reader.take()});
   static_cast<void>(reader.takeIf(der::kContext0));
   keep(parts_.signatureAlgorithm, {reader.take()});
-  parts_.size = static_cast<std::size_t>(size) + (options_.embedContent ? kContentHeaders : 0);
+  parts_.size = encoded.size() + (options_.embedContent ? kContentHeaders : 0);
   return !parts_.signatureAlgorithm.empty();
 }
 

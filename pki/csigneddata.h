@@ -50,7 +50,7 @@ class cSignedData final {
   [[nodiscard]] std::size_t size() const noexcept { return head_.size() + content_.size() + tail_.size(); }
 
  private:
-  // Parts: the encoded elements that all signatures share, in the order of the structure (see split).
+  // Parts: the encoded elements that all signatures share, in the order of the structure (see cut).
   struct Parts {
     der::Buffer signedDataType;
     der::Buffer versionAndDigest;
@@ -64,8 +64,11 @@ class cSignedData final {
   // build: makes pkcs7_, keyContext_ and parts_ from options_. False when the crypto library cannot sign with them.
   // Throws std::bad_alloc.
   [[nodiscard]] bool build();
-  // split: fills parts_ from the encoding of `pkcs7`. False when the crypto library fails.
+  // setPlaceholders: gives signerInfo_ zeros for the digest and the signature. False when the crypto library fails.
+  [[nodiscard]] bool setPlaceholders();
+  // split: fills parts_ from the encoding of `pkcs7` with placeholders. False when the crypto library fails.
   [[nodiscard]] bool split(PKCS7* pkcs7);
+  [[nodiscard]] bool cut(Bytes encoded);
   // addAttributes: replaces the attributes in signerInfo_; the signing time is now. False when the crypto library
   // fails.
   [[nodiscard]] bool addAttributes(Bytes digest);

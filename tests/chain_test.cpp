@@ -38,6 +38,20 @@ class Chain : public SignerTest {
     return makeP7b(certificates);
   }
   static std::string keyOf(const Identity& identity) { return subjectKeyIdOf(identity.certificate); }
+  // dump: the lines about a certificate of a chain.
+  static std::string dump(const Identity& own, const Identity& issuer, const char* kind, const char* usage) {
+    const cX509 x(own.certificate.get());
+    char text[1000];
+    std::snprintf(
+        text, sizeof text,
+        "DEBUG \t|--- %s憑證, 憑證序號 = %s\nDEBUG \t|\t|--- 憑證 主旨 CN = \nDEBUG \t|\t|--- 憑證 發行者 CN = %s\n"
+        "DEBUG \t|\t|--- 憑證 生效日 = 20200101080000\nDEBUG \t|\t|--- 憑證 到期日 = 21000101075959\n"
+        "DEBUG \t|\t|--- 憑證 摘要值 = %s\nDEBUG \t|\t|--- 憑證 SKI = %s\nDEBUG \t|\t|--- 憑證 AKI = %s\n"
+        "DEBUG \t|\t|--- 金鑰使用方方式 = %s\n",
+        kind, x.getSerial().c_str(), x.getIssuerCN().c_str(), x.getFingerprint().c_str(), keyOf(own).c_str(),
+        keyOf(issuer).c_str(), usage);
+    return std::string(text);
+  }
 
   std::unique_ptr<cCertChainList> list = {};
   const Identity root = fixture.root, ca = fixture.ca;
@@ -144,19 +158,6 @@ TEST_F(Chain, LogsEveryCertificateEveryCrlAndThePath) {
   const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
   folder.write("chain.p7b", p7b({root, leaf, ca}));
   folder.write("ca.crl", makeCrl({.issuer = fixture.signer, .serials = {"0A", "0B", "0A"}}));
-  const auto dump = [](const Identity& own, const Identity& issuer, const char* kind, const char* usage) {
-    const cX509 x(own.certificate.get());
-    char text[1000];
-    std::snprintf(
-        text, sizeof text,
-        "DEBUG \t|--- %s憑證, 憑證序號 = %s\nDEBUG \t|\t|--- 憑證 主旨 CN = \nDEBUG \t|\t|--- 憑證 發行者 CN = %s\n"
-        "DEBUG \t|\t|--- 憑證 生效日 = 20200101080000\nDEBUG \t|\t|--- 憑證 到期日 = 21000101075959\n"
-        "DEBUG \t|\t|--- 憑證 摘要值 = %s\nDEBUG \t|\t|--- 憑證 SKI = %s\nDEBUG \t|\t|--- 憑證 AKI = %s\n"
-        "DEBUG \t|\t|--- 金鑰使用方方式 = %s\n",
-        kind, x.getSerial().c_str(), x.getIssuerCN().c_str(), x.getFingerprint().c_str(), keyOf(own).c_str(),
-        keyOf(issuer).c_str(), usage);
-    return std::string(text);
-  };
   const std::string path = folder.path(), verified = "DEBUG \t|\t|--- 驗證成功\n";
   loads({{"P7B3.name", "chain.p7b"}, {"P7B3.SKI", key}, {"CRL.path", path}, {"P7B3.crlFile4", "ca.crl"}}, true, true,
         "INFO begin cCertChainList::loadCertChainFiles()\nINFO 執行載入 P7B3.name 檔 = chain.p7b\n"

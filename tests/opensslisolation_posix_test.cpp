@@ -15,6 +15,27 @@ static std::set<std::string> providersOf(OSSL_LIB_CTX* context) {
 
 using OpensslIsolation = SignerTest;
 
+static bool allQueriesAnswer() {
+  bool told = *GetSignerCertSubjectCN() == '\0';
+  for (auto* query : {GetErrorMsg, GetPkiVersion, GetSignerCertB64, GetSignerCertSubject, GetSignerCertIssuer,
+                      GetSignerCertNotBefore, GetSignerCertNotAfter, GetSignerCertSerial, GetSignerCertFinger}) {
+    told = told && *query() != '\0';
+  }
+  return told;
+}
+
+// expectErrorsKept: what the host queued before the call, marks included, is there after it.
+static void expectErrorsKept(const std::function<bool()>& works) {
+  ERR_raise(ERR_LIB_USER, 1);
+  ERR_set_mark();
+  ERR_raise(ERR_LIB_USER, ERR_R_MALLOC_FAILURE);
+  EXPECT_TRUE(works());
+  EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), ERR_R_MALLOC_FAILURE);
+  EXPECT_EQ(ERR_pop_to_mark(), 1);
+  EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 1);
+  EXPECT_EQ(ERR_get_error(), 0UL);
+}
+
 // The host's default context can do nothing at all, so every call must find its algorithms in the library's own.
 TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
   folder.write("signer.pfx", makePfx({.identity = fixture.signer, .form = PfxForm::legacy}));
@@ -46,24 +67,11 @@ TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
       [] { return sign("x") == 0; },
       [] { return SignPkcs7("\xFF", "BIG5") == 5901 && SignPkcs7("x", "BIG5") == 0; },
       [&] { return SignPkcs7File(content.c_str()) == 0 && GetSignedPkcs7() != nullptr; },
-      [] {
-        bool told = *GetSignerCertSubjectCN() == '\0';
-        for (auto* query : {GetErrorMsg, GetPkiVersion, GetSignerCertB64, GetSignerCertSubject, GetSignerCertIssuer,
-                            GetSignerCertNotBefore, GetSignerCertNotAfter, GetSignerCertSerial, GetSignerCertFinger}) {
-          told = told && *query() != '\0';
-        }
-        return told;
-      }};
+      allQueriesAnswer};
   for (const auto& works : calls) {
-    ERR_raise(ERR_LIB_USER, 1);
-    ERR_set_mark();
-    ERR_raise(ERR_LIB_USER, ERR_R_MALLOC_FAILURE);
-    EXPECT_TRUE(works()) << &works - calls;
+    SCOPED_TRACE(&works - calls);
+    expectErrorsKept(works);
     EXPECT_EQ(OSSL_LIB_CTX_set0_default(nullptr), host.get());
-    EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), ERR_R_MALLOC_FAILURE) << &works - calls;
-    EXPECT_EQ(ERR_pop_to_mark(), 1);
-    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 1);
-    EXPECT_EQ(ERR_get_error(), 0UL);
   }
   EXPECT_EQ(providersOf(host.get()), std::set<std::string>{"null"});
   OSSL_LIB_CTX_set0_default(OSSL_LIB_CTX_get0_global_default());

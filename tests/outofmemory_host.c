@@ -1,5 +1,5 @@
-/* A host in C: it loads the library, initialises and signs, and signs once more while no memory can be had. It brings no
-   C++ run-time of its own, so that the library's has to prepare itself. Prints the two codes.
+/* A host in C: it loads the library, initialises and signs, and signs once more while no memory can be had. It brings
+   no C++ run-time of its own, so that the library's has to prepare itself. Prints the two codes.
 
      outofmemory_host LIBRARY PROPERTY-FILE */
 #include <dlfcn.h>

@@ -4,21 +4,22 @@ namespace zepasign::testing {
 
 using Queries = SignerTest;
 
+static Lines answers() {
+  Lines texts;
+  for (auto* query : {GetSignerCertSubject, GetSignerCertIssuer, GetSignerCertNotBefore, GetSignerCertNotAfter,
+                      GetSignerCertSerial, GetSignerCertSubjectCN, GetSignerCertFinger, GetSignerCertB64}) {
+    const char* text = query();
+    texts.emplace_back(text == nullptr ? "null" : text);
+  }
+  return texts;
+}
+
 TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
   CertPlan plan = signerPlan(fixture.ca);
   plan.serial = "0A1B2C";
   plan.notBefore = "200229235959Z";
   const std::string der = derOf((fixture.signer = makeIdentity(plan)).certificate);
   folder.write("signer.pfx", makePfx({.identity = fixture.signer}));
-  const auto answers = [] {
-    Lines texts;
-    for (auto* query : {GetSignerCertSubject, GetSignerCertIssuer, GetSignerCertNotBefore, GetSignerCertNotAfter,
-                        GetSignerCertSerial, GetSignerCertSubjectCN, GetSignerCertFinger, GetSignerCertB64}) {
-      const char* text = query();
-      texts.emplace_back(text == nullptr ? "null" : text);
-    }
-    return texts;
-  };
   ASSERT_TRUE(initialise());
   EXPECT_EQ(answers(), Lines(8, "null")) << "a credential is not yet a signature";
   ASSERT_EQ(sign("x"), 0);

@@ -7,6 +7,7 @@
 #define ZEPASIGN_TOOLS_COMMANDS_CHECK_FINDINGS_H_
 
 #include <initializer_list>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>

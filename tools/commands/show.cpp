@@ -1,5 +1,6 @@
 // zepasign show: any file that the library reads or writes, in words. What a file is, its content tells, not its name.
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "base/cleanse.h"

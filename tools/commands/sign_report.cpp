@@ -1,6 +1,7 @@
 #include "tools/commands/sign_report.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "tools/terminal/encoding.h"

@@ -1,5 +1,6 @@
 // zepasign verify: whether signatures are valid, who made them, when, and with which chain.
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "base/platform.h"
 #include "tools/commands/command_line.h"

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <ctime>
+#include <nlohmann/json.hpp>
 
 #include "base/text.h"
 #include "pki/cpkcs12.h"

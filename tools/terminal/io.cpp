@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "base/cleanse.h"
 #include "base/platform.h"

@@ -2,7 +2,7 @@
 #ifndef ZEPASIGN_TOOLS_TERMINAL_IO_H_
 #define ZEPASIGN_TOOLS_TERMINAL_IO_H_
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
