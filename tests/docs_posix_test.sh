@@ -70,6 +70,8 @@ options() { grep -oE 'Fl -?[a-z][a-z-]*|^\.Ss .*' "$1" | sort -u; }
 for page in docs/*.md; do diff <(examples "$page") <(examples "docs/zh-TW/${page##*/}"); done
 diff <(examples README.md) <(examples README.zh-TW.md)
 options tools/zepasign.1 | mustStandIn docs/man/zh_TW/zepasign.1
+literals() { sed -n '/^\.Bd/,/^\.Ed/p' "$1"; }
+diff <(literals tools/zepasign.1) <(literals docs/man/zh_TW/zepasign.1)
 
 # functions: as the man page of the library names them. findings LANGUAGE: as the manual lists them.
 functions() {
