@@ -1,8 +1,8 @@
 #include <openssl/crypto.h>
 #include <windows.h>
 
-// DllMain: a host's thread that ends gives back what the crypto library kept for it, about 1 KiB; the crypto library
-// does so by itself only where it is a DLL of its own. Nothing else happens here: the system holds its loader lock.
+// DllMain: frees what the crypto library keeps for a thread of the host, about 1 KiB, when the thread ends; the crypto
+// library does so itself only as a DLL of its own. Nothing else happens here, since the system holds its loader lock.
 extern "C" BOOL WINAPI DllMain(HINSTANCE /*library*/, DWORD reason, void* /*processEnds*/) {
   if (reason == DLL_THREAD_DETACH) OPENSSL_thread_stop();
   return TRUE;

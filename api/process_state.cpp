@@ -14,7 +14,7 @@
 
 namespace zepasign {
 
-// NOLINTBEGIN(cert-err58-cpp): what throws here finds no memory for a few bytes before the host has begun
+// NOLINTBEGIN(cert-err58-cpp): they throw only if there is no memory for a few bytes when the library is loaded
 cLog logger;
 cCryptoContext cryptoContext;
 // NOLINTEND(cert-err58-cpp)

@@ -26,7 +26,7 @@ struct Big5Pair {
   char16_t big5;     // 0xA440 is the bytes A4 40, in this order on every machine
 };
 
-// kBig5Table: every character that the texts use, sorted by code point, since fromUnicode searches it by halving.
+// kBig5Table: every character that the texts use, sorted by code point for the binary search of fromUnicode.
 // REQUIRES: each code point occurs once.
 inline constexpr Big5Pair kBig5Table[] = {
 #include "base/big5_table.inc"

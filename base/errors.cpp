@@ -13,8 +13,8 @@ struct ErrorText {
   const char* message;
 };
 
-// Sorted by code, since it is searched by halving. Callers depend on every text, on the odd wordings of 5400 and 9002
-// and on the English texts of 5902 to 5905 too.
+// Sorted by code for binary search. Callers depend on every text, even on the odd wordings of 5400 and 9002 and on the
+// English texts of 5902 to 5905.
 constexpr ErrorText kErrorTexts[] = {
     {kSuccess, "成功"_big5},
     {1001, "無法建立目錄"_big5},

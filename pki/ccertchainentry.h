@@ -1,8 +1,8 @@
 // cCertChainEntry: one CA chain, made of the certificates of one P7B file. On construction it verifies itself and loads
 // its CRLs; isValid tells how that went.
 //
-// The file is its own trust: all its certificates are in the store against which its roots and CAs are verified, so a
-// valid chain is complete and current, and nothing more. Certificates fall into three kinds, decided in this order:
+// Its roots and CAs are verified against a store that trusts every certificate of the same file. So a valid chain is
+// complete and not expired; it need not be genuine. Certificates are of three kinds, decided in this order:
 //
 //   root        issuer and subject are the same text
 //   CA          the key usage has keyCertSign or cRLSign (RFC 5280, section 4.2.1.3)
@@ -49,8 +49,8 @@ class cCertChainEntry {
   [[nodiscard]] bool isValid() const noexcept { return valid_; }
   // hasRoot: whether a certificate of the file is a root, verified or not.
   [[nodiscard]] bool hasRoot() const noexcept;
-  // members: every certificate in file order. crls: what the property file names; null before it was read. Both are
-  // for those who explain a chain; the library itself only asks isValid and findAuthority.
+  // members: every certificate in file order. crls: those that the property file names; null before it was read. Both
+  // are for the configuration check; the library itself only calls isValid and findAuthority.
   [[nodiscard]] const std::vector<Member>& members() const noexcept { return members_; }
   [[nodiscard]] const cCrlList* crls() const noexcept { return crlList_.get(); }
 

@@ -1,6 +1,6 @@
-// cCrlFileEntry: one CRL file of a chain (RFC 5280, section 5): loaded, tested for currency and logged. The library
-// asks it nothing more: no CRL, whatever it says, ever rejects a chain or a signature. Who explains a configuration may
-// ask for what was found.
+// cCrlFileEntry: one CRL file of a chain (RFC 5280, section 5): loaded, logged, and its next update compared with the
+// current time. The library does no more with it: it never rejects a chain or a signature because of a CRL. The
+// configuration check reads what was found.
 //
 // Thread rule: one thread at a time; a CryptoScope must be open.
 #ifndef ZEPASIGN_PKI_CCRLFILEENTRY_H_

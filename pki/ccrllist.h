@@ -28,7 +28,7 @@ class cCrlList {
   // could be loaded or not; false without a folder or a file name, and when the title has an entry.
   bool addCrlFile(const std::string& title, const std::string& fileName);
 
-  // entries: what was added, by title; for those who explain a configuration.
+  // entries: the CRLs that were added, by title; for the configuration check.
   using Entries = std::map<std::string, std::unique_ptr<cCrlFileEntry>>;
   [[nodiscard]] const Entries& entries() const noexcept { return entries_; }
 

@@ -1,5 +1,5 @@
-// zepasign check: a real initialisation and a trial signature that nobody keeps, then the explanation of what came of
-// them.
+// zepasign check: a real initialisation and a trial signature, which is discarded, then the explanation of their
+// results.
 #include "tools/commands/check.h"
 
 #include <array>
@@ -110,7 +110,7 @@ int exitCodeOf(const Trial& trial, const Findings& findings, bool strict) {
   return passes ? kOk : kFailed;
 }
 
-// readEnced: what is missing gets a finding, so only what can be had is asked for.
+// readEnced: asks for a password only at a terminal; a password that is missing gets a finding later.
 void readEnced(const CommonOptions& options, const PropertyText& properties, std::string& enced) {
   if (options.encedFile.empty() && !isTerminal(stdin)) return;
   static_cast<void>(obtainEnced(options, properties, enced));

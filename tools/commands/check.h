@@ -1,7 +1,7 @@
 // ConfigCheck: says in plain words what is wrong with a property file and everything that it names, where, and what to
-// do about it. The library's own classes give every verdict: what loads, what verifies, which chain is taken. The code
-// here only explains them, and looks at what the library does not ask: permissions, accounts, dates, CRLs. To let it
-// say something new: a row in check_findings.inc, one in docs/check.md, and a call of `add`.
+// do about it. The library's own classes decide what loads, what is valid and which chain is used. The code here only
+// explains their results, and examines what the library does not: permissions, accounts, dates, CRLs. To add a finding:
+// a row in check_findings.inc, one in docs/check.md and docs/zh-TW/check.md, and a call of `add`.
 //
 //   check.cpp            the command: trial initialisation and signature, then the parts below
 //   check_settings.cpp   the property file itself, its lines, keys and plain values
@@ -24,8 +24,8 @@
 
 namespace zepasign::tools {
 
-// FoundFile: what a file that a property names really holds, whatever the library says of it; nothing when it cannot
-// be read. `isPem` tells it from DER and from Base64 text.
+// FoundFile: the content of a file that a property names, even if the library does not load it; nothing when it cannot
+// be read. `isPem` tells PEM from DER and from Base64 text.
 struct FoundFile {
   explicit FoundFile(const std::string& path);
   CryptoFile file = {};

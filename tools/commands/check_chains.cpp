@@ -1,5 +1,5 @@
-// ConfigCheck on the CA chains. The chain list tells what became of each; whatever is wrong there, the library goes on
-// without the chain, and only the log says so.
+// ConfigCheck on the CA chains. The chain list reports the result of each; if something is wrong with a chain, the
+// library goes on without it, and only the log tells.
 #include <algorithm>
 
 #include "base/propertykeys.h"

@@ -1,5 +1,5 @@
-// ConfigCheck on the CRLs of a chain. The library loads and logs them; what they say of the signer and of the chain's
-// own certificates is only looked at here.
+// ConfigCheck on the CRLs of a chain. The library only loads and logs them; whether they name the signer or a
+// certificate of the chain is examined here.
 #include <algorithm>
 
 #include "base/propertykeys.h"

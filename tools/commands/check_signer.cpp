@@ -1,5 +1,5 @@
-// ConfigCheck on the signer: the password in its three forms, the PFX, its certificate and the filter. cPkcs12 gives
-// the verdicts; a look into the file explains them.
+// ConfigCheck on the signer: the password in its forms, the PFX, its certificate and the filter. cPkcs12 decides
+// whether they are right; the content of the file then tells why not.
 #include <algorithm>
 #include <regex>
 
@@ -109,7 +109,7 @@ bool ConfigCheck::decryptPassword(const FindingKind& whenWrong, const std::strin
   return false;
 }
 
-// examineLicense: false when it is missing. The plain form needs it to be there, and no more.
+// examineLicense: false when it is missing. The plain form of the password needs any value, not a valid key.
 bool ConfigCheck::examineLicense() {
   constexpr std::size_t kDigits = 64;
   std::string license = value(keys::kLicense);
@@ -183,7 +183,7 @@ void ConfigCheck::examineFilter() {
       {toUtf8(fields.getSubjectOneLine()), toUtf8(fields.getIssuerOneLine())});
 }
 
-// examineConditions: what the library does not know as a condition it takes for one that holds.
+// examineConditions: the library ignores what it does not know as a condition, so every signer satisfies it.
 void ConfigCheck::examineConditions(const std::string& alternative) {
   static const std::regex known("[SI]_(CN?=.|OU?=)");
   for (const std::string& item : split(alternative, ",")) {

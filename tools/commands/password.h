@@ -13,9 +13,9 @@ namespace zepasign::tools {
 // failure the content of `enced` is undefined.
 [[nodiscard]] int makeEnced(const std::string& propertyFile, const std::string& password, std::string& enced);
 
-// obtainEnced: what ZEPASignInitial wants beside a property file with PSWD.authKey: from the file that the user names,
-// else made from the password that is asked for. Empty without PSWD.authKey. False when there is none to be had. The
-// password is asked for only at a terminal. After a failure the reason has been printed.
+// obtainEnced: the encrypted password that ZEPASignInitial needs with a property file that has PSWD.authKey: from the
+// file that the user names, otherwise made from the password, which is asked for at a terminal. Empty without
+// PSWD.authKey. False when there is no password; then the reason has been printed.
 [[nodiscard]] bool obtainEnced(const CommonOptions& options, const PropertyText& properties, std::string& enced);
 
 }  // namespace zepasign::tools

@@ -1,4 +1,5 @@
-// zepasign show: any file that the library reads or writes, in words. What a file is, its content tells, not its name.
+// zepasign show: any file that the library reads or writes, in words. The content tells the kind of a file, not its
+// name.
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -82,8 +83,8 @@ Json describeWithPassword(PKCS12* pfx, const std::string& name) {
   return describePfx(pfx, password);
 }
 
-// describe: null when the bytes are nothing that is known. PEM of another kind, a private key perhaps, is no property
-// file, although its Base64 text may end in "=".
+// describe: null when the bytes are of no known kind. PEM of another kind, for example a private key, is not taken for
+// a property file, although its Base64 text may end in "=".
 Json describe(const std::string& bytes, const std::string& name) {
   const CryptoFile file = parseCryptoFile(bytes);
   if (file.pfx) return describeWithPassword(file.pfx.get(), name);

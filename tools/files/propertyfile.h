@@ -41,7 +41,7 @@ class PropertyText final {
   [[nodiscard]] std::string value(std::string_view key) const;
   [[nodiscard]] int line(std::string_view key) const;
 
-  // ignoredLines, longLines: the numbers of lines that say nothing, and of lines for which the file is refused.
+  // ignoredLines, longLines: the numbers of the lines that are ignored, and of those that are too long.
   [[nodiscard]] const std::vector<int>& ignoredLines() const noexcept { return ignoredLines_; }
   [[nodiscard]] const std::vector<int>& longLines() const noexcept { return longLines_; }
 

@@ -11,7 +11,7 @@ namespace zepasign::tools {
 // kIrregular for a directory, a device or a pipe.
 enum class FileAccess { kReadable, kMissing, kForbidden, kIrregular };
 [[nodiscard]] FileAccess fileAccess(const std::string& path);
-// directoryAccess: the same for a directory whose entries shall be listed.
+// directoryAccess: the same for a directory whose entries are to be listed.
 [[nodiscard]] FileAccess directoryAccess(const std::string& path);
 
 // isOpenToOthers: whether the permissions let accounts other than the owner write a file, or accounts outside its

@@ -84,7 +84,7 @@ class TempFile final {
 
   [[nodiscard]] bool isOpen() const noexcept { return file_.isOpen(); }
 
-  // fill: some network file systems report a full disk only when a descriptor is closed, hence the second one.
+  // fill: some network file systems report a full disk only when a descriptor is closed, so a second one is closed.
   [[nodiscard]] bool fill(std::string_view bytes) const {
     if (!writeAll(file_.get(), bytes)) return false;
     const int second = dup(file_.get());
