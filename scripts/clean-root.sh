@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# clean-root.sh ARCHITECTURE FOLDER [PACKAGE...]: a minimal root of this machine's Debian release in FOLDER, with the
-# packages. debootstrap makes it once; it is kept as a tar file in ~/.cache/zepasign (or $ZEPASIGN_CACHE). Needs root.
+# clean-root.sh ARCHITECTURE FOLDER [PACKAGE...]: a minimal root of this machine's Debian release, or $ZEPASIGN_DEBIAN,
+# in FOLDER, with the packages. debootstrap makes it once; it is kept as a tar file in ~/.cache/zepasign (or
+# $ZEPASIGN_CACHE). Needs root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 architecture=$1 folder=$2 packages=("${@:3}")
@@ -10,7 +11,7 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 scripts/install-deps.sh debootstrap
-release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+release=${ZEPASIGN_DEBIAN:-$(. /etc/os-release && echo "$VERSION_CODENAME")}
 kept=$cache/root-$release-$architecture-$(sha256sum <<<"${packages[*]}" | cut -c1-16).tar
 
 if [ ! -e "$kept" ]; then
