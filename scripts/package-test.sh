@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # package-test.sh: has lintian judge the packages in out/packages, then uses them in a clean Debian root as an
 # administrator does: installs them with what they need, checks, signs and verifies, upgrades to a later revision, and
-# removes them. Needs root.
+# removes them. ZEPASIGN_DEBIAN names another Debian release for the root. Needs root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh dpkg-dev lintian
@@ -36,6 +36,7 @@ for package in "${packages[@]}"; do repack "$package"; done
 inRoot apt-get -q update
 inRoot sh -c 'apt-get -qy install --no-install-recommends /packages/*.deb'
 inRoot sh -ec '
+  zepasign --version | grep -F "$(dpkg-query -W -f "\${Version}" zepasign)"
   zepasign init demo --demo
   zepasign check -c demo/app.properties
   zepasign sign -c demo/app.properties demo/ca.pem
@@ -47,6 +48,7 @@ inRoot sh -c 'apt-get -qy upgrade --with-new-pkgs /later/*.deb'
 inRoot sh -ec 'dpkg-query -W -f "\${Version}\n" zepasign libzepasigndll2 | grep -c "\.1$" | grep -qx 2'
 inRoot zepasign verify --ca demo/ca.pem demo/ca.pem.p7s.b64
 
-inRoot apt-get -qy purge zepasign libzepasigndll-dev libzepasigndll2
+inRoot apt-get -qy remove libzepasigndll2
 [ -z "$(ours)" ] || { echo "left after the removal:" && ours && exit 1; } >&2
+inRoot sh -ec '! dpkg-query -W "*zepasign*"' # no settings either, which only a purge would remove
 echo "package-test.sh: installed, used, upgraded and removed: $(basename -a "${packages[@]}" | tr '\n' ' ')"
