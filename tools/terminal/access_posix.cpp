@@ -22,7 +22,7 @@ std::string nameOf(uid_t account) {
   passwd entry{};
   passwd* found = nullptr;
   getpwuid_r(account, &entry, area.data(), area.size(), &found);
-  return found == nullptr ? std::string("#").append(std::to_string(account)) : found->pw_name;
+  return found == nullptr ? "#" + std::to_string(account) : found->pw_name;
 }
 
 FileAccess accessTo(const std::string& path, mode_t type, int rights) {
