@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # service-test.sh: installs the packages in out/packages in a clean Debian root, boots it with systemd, and runs there
-# what the operators' manual says about the service that signs a folder, line by line. Then documents arrive faster than
+# what the operators' manual says about the service that signs a directory, line by line. Then documents arrive faster than
 # a service may start by default, and systemd says how exposed the service is. Needs root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -16,7 +16,7 @@ chroot "$root" sh -ec 'export DEBIAN_FRONTEND=noninteractive
 
 # walkThrough: the commands of the manual's section.
 walkThrough() {
-  awk '/^##+ / { inside = /A service that signs a folder/ } inside && /^```/ { command = !command; next }
+  awk '/^##+ / { inside = /A service that signs a directory/ } inside && /^```/ { command = !command; next }
     inside && command' "$root/usr/share/doc/zepasign/docs/operators.md"
 }
 {
