@@ -3,7 +3,8 @@
 # out/bench/bench.svg (cost against content size). With a PATTERN, only the benchmarks whose names match it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh cmake g++ gnuplot-nox libbenchmark-dev libssl-dev ninja-build openssl util-linux valgrind
+scripts/install-deps.sh cmake g++ gnuplot-nox libbenchmark-dev libcli11-dev libssl-dev ninja-build nlohmann-json3-dev \
+  openssl time util-linux valgrind
 
 build=build/bench out=out/bench pattern=${1:-.}
 mkdir -p "$out"
@@ -38,6 +39,7 @@ instructionRow() {
   if [ "$pattern" = . ]; then
     for each in memory start processes; do "$measurements" $each; done
     instructionRow
+    "$build/bench/zepasign_batch" "$build/tools/zepasign"
     echo
     GLIBC_TUNABLES=glibc.malloc.tcache_count=0 "$measurements" soak
   fi
