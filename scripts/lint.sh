@@ -11,20 +11,14 @@ mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h')
 clang-format --dry-run -Werror "${sources[@]}"
 
 # readdirCalled: the C library's readdir keeps a state for each open directory, as POSIX requires since 2024.
+# returnTempReference: cppcheck takes what a user-defined literal refers to for a temporary.
 mapfile -t shipped < <(git ls-files '*.c' '*.cpp' ':!tests')
 cppcheck -j"$(nproc)" --quiet --error-exitcode=1 --enable=warning,performance,portability --std=c++20 --library=posix \
-  --inline-suppr --suppress=readdirCalled -I. "${shipped[@]}"
+  --inline-suppr --suppress=readdirCalled --suppress=returnTempReference -I. "${shipped[@]}"
 
-# Of GCC's analyzer what holds for C++: it does not see what constructors fill, what destructors free, and that operator
-# new throws; and in C it takes the -1 of iconv_open for a converter.
-analyze() {
-  gcc -fanalyzer -Wno-analyzer-use-of-uninitialized-value -Wno-analyzer-malloc-leak \
-    -Wno-analyzer-possible-null-argument -Werror -O1 -I. -Iapi "$@" -c -o /dev/null
-}
-export -f analyze
-git ls-files 'examples/*.c' ':!*_windows.c' | xargs -P"$(nproc)" -I{} bash -c 'analyze {}'
-git ls-files 'api/*.cpp' 'base/*.cpp' 'pki/*.cpp' ':!*_windows.cpp' |
-  xargs -P"$(nproc)" -I{} bash -c 'analyze -std=gnu++20 -DZEPASIGN_BUILDING {}'
+# GCC's analyzer is made for C.
+git ls-files 'examples/*.c' ':!*_windows.c' |
+  xargs -P"$(nproc)" -I{} gcc -fanalyzer -Werror -O1 -Iapi -c -o /dev/null {}
 
 # Only what the asan preset compiles: clang-tidy needs the compiler's command line, and it must be Clang's.
 cmake --preset asan --log-level=WARNING

@@ -85,8 +85,8 @@ class Findings final {
   [[nodiscard]] const Json& list() const noexcept { return list_; }
 
  private:
-  // list_: a JSON array with one object for each finding.
   const PropertyText& properties_;
+  // list_: a JSON array with one object for each finding.
   Json list_ = Json::array();
   bool hasErrors_ = false;
   bool hasWarnings_ = false;

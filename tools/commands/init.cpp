@@ -152,13 +152,14 @@ int obtainChain(const InitOptions& options, const PfxContent& content, std::vect
 }
 
 // runCheck: "zepasign check" on the new file.
-int runCheck(std::string propertyFile) {
+int runCheck(const std::string& propertyFile) {
   CommandLine line;
   addCheck(line);
   std::string program = "zepasign";
   std::string command = "check";
   std::string option = "-c";
-  char* arguments[] = {program.data(), command.data(), option.data(), propertyFile.data(), nullptr};
+  std::string file = propertyFile;
+  char* arguments[] = {program.data(), command.data(), option.data(), file.data(), nullptr};
   const int result = line.parse(4, arguments);
   return result == kOk ? line.run() : result;
 }

@@ -21,8 +21,8 @@ std::string nameOf(uid_t account) {
   std::array<char, 16384> area;
   passwd entry{};
   passwd* found = nullptr;
-  getpwuid_r(account, &entry, area.data(), area.size(), &found);
-  return found == nullptr ? "#" + std::to_string(account) : found->pw_name;
+  const bool isKnown = getpwuid_r(account, &entry, area.data(), area.size(), &found) == 0 && found != nullptr;
+  return isKnown ? found->pw_name : "#" + std::to_string(account);
 }
 
 FileAccess accessTo(const std::string& path, mode_t type, int rights) {
