@@ -49,6 +49,6 @@ StandardError=inherit
 END
 SYSTEMD_NSPAWN_UNIFIED_HIERARCHY=1 timeout 300 systemd-nspawn -q -D "$root" --register=no --keep-unit --private-network \
   -b systemd.unit=multi-user.target systemd.wants=walk-through.service </dev/null >"$work/log" 2>&1 ||
-  { cat "$work/log" "$root/walk-through.log" >&2; exit 1; }
+  { tail -n 20 "$work/log" "$root/walk-through.log" >&2; exit 1; }
 grep -F 'Overall exposure level' "$root/walk-through.log"
 echo "service-test.sh: the walk-through of the manual worked"
