@@ -102,7 +102,7 @@ void ZEPASign::storeSignature() {
   for (const cSignedData::Bytes piece : {head, content, tail}) encoder.add(piece);
   encoder.finish();
   if (logger.isEnabled(kDebug)) logger.writeHex(kDebug.name, "簽章值"_big5, {head, content, tail});
-  logDebugValue("簽章值(base64)"_big5, text.data());
+  logDebugValue("簽章值(base64)"_big5, {text.data(), static_cast<std::size_t>(text.length())});
   signedPkcs7_.adopt(text.release());
   lastSignerCert_ = pkcs12_->certificate();
 }

@@ -62,6 +62,16 @@ void encodeTwoGroups(const unsigned char* in, char* out) {
   std::memcpy(out + 6, kPairs[bits >> 16U & 0xFFFU].data(), 2);
 }
 
+// encodeGroups: encodes as many groups of three as there are, removes them from `bytes` and returns the end of the
+// text. Its variables are local: a written character may alias a member, which would be loaded again for each group.
+char* encodeGroups(std::span<const unsigned char>& bytes, char* out) {
+  std::span<const unsigned char> left = bytes;
+  for (; left.size() >= 8; left = left.subspan(6), out += 8) encodeTwoGroups(left.data(), out);
+  for (; left.size() >= 3; left = left.subspan(3), out += 4) encodeGroup(left.data(), out);
+  bytes = left;
+  return out;
+}
+
 unsigned valueOf(char c) { return kValues[static_cast<unsigned char>(c)]; }
 
 // decodeWholeGroups: decodes groups of four alphabet characters without padding; stops before the first other group.
@@ -117,8 +127,7 @@ void Encoder::add(std::span<const unsigned char> bytes) noexcept {
     out_ += 4;
     carried_ = 0;
   }
-  for (; bytes.size() >= 8; bytes = bytes.subspan(6), out_ += 8) encodeTwoGroups(bytes.data(), out_);
-  for (; bytes.size() >= 3; bytes = bytes.subspan(3), out_ += 4) encodeGroup(bytes.data(), out_);
+  out_ = encodeGroups(bytes, out_);
   if (bytes.empty()) return;
   std::copy(bytes.begin(), bytes.end(), carry_.begin());
   carried_ = bytes.size();

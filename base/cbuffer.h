@@ -2,12 +2,12 @@
 //
 //   data_ -> | payload (length_ bytes) | 0 0 ... |     null and 0 when empty
 //
-// Every block is zeroed before the payload is copied in and is at least kSpare bytes longer, so a text buffer is a C
-// string and UTF-16 text is terminated as well. Filling replaces the content; nothing appends. An operation that finds
-// nothing to do returns false. Out of memory, or a length over 32 bits, throws std::bad_alloc and leaves the buffer
-// empty.
+// Every block is at least kSpare bytes longer than the payload, and all that the payload does not set is zero, so a
+// text buffer is a C string and UTF-16 text is terminated as well. Filling replaces the content; nothing appends. An
+// operation that finds nothing to do returns false. Out of memory, or a length over 32 bits, throws std::bad_alloc and
+// leaves the buffer empty.
 //
-// Blocks come from calloc, since some are handed to callers who free them with std::free.
+// Blocks come from calloc and malloc, since some are handed to callers who free them with std::free.
 //
 // The buffer owns its block and frees it in the destructor. It is neither copied nor moved; release hands the block
 // over. Lengths are `int` because the exported functions and libcrypto count bytes in `int`.
@@ -22,6 +22,7 @@
 #include <new>
 
 #include "base/cleanse.h"
+#include "base/platform.h"
 
 namespace zepasign {
 
@@ -72,12 +73,14 @@ class cBuffer {
   // replace: a zeroed block with room for `capacity` and `spare` zeros in place of the content; the length becomes
   // `capacity`. Throws std::bad_alloc, and the buffer is empty, when there is no memory or the length passes 32 bits.
   void replace(std::size_t capacity, std::size_t spare = kSpare) {
-    clear();
-    if (capacity > static_cast<std::size_t>(kMaxLength)) throw std::bad_alloc();
-    data_ = static_cast<Char*>(std::calloc(capacity + spare, sizeof(Char)));
-    if (data_ == nullptr) throw std::bad_alloc();
-    length_ = static_cast<int>(capacity);
-    blockSize_ = capacity + spare;
+    replaceBy([](std::size_t size) { return std::calloc(size, sizeof(Char)); }, capacity, spare);
+  }
+
+  // replaceUnset: the same, but only the spare is zeroed. For a payload that is then written from end to end, which
+  // saves one pass over the block.
+  void replaceUnset(std::size_t capacity, std::size_t spare) {
+    replaceBy(std::malloc, capacity, spare);
+    std::memset(data_ + capacity, 0, spare);
   }
 
   // shorten: a smaller length; the block keeps its size. REQUIRES: `length` is at most length(), and the elements
@@ -85,6 +88,17 @@ class cBuffer {
   void shorten(std::size_t length) noexcept { length_ = static_cast<int>(length); }
 
  private:
+  template <class Allocate>
+  void replaceBy(Allocate allocate, std::size_t capacity, std::size_t spare) {
+    clear();
+    if (capacity > static_cast<std::size_t>(kMaxLength)) throw std::bad_alloc();
+    data_ = static_cast<Char*>(allocate(capacity + spare));
+    if (data_ == nullptr) throw std::bad_alloc();
+    length_ = static_cast<int>(capacity);
+    blockSize_ = capacity + spare;
+    platform::preferLargePages(data_, blockSize_);
+  }
+
   // blockSize_: elements of the whole block, which the wipe needs. It does not change when `length_` is shortened.
   Char* data_ = nullptr;
   int length_ = 0;

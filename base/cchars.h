@@ -22,9 +22,10 @@ class cChars : public cBuffer<char> {
   // base64Encode: RFC 4648 Base64 on one line. False, and the buffer empty, when there is nothing to encode.
   [[nodiscard]] bool base64Encode(const unsigned char* source, int length);
 
-  // allocate: `length` zero characters and `spare` more, to be filled through data(). A text for a host takes
-  // kTextSpare. REQUIRES: `spare` is at least 1, which ends the C string.
-  void allocate(std::size_t length, std::size_t spare) { replace(length, spare); }
+  // allocate: room for `length` characters and `spare` zeros behind it. A text for a host takes kTextSpare. REQUIRES:
+  // `spare` is at least 1, which ends the C string; all of the characters, which have no value yet, are then written
+  // through data().
+  void allocate(std::size_t length, std::size_t spare) { replaceUnset(length, spare); }
 };
 
 }  // namespace zepasign

@@ -74,6 +74,11 @@ struct LocalTime {
 // when the folder cannot be searched. Throws std::bad_alloc.
 [[nodiscard]] bool listFolder(const std::string& folder, std::vector<std::string>& names);
 
+// preferLargePages: tells the system that all of a heap block will be written soon, so that it may give large pages:
+// the page faults of a block of many megabytes cost as much as computing its digest. Only a hint; it never fails.
+// Blocks below 32 MiB, which the C library keeps for later blocks, are left as they are. Does nothing on Windows.
+void preferLargePages(void* block, std::size_t size) noexcept;
+
 // FilePtr: the owner of an open file, which it closes.
 struct CloseFile {
   void operator()(std::FILE* file) const noexcept { std::fclose(file); }

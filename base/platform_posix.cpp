@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <iconv.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,14 @@ std::string currentFolder() {
 }
 
 bool createFolder(const char* path) noexcept { return mkdir(path, 0777) == 0 || errno == EEXIST; }
+
+// madvise takes whole pages. The page in which the block begins is the block's alone, with the C library's header.
+void preferLargePages(void* block, std::size_t size) noexcept {
+  constexpr std::size_t kMappedForItself = 32U << 20U;  // DEFAULT_MMAP_THRESHOLD_MAX of glibc with 64 bits
+  if (size < kMappedForItself) return;
+  const std::size_t inPage = reinterpret_cast<std::uintptr_t>(block) % static_cast<std::size_t>(getpagesize());
+  madvise(static_cast<char*>(block) - inPage, size + inPage, MADV_HUGEPAGE);
+}
 
 namespace {
 

@@ -44,6 +44,8 @@ LocalTime now() noexcept {
   return makeLocalTime(local, static_cast<int>(ticks / 10'000 % 1000));
 }
 
+void preferLargePages(void*, std::size_t) noexcept {}
+
 int processId() noexcept { return _getpid(); }
 
 std::string currentFolder() {

@@ -1,5 +1,7 @@
 #include <openssl/evp.h>
 
+#include <cstring>
+
 #include "base/base64.h"
 #include "base/cchars.h"
 #include "tests/support/base.h"
@@ -20,6 +22,11 @@ TEST(Buffers, FillingReplacesAndFailingEmpties) {
   EXPECT_TRUE(buffer.set("abcdef", 6));
   buffer.truncate(2);
   EXPECT_EQ(bytesOf(buffer) + reinterpret_cast<const char*>(buffer.data()), "abab");
+  cChars text;
+  text.allocate(40, kTextSpare);
+  std::memset(text.data(), 'x', 40 + kTextSpare);
+  text.allocate(40, kTextSpare);  // where the x were
+  EXPECT_EQ(std::string(text.data() + 40, kTextSpare), std::string(kTextSpare, '\0'));
 }
 
 TEST(Buffers, Hex) {
