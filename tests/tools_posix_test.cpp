@@ -89,8 +89,10 @@ TEST_F(CommandTest, ShowsEveryKindOfFile) {
   const Json pfx = Json::parse(run("show --json demo/signer.pfx", "echo demo-password |").output);
   EXPECT_EQ("C = TW, O = zepasign demo, CN = zepasign demo signer", pfx[0]["certificate"]["subject"]);
   EXPECT_EQ(1, run("show /dev/null").exitCode);
-  folder_.write("hostile", "P7B.path = \x1B[2J\n");
-  EXPECT_EQ(std::string::npos, run("show hostile").output.find('\x1B'));
+  folder_.write("hostile",
+                "CRL.path = x\x1B[2J\x7F\xC2\x9B"
+                "2J\tA\xC2\xA0\n");
+  EXPECT_NE(std::string::npos, run("show hostile").output.find(" x?[2J??2J\tA\xC2\xA0\n")) << "no escape sequence";
 }
 
 TEST_F(CommandTest, EncryptsThePasswordInBothForms) {

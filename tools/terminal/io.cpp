@@ -1,6 +1,5 @@
 #include "tools/terminal/io.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -59,11 +58,23 @@ void printIndented(const Json& tree, const std::string& indent) {
   for (const Json& value : tree) printEntry(indent, '[' + std::to_string(++number) + ']', value);
 }
 
-// lineOf: one line in the terminal's encoding. What a file holds must not command the terminal or begin a line.
-std::string lineOf(std::string utf8) {
-  const auto isControl = [](char c) { return (c >= 0 && c < ' ' && c != '\t') || c == '\x7F'; };
-  std::replace_if(utf8.begin(), utf8.end(), isControl, '?');
-  return toTerminal(utf8) + "\n";
+// controlSize: how many bytes the control character has with which the text begins; 0 when it begins with none. Those
+// from U+0080 to U+009F have two, C2 80 to C2 9F: some terminals take U+009B for the beginning of a command.
+std::size_t controlSize(std::string_view utf8) {
+  const auto first = static_cast<unsigned char>(utf8[0]);
+  if (first < ' ' || first == 0x7F) return first == '\t' ? 0 : 1;
+  return utf8[0] == '\xC2' && utf8.size() > 1 && (static_cast<unsigned char>(utf8[1]) & 0xE0U) == 0x80 ? 2 : 0;
+}
+
+// shownText: in the terminal's encoding. What a file holds must not command the terminal or begin a line.
+std::string shownText(std::string_view utf8) {
+  std::string text;
+  while (!utf8.empty()) {
+    const std::size_t control = controlSize(utf8);
+    text += control == 0 ? utf8[0] : '?';
+    utf8.remove_prefix(control == 0 ? 1 : control);
+  }
+  return toTerminal(text);
 }
 
 // noteFailure: of the standard output.
@@ -72,7 +83,7 @@ void noteFailure() {
   failedToWrite = true;
 }
 
-void prompt(const std::string& utf8) { std::fputs((toTerminal(utf8) + ": ").c_str(), stderr); }
+void prompt(const std::string& utf8) { std::fputs((shownText(utf8) + ": ").c_str(), stderr); }
 
 // appendLine: up to the end of the line, which is dropped.
 void appendLine(std::FILE* stream, std::string& line) {
@@ -119,7 +130,7 @@ bool flushOutput() {
   return !failedToWrite;
 }
 
-void printLine(const std::string& utf8) { printBytes(lineOf(utf8)); }
+void printLine(const std::string& utf8) { printBytes(shownText(utf8) + "\n"); }
 
 void printListing(const Json& tree, bool asJson) {
   if (asJson) {
@@ -130,7 +141,7 @@ void printListing(const Json& tree, bool asJson) {
 }
 
 void printError(const std::string& utf8) {
-  const std::string line = lineOf("zepasign: " + utf8);
+  const std::string line = shownText("zepasign: " + utf8) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
