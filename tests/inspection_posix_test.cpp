@@ -49,7 +49,12 @@ TEST_F(InspectionTest, VerifyWritesTheContentOfAValidSignatureOnly) {
   EXPECT_EQ("content", readFile(folder_.path("out")));
   EXPECT_EQ(7, verify("--ca demo/ca.pem -o untrusted"));
   EXPECT_FALSE(std::filesystem::exists(folder_.path("untrusted")));
-  EXPECT_EQ(2, verify("-o ./a.p7s.b64")) << "the signature would be lost";
+  EXPECT_EQ(0, runCommand("cd " + folder_.path() + " && mkfifo demo/pipe && ln demo/ca.crl hard").exitCode);
+  for (const std::string place : {"./a.p7s.b64", "demo/../a", "demo/ca.pem", "hard"}) {
+    const std::string before = readFile(folder_.path(place));
+    EXPECT_EQ(2, verify("--content a --ca demo --crl demo -o " + place)) << place << " is read, and would be lost";
+    EXPECT_EQ(before, readFile(folder_.path(place))) << place;
+  }
 }
 
 TEST_F(InspectionTest, VerifyFindsTheContentOfManyDetachedSignatures) {

@@ -5,6 +5,7 @@
 #include "base/platform.h"
 #include "tools/commands/command_line.h"
 #include "tools/files/describe.h"
+#include "tools/files/paths.h"
 #include "tools/files/signature_check.h"
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/filesystem.h"
@@ -110,14 +111,29 @@ bool obtainTrust(const VerifyOptions& options, Trust& trust) {
   return true;
 }
 
+// filesRead: all that is read for one signature. Of a detached one nothing is written, so the content beside it is
+// safe.
+std::vector<std::string> filesRead(const VerifyOptions& options) {
+  std::vector<std::string> files = {options.signatures.front()};
+  if (!options.content.empty()) files.push_back(contentPath(options, options.signatures.front()));
+  std::vector<std::string> places = options.crls;
+  places.push_back(options.authorities);
+  for (const std::string& place : places) {
+    for (std::string& each : filesAt(place)) files.push_back(std::move(each));
+  }
+  return files;
+}
+
 // mistakeIn: what is wrong with options that each are right by themselves; empty when nothing is.
 std::string mistakeIn(const VerifyOptions& options) {
   if (options.output.empty()) return {};
   if (options.signatures.size() > 1) return tr("--output takes one signature"_m);
-  if (options.output == "-" && options.json)
-    return tr("--json and the content cannot both go to the standard output"_m);
-  for (const std::string& each : {options.signatures.front(), options.content, options.authorities}) {
-    if (options.output != "-" && canonicalPath(each) == canonicalPath(options.output)) {
+  if (isStandardOutput(options.output)) {
+    return options.json ? tr("--json and the content cannot both go to the standard output"_m) : "";
+  }
+  const FileStatus output = statusOf(options.output);
+  for (const std::string& each : filesRead(options)) {
+    if (statusOf(each).isSameFile(output)) {
       return tr("{0}: the content would be written over a file that is read"_m, {fromTerminal(each)});
     }
   }
@@ -126,7 +142,7 @@ std::string mistakeIn(const VerifyOptions& options) {
 
 // report: the listing, or the errors alone when the content goes to the standard output.
 void report(const VerifyOptions& options, const Json& listing) {
-  if (options.output != "-") return printListing(listing, options.json);
+  if (options.output.empty() || !isStandardOutput(options.output)) return printListing(listing, options.json);
   for (const Json& each : listing) {
     if (!each.contains("reason")) continue;
     printError(each["file"].get<std::string>() + ": " + each["reason"].get<std::string>());

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/platform.h"
+#include "tools/terminal/filesystem.h"
+
 namespace zepasign::tools {
 
 std::vector<std::string> missingParts(const std::string& path) {
@@ -15,6 +18,17 @@ std::vector<std::string> missingParts(const std::string& path) {
   }
   std::reverse(missing.begin(), missing.end());
   return missing;
+}
+
+std::vector<std::string> filesAt(const std::string& path) {
+  std::vector<std::string> names;
+  if (!isFolder(path) || !platform::listFolder(path, names)) return {path};
+  std::vector<std::string> files;
+  for (const std::string& name : names) {
+    std::string file = path + platform::kFolderSeparator + name;
+    if (statusOf(file).isRegular()) files.push_back(std::move(file));
+  }
+  return files;
 }
 
 }  // namespace zepasign::tools

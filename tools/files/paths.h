@@ -13,6 +13,10 @@ namespace zepasign::tools {
 // topmost missing directory in a message, or remove afterwards what has appeared since.
 [[nodiscard]] std::vector<std::string> missingParts(const std::string& path);
 
+// filesAt: the path itself, or the regular files in the directory that it names: opening a pipe there would wait for
+// its other end.
+[[nodiscard]] std::vector<std::string> filesAt(const std::string& path);
+
 }  // namespace zepasign::tools
 
 #endif  // ZEPASIGN_TOOLS_FILES_PATHS_H_

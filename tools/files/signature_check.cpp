@@ -8,9 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "base/platform.h"
 #include "tools/files/describe.h"
-#include "tools/terminal/filesystem.h"
+#include "tools/files/paths.h"
 #include "tools/terminal/messages.h"
 
 namespace zepasign::tools {
@@ -19,13 +18,7 @@ namespace {
 // eachFile: calls `use` for the file, or for every file of the folder, that can be read.
 template <class Use>
 void eachFile(const std::string& path, const Use& use) {
-  std::vector<std::string> files = {path};
-  std::vector<std::string> names;
-  if (isFolder(path) && platform::listFolder(path, names)) {
-    files.clear();
-    for (const std::string& name : names) files.push_back(path + platform::kFolderSeparator + name);
-  }
-  for (const std::string& each : files) {
+  for (const std::string& each : filesAt(path)) {
     CryptoFile file;
     if (readCryptoFile(each, file)) use(file);
   }
