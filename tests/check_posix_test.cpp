@@ -100,6 +100,7 @@ struct Mistake {
 
 const Mistake kMistakes[] = {
     {"file-utf16", "", "iconv -f UTF-16", text("CRL", "\xFF\xFE")},
+    {"file-utf16", "", "iconv -f UTF-16", text("CRL", {"C\0", 2})},
     {"byte-order-mark", "CRL.path", "sed -i",
      text("CRL",
           "\xEF\xBB\xBF"

@@ -18,7 +18,10 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-bool isUtf16(const std::string& bytes) { return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"); }
+// isUtf16: with a byte-order mark or, as little-endian text without one, with a zero byte behind its first character.
+bool isUtf16(std::string_view bytes) {
+  return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") || bytes.substr(0, 2).ends_with('\0');
+}
 
 // withoutMark: the key without what an editor put before it.
 std::string withoutMark(const PropertyText::Pair& pair) {

@@ -3,6 +3,7 @@
 #include "api/ZEPASignDLL.h"
 #include "base/cbuffer.h"
 #include "base/errors.h"
+#include "tools/files/source.h"
 #include "tools/terminal/io.h"
 #include "tools/terminal/messages.h"
 
@@ -38,9 +39,9 @@ class LocalRun final : public SigningRun {
   // signContent: of the standard input, or of a text: the library takes neither as a file.
   int signContent(const std::string& input) const {
     std::string content;
-    if (!readAll(input, content)) return kFileUnreadable;
+    Source source(input);
+    if (!source.readRest(content, kMaxLength)) return source.isGood() ? kOutOfMemory : kFileUnreadable;
     if (setup_.encoding.empty()) {
-      if (content.size() > kMaxLength) return kOutOfMemory;
       return SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
     }
     const bool endsEarly = content.find('\0') != std::string::npos;  // the rest would silently stay unsigned

@@ -27,7 +27,7 @@ constexpr Meaning kMeanings[] = {
     {kOutOfMemory, "not enough memory, or the content is too large to sign"_m},
     {kWrongParameter, "a setting or an argument is missing or wrong, or there is nothing to sign"_m},
     {kCertificateNotFound, "the signer's certificate does not satisfy PFX.signerFilter"_m},
-    {kSigningFailed, "signing failed; PKCS7.digest must be SHA1 or SHA256"_m},
+    {kSigningFailed, "signing failed; PKCS7.digest must be SHA1 or SHA256, and the key RSA or EC"_m},
     {kEncryptionFailed, "the password is too long"_m},
     {kPfxNotLoaded, "no PFX is loaded"_m},
     {kPasswordOrKeyWrong, "the PFX password or PSWD.license is wrong, or the PFX is damaged"_m},
