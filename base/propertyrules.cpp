@@ -18,7 +18,7 @@ namespace zepasign {
 namespace {
 
 constexpr std::string_view kMask = "********";
-constexpr std::string_view kSecretWords[] = {"pswd", "passw", "pwd", "licen", "authkey"};
+constexpr std::string_view kSecretWords[] = {"pswd", "psw", "passw", "pwd", "licen", "authkey"};
 // kMaxNameRest: characters of a key's name after its secret word. An encrypted password has at least 22, the Base64 of
 // one AES block without its padding.
 constexpr std::size_t kMaxNameRest = 16;
@@ -30,13 +30,17 @@ constexpr bool isNameCharacter(char c) {
   return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '_' || c == '-';
 }
 
-// endOfSecretWord: the position behind the first secret word, npos without one.
+// endOfSecretWord: the position behind the first secret word, npos without one. Of two that begin at one place, the
+// longer stands first in the list and counts.
 std::size_t endOfSecretWord(std::string_view key) noexcept {
   std::size_t end = std::string_view::npos;
+  auto first = key.end();
   for (const std::string_view word : kSecretWords) {
     const auto found = std::search(key.begin(), key.end(), word.begin(), word.end(),
                                    [](char a, char b) { return toAsciiLower(a) == b; });
-    if (found != key.end()) end = std::min(end, static_cast<std::size_t>(found - key.begin()) + word.size());
+    if (found >= first) continue;
+    first = found;
+    end = static_cast<std::size_t>(found - key.begin()) + word.size();
   }
   return end;
 }

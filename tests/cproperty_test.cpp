@@ -36,8 +36,9 @@ TEST(Property, LogsEveryValueButSecrets) {
   logInto(folder, "DEBUG");
   cProperty property;
   std::string expected = big5("INFO 重設 LOG Level = DEBUG\nDEBUG end cFile::createFolder() return = true\n");
-  for (const std::string key : {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD",
-                                "PSWD.lincense", "x.PASSWORD", "PWD", "my.Licence", "AUTHKEY2", "PFX.path"}) {
+  for (const std::string key :
+       {"PFX.pswd", "PFX.pswdB64", "PSWD.license", "PSWD.authKey", "\xEF\xBB\xBFpfx.PSWD", "PSWD.lincense", "PFX.psw",
+        "x.PASSWORD", "PWD", "my.Licence", "AUTHKEY2", "PFX.path"}) {
     EXPECT_TRUE(property.parse((key + "=%s\n" + key + " = %s").c_str()));
     EXPECT_EQ(property.getProperty(key.c_str()), "%s");
     const std::string shown = key == "PFX.path" ? " = %s\n" : " = ********\n";
