@@ -8,6 +8,8 @@
 namespace zepasign {
 namespace {
 
+constexpr int kBlockSize = 16;
+
 struct FreeContext {
   void operator()(EVP_CIPHER_CTX* context) const noexcept { EVP_CIPHER_CTX_free(context); }
 };
@@ -20,16 +22,12 @@ cAesCipher::cAesCipher() {
 }
 
 bool cAesCipher::setKey(const unsigned char* key, const unsigned char* iv) {
-  keyBits_ = -1;
-  mode_ = -1;
   key_.clear();
   iv_.clear();
   if (key == nullptr) return false;
   key_.set(key, kKeySize);
   iv_.allocate(kKeySize);
   if (iv != nullptr) std::memcpy(iv_.data(), iv, kKeySize);
-  keyBits_ = kKeyBits;
-  mode_ = kCbc;
   return true;
 }
 
@@ -42,11 +40,10 @@ int cAesCipher::decrypt(const unsigned char* in, int length, unsigned char* out,
 }
 
 int cAesCipher::run(Direction direction, const unsigned char* in, int length, unsigned char* out, int* capacity) const {
-  if (mode_ != kCbc || keyBits_ != kKeyBits || in == nullptr || length <= 0) return -1;
+  if (key_.length() != kKeySize || in == nullptr || length <= 0 || length > kMaxLength - kBlockSize) return -1;
   cBytes work;
   work.markSecret();
-  if (length > kMaxLength - keyBits_) return -1;
-  work.allocate(keyBits_ + length);
+  work.allocate(length + kBlockSize);
   const int total = transform(direction, in, length, work.data());
   if (total < 0 || out == nullptr || capacity == nullptr || *capacity < total) return total;
   std::memcpy(out, work.data(), static_cast<std::size_t>(total));

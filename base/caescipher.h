@@ -38,18 +38,13 @@ class cAesCipher {
  private:
   enum class Direction { kDecrypt = 0, kEncrypt = 1 };
 
-  // run: the contract of encrypt and decrypt. transform: the length produced, -1 on failure. REQUIRES: `work` has room
-  // for `length` bytes and one block of 16.
+  // run: the contract of encrypt and decrypt. transform: the length produced, -1 on failure. REQUIRES: a key is
+  // set, and `work` has room for `length` bytes and one block.
   [[nodiscard]] int run(Direction direction, const unsigned char* in, int length, unsigned char* out,
                         int* capacity) const;
   [[nodiscard]] int transform(Direction direction, const unsigned char* in, int length, unsigned char* work) const;
 
-  // The cipher is AES-256-CBC, so a key that is set has these two values; both are -1 without a key.
-  static constexpr int kKeyBits = 8 * kKeySize;
-  static constexpr int kCbc = 0;
-  int keyBits_ = -1;
-  int mode_ = -1;
-  cBytes key_;
+  cBytes key_;  // empty until one is set
   cBytes iv_;
 };
 
