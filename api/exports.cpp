@@ -16,6 +16,7 @@ using zepasign::signer;
 // into the export's result.
 template <class Body, class OnFailure>
 auto guarded(Body body, OnFailure onFailure) noexcept {
+  if (!zepasign::prepareToThrow()) return onFailure(zepasign::kOutOfMemory);
   try {
     const zepasign::CryptoScope scope;
     return body();
@@ -53,6 +54,7 @@ int GetErrorCode() { return signer.errorCode(); }
 // GetErrorMsg: needs no crypto context, so it also answers when there is none. Never null.
 char* GetErrorMsg() {
   static char noMemory[] = "";
+  if (!zepasign::prepareToThrow()) return noMemory;
   try {
     return signer.errorMessage();
   } catch (...) {
@@ -62,6 +64,7 @@ char* GetErrorMsg() {
 
 // MakeZEPASignPasswd: writes to outBuf although the parameter is const, which callers' declarations depend on.
 int MakeZEPASignPasswd(const char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
+  if (outLen == nullptr) return zepasign::kWrongParameter;
   return guarded([=] { return zepasign::makeEncedPfxPasswd(const_cast<char*>(outBuf), outLen, propertyFile, passwd); },
                  [](int code) { return code; });
 }

@@ -31,11 +31,7 @@ void ZEPASign::beginSigning(const char* beginLine) {
 // signBin: catches what is thrown, so that the end line is written and shows the code in every case.
 int ZEPASign::signBin(const unsigned char* data, int dataLen) {
   beginSigning("begin ZEPASign::SignPkcs7Bin()");
-  try {
-    errorCode_ = trySignBin(data, dataLen);
-  } catch (...) {
-    errorCode_ = codeOfException();
-  }
+  errorCode_ = codeOf([=, this] { return trySignBin(data, dataLen); });
   logInt(kInfo, "end ZEPASign::SignPkcs7Bin()", errorCode_);
   return errorCode_;
 }

@@ -132,7 +132,7 @@ void cLog::setLevel(const char* levelName) noexcept {
   }
 }
 
-void cLog::setEncoding(const char* name) noexcept {
+void cLog::setEncoding(const char* name) {
   if (fileSet_) return;
   if (!encoding_.choose(name) && isEnabled(kError)) writeText(kError.name, "iconv_open() 失敗"_big5);
 }

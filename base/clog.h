@@ -15,8 +15,8 @@
 // unchanged unless LOG.encoding asks for UTF-8. A caller tests the level before it builds a line: isEnabled, or the log
 // functions below when the text needs no building.
 //
-// Nothing here throws or reports an error: a line that cannot be written is lost, the caller's work goes on.
-// Thread rule: one thread at a time.
+// Only setEncoding throws, and nothing reports an error: a line that cannot be written is lost, the caller's work goes
+// on. Thread rule: one thread at a time.
 #ifndef ZEPASIGN_BASE_CLOG_H_
 #define ZEPASIGN_BASE_CLOG_H_
 
@@ -77,8 +77,8 @@ class cLog {
   bool setLogFile(const char* folder, const char* file) noexcept;
 
   // setEncoding: LOG.encoding, see LogEncoding; without effect once the file is chosen. What is pending is converted
-  // when it is written.
-  void setEncoding(const char* name) noexcept;
+  // when it is written. Throws std::bad_alloc; the encoding can then be chosen again.
+  void setEncoding(const char* name);
 
   void writeText(const char* levelName, std::string_view text) noexcept;
   void writeValue(const char* levelName, std::string_view label, std::string_view value) noexcept;

@@ -12,6 +12,8 @@
 #ifndef ZEPASIGN_BASE_FAILURE_H_
 #define ZEPASIGN_BASE_FAILURE_H_
 
+#include <cstddef>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -37,6 +39,18 @@ namespace zepasign {
   return failed(kWrongParameter, text == nullptr ? whenNull : whenEmpty);
 }
 
+// prepareToThrow: has the C++ run-time allocate what it needs for the calling thread's first exception. In a library
+// that was loaded by dlopen it does so when the first exception is thrown, and ends the process if there is no memory.
+// False when memory is short; then nothing may be thrown.
+[[nodiscard]] inline bool prepareToThrow() noexcept {
+  constexpr std::size_t kEnough = 4096;  // the run-time's block is of some bytes, the loader's table of some hundred
+  void* const volatile block = std::malloc(kEnough);  // volatile: both are calls that a compiler may remove
+  if (block == nullptr) return false;
+  std::free(block);
+  [[maybe_unused]] const volatile int exceptions = std::uncaught_exceptions();
+  return true;
+}
+
 // codeOfException: the error code of the exception being handled; never 0. A std::exception that is not an allocation
 // failure is logged at ERROR with its what(). std::length_error counts as an allocation failure: a standard container
 // throws it for a size beyond what memory can hold. An allocation failure is not logged, since a log line needs memory
@@ -52,6 +66,16 @@ namespace zepasign {
     return failed(kGeneralError, failure.what());
   } catch (...) {
     return kGeneralError;
+  }
+}
+
+// codeOf: what the step returns, or the code of what it throws, for steps whose end is logged in every case.
+template <class Step>
+[[nodiscard]] int codeOf(Step step) noexcept {
+  try {
+    return step();
+  } catch (...) {
+    return codeOfException();
   }
 }
 

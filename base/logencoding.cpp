@@ -1,6 +1,8 @@
 #include "base/logencoding.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <new>
 
 namespace zepasign {
 namespace {
@@ -14,10 +16,16 @@ bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 bool LogEncoding::isUtf8Name(const char* name) noexcept { return equalsIgnoreCase(name, "UTF-8"); }
 
-bool LogEncoding::choose(const char* name) noexcept {
-  const bool wantsUtf8 = isUtf8Name(name);
-  converter_.reset(wantsUtf8 ? platform::openConverter("UTF-8", "BIG5") : nullptr);
-  return !wantsUtf8 || converter_ != nullptr;
+// choose: a second attempt, since the encoding is chosen once per process and a converter that finds no memory may not
+// say so.
+bool LogEncoding::choose(const char* name) {
+  converter_.reset();
+  if (!isUtf8Name(name)) return true;
+  for (int attempt = 0; attempt < 2 && !converter_; ++attempt) {
+    converter_.reset(platform::openConverter("UTF-8", "BIG5"));
+    if (!converter_ && errno == ENOMEM) throw std::bad_alloc();
+  }
+  return converter_ != nullptr;
 }
 
 std::string_view LogEncoding::encode(std::string_view text, std::string& area) const {

@@ -25,8 +25,8 @@ class LogEncoding final {
   [[nodiscard]] static bool isUtf8Name(const char* name) noexcept;
 
   // choose: UTF-8 for that name in any letter case, Big5 for any other. False, and Big5, when the system has no
-  // converter.
-  bool choose(const char* name) noexcept;
+  // converter. Throws std::bad_alloc.
+  [[nodiscard]] bool choose(const char* name);
 
   // encode: a label or a value as it is written. The result is `text` itself or lies in `area`. Throws std::bad_alloc.
   [[nodiscard]] std::string_view encode(std::string_view text, std::string& area) const;

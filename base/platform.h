@@ -119,7 +119,8 @@ void printToStandardOutput(std::string_view text) noexcept;
 
 // The text converter, shaped like iconv_open, iconv and iconv_close. Both systems know the names "BIG5" and "UTF-16LE"
 // in any letter case; a sequence that is invalid in the source fails, it is never replaced.
-// openConverter: null when a name is unknown; otherwise the caller owns the converter and ends it with closeConverter.
+// openConverter: null, with errno, when a name is unknown or there is no memory (ENOMEM, but not always); otherwise the
+// caller owns the converter and ends it with closeConverter.
 // convert: moves `*in` and `*out` forward and lowers the byte counts beside them. On failure kNotConverted, with errno
 // EILSEQ (or EINVAL at the end of the input) for an invalid sequence and E2BIG when `*out` is full. REQUIRES of both: a
 // converter that is not null.

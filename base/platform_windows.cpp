@@ -236,6 +236,7 @@ int asInt(std::size_t length) { return static_cast<int>(std::min<std::size_t>(le
 }  // namespace
 
 Converter openConverter(const char* target, const char* source) noexcept {
+  errno = EINVAL;
   if (!IsValidCodePage(kBig5)) return nullptr;
   const auto found = std::find_if(std::begin(conversions), std::end(conversions), [&](const Conversion& one) {
     return _stricmp(one.target, target) == 0 && _stricmp(one.source, source) == 0;

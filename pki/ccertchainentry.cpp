@@ -14,9 +14,6 @@
 namespace zepasign {
 namespace {
 
-// kNotInitialised: what verify gives when there was no memory for its context.
-constexpr int kNotInitialised = X509_V_ERR_OUT_OF_MEM;
-
 // signedItself: whether the certificate's own key made its signature. False also for a self-issued certificate that
 // another key of the same name signed, such as those that link the old and the new key of a renewed root.
 bool signedItself(X509* certificate) { return X509_self_signed(certificate, 1) == 1; }
@@ -36,11 +33,15 @@ void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
 int verify(X509_STORE* store, X509* certificate) {
   const ErrorScope errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
-  if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) return kNotInitialised;
+  if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) {
+    logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
+    throw std::bad_alloc();
+  }
   if (signedItself(certificate)) X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
   errors.throwIfOutOfMemory();
+  if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be valid
   return code != X509_V_OK ? code : X509_V_ERR_UNSPECIFIED;
 }
 
@@ -137,7 +138,6 @@ int cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
   const int code = verify(store_.get(), certificate->get0());
   if (code != X509_V_OK) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
-    if (code == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();  // the chain may be valid
     return code;
   }
   std::string subject = certificate->getSubjectOneLine();
@@ -184,7 +184,6 @@ int cCertChainEntry::verifyCert(X509* certificate) const {
     logDebugValue("驗章 Subject"_big5, subject.getSubjectOneLine());
     if (isIssuerKnown(subject)) {
       result = verify(store_.get(), certificate);
-      if (result == kNotInitialised) logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
     } else {
       logText(kError, "不在同一個憑證鏈!"_big5);
     }

@@ -56,14 +56,16 @@ struct cCertChainList::Candidate {
 
 bool cCertChainList::loadCertChainFiles(const cProperty* property, const ChainObserver& observer) {
   logText(kInfo, "begin cCertChainList::loadCertChainFiles()");
+  const auto end = [](bool accepted) { logBool(kInfo, "end cCertChainList::loadCertChainFiles()", accepted); };
   bool accepted = false;
   try {
     accepted = load(property, observer);
   } catch (const std::bad_alloc&) {
     chains_.clear();
+    end(false);
     throw;
   }
-  logBool(kInfo, "end cCertChainList::loadCertChainFiles()", accepted);
+  end(accepted);
   return accepted;
 }
 

@@ -24,8 +24,9 @@ std::int64_t macIterations(const PKCS12* pfx) {
 int cPkcs12::loadPfxFile(const char* filePath, const char* fileName, const char* pfxPasswd) {
   pkcs12_.reset();
   if (content_.certificate) earlier_.push_back(std::move(content_));
-  const int result = load(filePath, fileName, pfxPasswd);
+  const int result = codeOf([&] { return load(filePath, fileName, pfxPasswd); });
   logInt(kDebug, "end cPkcs12::loadPfxFile()", result);
+  if (result == kOutOfMemory) throw std::bad_alloc();  // callers log of other codes that the password is wrong
   return result;
 }
 

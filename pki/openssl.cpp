@@ -7,11 +7,11 @@
 #include <openssl/kdf.h>
 #include <openssl/rand.h>
 
-#include <exception>
 #include <new>
 
 #include "base/big5.h"
 #include "base/clog.h"
+#include "base/failure.h"
 
 namespace zepasign {
 
@@ -65,15 +65,7 @@ HostErrors::~HostErrors() {
 // contextEnded: the process ends, and cryptoContext is destroyed; only exit handlers of the host still call.
 static constinit bool contextEnded = false;
 
-// makeExceptionState: has the C++ run-time allocate what it needs for the calling thread's first exception. In a
-// library that was loaded by dlopen it does so when the first exception is thrown, and ends the process if there is no
-// memory. The volatile variable keeps the compiler from removing the call, which it takes for one without effect.
-static void makeExceptionState() noexcept {
-  [[maybe_unused]] const volatile int exceptions = std::uncaught_exceptions();
-}
-
 CryptoScope::CryptoScope() {
-  makeExceptionState();
   if (contextEnded) throw std::bad_alloc();
   OSSL_LIB_CTX* const own = cryptoContext.enter();
   host_ = OSSL_LIB_CTX_set0_default(own);
@@ -109,15 +101,29 @@ static constexpr const char* kSha1 = "SHA1";
 static constexpr const char* kSha256 = "SHA256";
 
 cCryptoContext::cCryptoContext() {
-  makeExceptionState();
+  if (!prepareToThrow()) return;
   const HostErrors hostErrors;
-  context_.reset(OSSL_LIB_CTX_new());
-  if (!context_) return;  // CryptoScope reports it
-  defaultProvider_.reset(OSSL_PROVIDER_load(context_.get(), "default"));
-  legacyProvider_.reset(OSSL_PROVIDER_load(context_.get(), "legacy"));
-  fetchAll(context_.get());
-  sha1_.reset(EVP_MD_fetch(context_.get(), kSha1, nullptr));
-  sha256_.reset(EVP_MD_fetch(context_.get(), kSha256, nullptr));
+  try {
+    make();
+  } catch (const std::bad_alloc&) {  // the next call tries again
+  }
+}
+
+void cCryptoContext::make() {
+  const ErrorScope errors;
+  LibCtxPtr context(OSSL_LIB_CTX_new());
+  if (!context) throw std::bad_alloc();
+  ProviderPtr defaultProvider(OSSL_PROVIDER_load(context.get(), "default"));
+  ProviderPtr legacyProvider(OSSL_PROVIDER_load(context.get(), "legacy"));
+  fetchAll(context.get());
+  DigestPtr sha1(EVP_MD_fetch(context.get(), kSha1, nullptr));
+  DigestPtr sha256(EVP_MD_fetch(context.get(), kSha256, nullptr));
+  errors.throwIfOutOfMemory();
+  context_ = std::move(context);
+  defaultProvider_ = std::move(defaultProvider);
+  legacyProvider_ = std::move(legacyProvider);
+  sha1_ = std::move(sha1);
+  sha256_ = std::move(sha256);
   if (!legacyProvider_) logText(kWarn, "OpenSSL legacy provider 無法載入, 無法讀取 RC2-40 加密的 pfx 檔"_big5);
 }
 
@@ -137,7 +143,7 @@ const EVP_MD* cCryptoContext::digest(std::string_view name) const noexcept {
 }
 
 OSSL_LIB_CTX* cCryptoContext::enter() {
-  if (!context_) throw std::bad_alloc();
+  if (!context_) make();
   threads_.enter();
   return context_.get();
 }

@@ -111,9 +111,7 @@ template <class Step>
 // when that thread ends. A context must therefore not be freed before; see ~cCryptoContext.
 class cCryptoContext final {
  public:
-  // cCryptoContext: fetches all algorithms that loading, verifying and signing need, since a fetch that failed later
-  // for lack of memory would be remembered by the crypto library for the life of the process. Without memory for the
-  // context the object has none, and `enter` throws.
+  // cCryptoContext: makes the context; without memory for it, `enter` tries again.
   cCryptoContext();
   // ~cCryptoContext: frees the context, unless a thread other than the calling one has used it and has not ended yet.
   // Then the context stays in memory, some hundred kilobytes, until the process ends.
@@ -121,7 +119,7 @@ class cCryptoContext final {
   cCryptoContext(const cCryptoContext&) = delete;
   cCryptoContext& operator=(const cCryptoContext&) = delete;
 
-  // enter: notes that the calling thread uses the context, and returns it. Throws std::bad_alloc when there was no
+  // enter: notes that the calling thread uses the context, and returns it. Throws std::bad_alloc when there is no
   // memory for the context or the note.
   [[nodiscard]] OSSL_LIB_CTX* enter();
 
@@ -130,6 +128,11 @@ class cCryptoContext final {
   [[nodiscard]] const EVP_MD* digest(std::string_view name) const noexcept;
 
  private:
+  // make: fetches all algorithms that loading, verifying and signing need, since a fetch that failed later for lack of
+  // memory would be remembered by the crypto library for the life of the process. Throws std::bad_alloc; the object
+  // has no context then.
+  void make();
+
   // The order matters: members are destroyed from the last to the first, so the digests and providers are freed before
   // their context.
   ThreadRegistry threads_;
@@ -161,7 +164,7 @@ class HostErrors final {
 
 // CryptoScope: makes our context the calling thread's default and sets the host's errors aside, until its end. Every
 // export runs inside one; within it the crypto library's calls need no context argument. Throws std::bad_alloc when
-// there was no memory for our context, and in exit handlers that run when the context is destroyed; the host's context
+// there is no memory for our context, and in exit handlers that run when the context is destroyed; the host's context
 // must not be used instead.
 class CryptoScope final {
  public:

@@ -185,7 +185,6 @@ std::string encryptStoredPassword(const std::string& license, std::string_view p
 }
 
 int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, const char* passwd) {
-  if (outLen == nullptr) return kWrongParameter;
   if (isEmpty(propertyFile)) return failed(kPropertyFileUnreadable, "參數 propertyFile 為 NULL"_big5);
   cProperty property;
   if (!property.loadFromFile(propertyFile)) return kSuccess;  // callers depend on this 0, with nothing written

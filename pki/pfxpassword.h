@@ -42,7 +42,7 @@ enum class PasswordForm { kCallers, kPlain, kStored, kFile, kNone };
 // than kMaxPasswordLength.
 [[nodiscard]] std::string encryptStoredPassword(const std::string& license, std::string_view password);
 
-// makeEncedPfxPasswd: what MakeZEPASignPasswd promises (see ZEPASignDLL.h).
+// makeEncedPfxPasswd: what MakeZEPASignPasswd promises (see ZEPASignDLL.h). REQUIRES: `outLen` is not null.
 [[nodiscard]] int makeEncedPfxPasswd(char* outBuf, int* outLen, const char* propertyFile, const char* passwd);
 
 }  // namespace zepasign

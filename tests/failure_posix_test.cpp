@@ -6,6 +6,7 @@
 
 #include <set>
 
+#include "tests/support/command.h"
 #include "tests/support/faults_posix.h"
 #include "tests/support/loaded_library_posix.h"
 
@@ -18,6 +19,12 @@ struct Outcome {
   std::string text;
 };
 using Call = std::function<Outcome()>;
+
+// openFiles: how many descriptors this process has open.
+long openFiles() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return std::distance(begin(files), end(files));
+}
 
 // Seen: what a child tells its parent.
 struct Seen {
@@ -54,6 +61,7 @@ class Failures : public HostProcess {
       Properties& properties = fixture.properties;
       properties["P7B.path"] = properties["CRL.path"] = folder_.path();
       properties["LOG.path"] = folder_.path("a/b");
+      properties["LOG.encoding"] = "UTF-8";
       properties["PKCS7.addCert"] = "2";
       folder_.write("one-chain", propertyText(properties));
       Properties forms = properties;
@@ -73,12 +81,14 @@ class Failures : public HostProcess {
   void meets(Fault fault, long n, bool lasting, const Call& call, const std::string& expected) {
     const auto body = [&] {
       const long before = liveBlocks();
+      const long filesBefore = openFiles();
       failAt(fault, n, lasting);
       const Outcome first = call();
       EXPECT_EQ(openedInheritably(), 0);
+      EXPECT_EQ(openFiles(), filesBefore);
       *seen_ = {first.code, failedCaller() != nullptr, isCpp(failedCaller()), 0};
       // An unreadable chain file is a reason to sign without that chain; memory that is missing for a moment is not.
-      if (fault == Fault::memory || first.code != 0) {
+      if (fault != Fault::file || first.code != 0) {
         EXPECT_EQ(first.text, first.code == 0 ? expected : "");
       }
       EXPECT_EQ(call().text, expected);
@@ -103,7 +113,7 @@ class Failures : public HostProcess {
       hiddenOnes += isHidden ? 1 : 0;
       EXPECT_TRUE(isExpected) << n << ": " << seen_->code;
       // libcrypto itself leaks some blocks when it runs out of memory.
-      if (fault == Fault::file || seen_->failedInCpp) {
+      if (fault != Fault::memory || seen_->failedInCpp) {
         EXPECT_LE(seen_->grown, clean + 1) << n;
       }
     }
@@ -126,6 +136,7 @@ TEST_F(Failures, OfFileOperations) {
   const std::set<int> codes = {1102, 1202, 5002};
   for (const bool lasting : {false, true}) {
     sweep(Fault::file, codes, {}, initialising("one-chain"), expected_, 1, lasting);
+    sweep(Fault::stream, {5002}, {}, initialising("app.properties"), expected_, 1, lasting);
   }
 }
 
@@ -135,6 +146,11 @@ TEST_F(Failures, OfAllocationsDuringInitialisation) {
   sweep(Fault::memory, {5002}, {5208}, initialising("app.properties"), expected_, 7 * step, true);
   sweep(Fault::memory, {5002}, {5005, 5208}, initialising("stored"), expected_, step);
   sweep(Fault::memory, {5002}, {5005, 5208}, initialising("callers", kCallersPassword), expected_, step);
+  for (const std::string line : {"loadPfxFile() = 0x0000138A(5002)", "loadCertChainFiles() = false"}) {
+    EXPECT_EQ(runCommand("grep '" + line + "' " + folder_.path("a/b/*")).exitCode, 0)
+        << "steps end in the log: " << line;
+  }
+  EXPECT_EQ(runCommand("iconv -f UTF-8 -t UTF-8 " + folder_.path("a/b/*")).exitCode, 0) << "LOG.encoding is kept";
 }
 
 TEST_F(Failures, OfAllocationsDuringOtherCalls) {

@@ -63,7 +63,27 @@ TEST_F(HostProcess, RunOutOfMemoryInAProgramOfC) {
   prepare();
   const CommandResult host = runCommand(std::string(ZEPASIGN_C_HOST) + " " + ZEPASIGN_LIBRARY + " " + file_);
   EXPECT_EQ(host.exitCode, 0);
-  EXPECT_EQ(host.output, "0 5002\n");
+  EXPECT_EQ(host.output, "0 5002 5002 0\n");
+}
+
+TEST_F(HostProcess, LoadItWhileMemoryIsShort) {
+  prepare();
+  const auto body = [&] {
+    static_cast<void>(derOf(makeIdentity({}).certificate));  // what libcrypto keeps of its own first use is not ours
+    for (long n = 1; n == 1 || failedCaller() != nullptr; n += 53) {
+      std::unique_ptr<LoadedLibrary> library;
+      failAt(Fault::memory, n, false);
+      try {
+        library = std::make_unique<LoadedLibrary>();
+      } catch (const std::exception&) {  // the loader itself had no memory
+      }
+      endFaults();
+      if (library) {
+        EXPECT_EQ(library->signs(file_), expected_) << "allocation " << n;
+      }
+    }
+  };
+  inChild(body, "loading");
 }
 
 // A thread of the host signs and then waits until it is told to end.
@@ -112,7 +132,8 @@ TEST_F(HostProcess, CallItAndEndThreadsInAnExitHandler) {
         derOf(makeIdentity({}).certificate));  // so that the crypto library itself ends later than this handler
     std::atexit([] {
       thread->finish();
-      std::string seen = std::to_string(library->sign());
+      const auto makePassword = library->find<decltype(MakeZEPASignPasswd)>("MakeZEPASignPasswd");
+      std::string seen = std::to_string(library->sign()) + " " + std::to_string(makePassword("", nullptr, "", ""));
       for (const char* query : {"GetSignedPkcs7", "GetSignerCertB64", "GetSignerCertSubject", "GetErrorMsg"}) {
         seen += " " + library->text(query);
       }
@@ -123,7 +144,7 @@ TEST_F(HostProcess, CallItAndEndThreadsInAnExitHandler) {
     thread = std::make_unique<WaitingThread>(*library);
   };
   inChild(body, "the exit handler");
-  EXPECT_EQ(readFile(seenFile), "5002    " + big5("配置記憶體發生錯誤(5002)"));
+  EXPECT_EQ(readFile(seenFile), "5002 5005    " + big5("配置記憶體發生錯誤(5002)"));
 }
 
 }  // namespace zepasign::testing

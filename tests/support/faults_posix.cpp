@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <malloc.h>
+#include <openssl/bio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,8 +18,8 @@ namespace zepasign::testing {
 namespace {
 
 std::atomic<long> live{0};
-long callsLeft[2] = {0, 0};  // until the failure; 0: none fails
-bool failsOn = false;        // whether all later calls fail, too
+long callsLeft[3] = {};  // until the failure; 0: none fails
+bool failsOn = false;    // whether all later calls fail, too
 const void* caller = nullptr;
 long inheritable = 0;
 void (*watchFreed)(char*, std::size_t) = nullptr;
@@ -57,8 +58,9 @@ Function* next(Function* /*like*/, const char* name) {
 void failAt(Fault fault, long n, bool lasting) {
   callsLeft[static_cast<int>(fault)] = n;
   failsOn = lasting;
+  caller = nullptr;
 }
-void endFaults() { callsLeft[0] = callsLeft[1] = 0; }
+void endFaults() { std::fill(std::begin(callsLeft), std::end(callsLeft), 0); }
 const void* failedCaller() { return caller; }
 long openedInheritably() { return inheritable; }
 long liveBlocks() { return live; }
@@ -99,18 +101,19 @@ void free(void* block) {
   __libc_free(block);
 }
 
-#define FAILING(Result, name, parameters, values, failure, error)  \
-  Result name parameters {                                         \
-    static const auto real = zepasign::testing::next(name, #name); \
-    return FAILS(file, error) ? failure : real values;             \
+#define FAILING(fault, Result, name, parameters, values, failure, error) \
+  Result name parameters {                                               \
+    static const auto real = zepasign::testing::next(name, #name);       \
+    return FAILS(fault, error) ? failure : real values;                  \
   }
 // clang-format off
-FAILING(int, open, (const char* path, int flags, ...), (path, zepasign::testing::noted(flags), 0666), -1, EMFILE)
-FAILING(ssize_t, write, (int file, const void* bytes, std::size_t size), (file, bytes, size), -1, ENOSPC)
-FAILING(int, mkdir, (const char* path, mode_t mode), (path, mode), -1, ENOSPC)
-FAILING(DIR*, opendir, (const char* path), (path), nullptr, EMFILE)
-FAILING(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr, ENOMEM)
-FAILING(std::size_t, fread, (void* to, std::size_t size, std::size_t count, FILE* file), (to, size, count, file), 0, EIO)
-FAILING(int, close, (int file), (file), (real(file), -1), EIO)
+FAILING(file, int, open, (const char* path, int flags, ...), (path, zepasign::testing::noted(flags), 0666), -1, EMFILE)
+FAILING(file, ssize_t, write, (int file, const void* bytes, std::size_t size), (file, bytes, size), -1, ENOSPC)
+FAILING(file, int, mkdir, (const char* path, mode_t mode), (path, mode), -1, ENOSPC)
+FAILING(file, DIR*, opendir, (const char* path), (path), nullptr, EMFILE)
+FAILING(file, FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr, ENOMEM)
+FAILING(file, std::size_t, fread, (void* to, std::size_t size, std::size_t count, FILE* file), (to, size, count, file), 0, EIO)
+FAILING(file, int, close, (int file), (file), (real(file), -1), EIO)
+FAILING(stream, BIO*, BIO_new_fp, (FILE* file, int flags), (file, flags), nullptr, ENOMEM)
 // clang-format on
 }

@@ -8,7 +8,8 @@
 
 namespace zepasign::testing {
 
-enum class Fault { memory, file };
+// Fault: what fails: an allocation, an operation on a file, or BIO_new_fp, libcrypto's stream over a file.
+enum class Fault { memory, file, stream };
 
 // failAt: the n-th call of that kind from now on fails, and with `lasting` all later ones too; 0: none.
 void failAt(Fault fault, long n, bool lasting);
@@ -19,7 +20,7 @@ void endFaults();
 // openedInheritably: how many files were opened that a program started by this process would inherit.
 [[nodiscard]] long openedInheritably();
 
-// failedCaller: the return address of the first call that failed; null when none has.
+// failedCaller: the return address of the first call that failed since failAt; null when none has.
 [[nodiscard]] const void* failedCaller();
 
 // liveBlocks: how many blocks of memory this process holds, those of all libraries included.
