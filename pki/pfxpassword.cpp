@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "base/big5.h"
 #include "base/caescipher.h"
@@ -43,10 +44,10 @@ class Key final : public SecretBytes {
 bool setUpCallersCipher(cAesCipher& cipher, const std::string& license, const std::string& authKey) {
   const Key key(license);
   SecretArea<SHA256_DIGEST_LENGTH> iv;
-  return attempt([&] {
-           return EVP_Digest(authKey.data(), authKey.size(), iv.data(), nullptr, EVP_sha256(), nullptr) == 1;
-         }) &&
-         cipher.setKey(key.get(), iv.data());
+  // It fails only when memory is short, and does not always say so.
+  if (EVP_Digest(authKey.data(), authKey.size(), iv.data(), nullptr, EVP_sha256(), nullptr) != 1)
+    throw std::bad_alloc();
+  return cipher.setKey(key.get(), iv.data());
 }
 
 // setUpStoredCipher: the cipher of the stored form; false without a key.
