@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# windows-libraries.sh: builds what the Windows DLLs are linked with, OpenSSL's libcrypto, GoogleTest and the headers of the
-# command line, for x86-64 and x86 side by side, and prints the folder that then holds x86_64/ and i686/. OpenSSL comes
-# from the distribution's source package. Everything is kept in ~/.cache/zepasign (or $ZEPASIGN_CACHE); a new version or a
-# change of this script builds it again.
+# windows-libraries.sh: builds what the Windows DLLs and the command line are linked with, OpenSSL's libcrypto and libssl,
+# GoogleTest and the headers of the command line, for x86-64 and x86 side by side, and prints the folder that then holds
+# x86_64/ and i686/. OpenSSL comes from the distribution's source package. Everything is kept in ~/.cache/zepasign (or
+# $ZEPASIGN_CACHE); a new version or a change of this script builds it again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cache=$(realpath -m "${ZEPASIGN_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zepasign}")
@@ -66,8 +66,8 @@ buildOpenssl() {
   cd "$work/$2"
   CC=gcc-posix quietly ../openssl/Configure "$1" --cross-compile-prefix="$2-w64-mingw32-" "${opensslOptions[@]}"
   quietly make -j"$(nproc)" build_generated
-  quietly make -j"$(nproc)" libcrypto.a
-  cp libcrypto.a "$work/result/$2/lib/"
+  quietly make -j"$(nproc)" libcrypto.a libssl.a
+  cp libcrypto.a libssl.a "$work/result/$2/lib/"
   cp -r ../openssl/include/openssl include/openssl "$work/result/$2/include/"
 }
 
