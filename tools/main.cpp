@@ -18,7 +18,7 @@ int runTool(int argc, char** argv) {
   useChinese(prefersChinese());
   const CryptoScope crypto;  // PFX files of older software open as they do in the library
   CommandLine line;
-  for (const auto add : {addSign, addVerify, addShow, addPasswd, addCheck, addInit}) add(line);
+  for (const auto add : {addSign, addStamp, addVerify, addShow, addPasswd, addCheck, addInit}) add(line);
   int result = line.parse(argc, argv);
   if (result == kOk) result = line.run();
   if (closeOutput()) return result;

@@ -28,8 +28,6 @@ FoundFile::FoundFile(const std::string& path) {
 
 namespace {
 
-constexpr unsigned kMaxDays = 36500;  // a hundred years
-
 struct CheckOptions {
   CommonOptions common;
   unsigned warnDays = 30;

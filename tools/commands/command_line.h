@@ -74,6 +74,7 @@ Option addCommon(const Command& command, CommonOptions& options);
 
 // The sub-commands, each defined in the file of its name.
 void addSign(CommandLine& line);
+void addStamp(CommandLine& line);
 void addVerify(CommandLine& line);
 void addShow(CommandLine& line);
 void addPasswd(CommandLine& line);

@@ -32,6 +32,9 @@ using Check = std::function<std::string(const std::string&)>;
 [[nodiscard]] Check oneOf(std::vector<std::string> words);
 [[nodiscard]] Check numberBetween(unsigned min, unsigned max);
 
+// kMaxDays: of options that take a number of days: a hundred years.
+inline constexpr unsigned kMaxDays = 36'500;
+
 class Option final {
  public:
   explicit Option(CLI::Option* option) noexcept : option_(option) {}

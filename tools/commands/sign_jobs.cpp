@@ -39,7 +39,7 @@ class JobSearch final {
  private:
   bool visitEntry(const std::string& name, std::size_t entry) {
     if (name.empty()) return visit_({"", "", entry}, notAName());
-    return hasSignatureName(name) || visitNamed(asPath(name), entry);
+    return (!options_.isInPlace && hasSignatureName(name)) || visitNamed(asPath(name), entry);
   }
 
   bool visitPair(NameList& list, const std::string& input) {
@@ -60,6 +60,7 @@ class JobSearch final {
   // visitFile: `name` is that of the file below the directory for the signatures.
   bool visitFile(const std::string& path, const std::string& name, std::size_t entry) {
     const char* extension = signatureExtension(options_.form);
+    if (options_.isInPlace) return visit_({path, path, entry}, {});
     if (!options_.output.empty()) return visit_({path, options_.output, entry}, {});
     if (!options_.outputFolder.empty()) {
       return visit_({path, options_.outputFolder + platform::kFolderSeparator + name + extension, entry}, {});
@@ -88,7 +89,8 @@ class JobSearch final {
     if (status.isDirectory()) {
       return isLink(path) || visitFolder(path, below + name + platform::kFolderSeparator, entry);
     }
-    return !status.isRegular() || hasSignatureName(name) || visitFile(path, below + name, entry);
+    const bool isWanted = options_.isInPlace ? isSignatureName(name) : !hasSignatureName(name);
+    return !status.isRegular() || !isWanted || visitFile(path, below + name, entry);
   }
 
   const JobOptions& options_;

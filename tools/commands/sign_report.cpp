@@ -5,7 +5,6 @@
 
 #include "base/errors.h"
 #include "tools/terminal/encoding.h"
-#include "tools/terminal/messages.h"
 
 namespace zepasign::tools {
 namespace {
@@ -32,8 +31,8 @@ void printJsonLine(const Json& object) {
 void SignReport::addOutcome(const SigningJob& job, const Outcome& outcome) {
   const std::lock_guard lock(mutex_);
   const bool good = outcome.code == kSuccess;
-  ++(good ? signed_ : failed_);
-  progress_.show(signed_ + skipped_ + failed_);
+  ++(good ? done_ : failed_);
+  progress_.show(done_ + skipped_ + failed_);
   if (style_ == Style::kJsonLines) {
     Json line = {{"file", fromTerminal(job.input)}, {"output", fromTerminal(job.output)}, {"code", outcome.code}};
     if (!good) line["message"] = outcome.meaning;
@@ -46,7 +45,7 @@ void SignReport::addOutcome(const SigningJob& job, const Outcome& outcome) {
 void SignReport::addSkipped(const SigningJob& job) {
   const std::lock_guard lock(mutex_);
   ++skipped_;
-  progress_.show(signed_ + skipped_ + failed_);
+  progress_.show(done_ + skipped_ + failed_);
   if (style_ == Style::kJsonLines) printJsonLine({{"file", fromTerminal(job.input)}, {"skipped", true}});
 }
 
@@ -65,7 +64,7 @@ Json SignReport::summary(const Outcome& initialised, const std::string& property
   Json failures = Json::array();
   for (const Failure& each : failures_) failures.push_back(failureJson(each.job, each.outcome));
   if (initialised.code != kSuccess) failures.push_back(failureJson({propertyFile, ""}, initialised));
-  Json object = {{"signed", signed_}, {"skipped", skipped_}, {"failed", failed_}, {"failures", std::move(failures)}};
+  Json object = {{words_.done, done_}, {"skipped", skipped_}, {"failed", failed_}, {"failures", std::move(failures)}};
   if (isInterrupted) object["interrupted"] = true;
   return object;
 }
@@ -76,10 +75,9 @@ void SignReport::printText(const Outcome& initialised, const std::string& proper
     printError(failureText({propertyFile, ""}, initialised));
     printError(tr("run zepasign check -c to see what is wrong"_m));
   }
-  if (signed_ + skipped_ + failed_ < 2 && !isInterrupted) return;
-  const Message& counts =
-      isInterrupted ? "interrupted: {0} signed, {1} skipped, {2} failed"_m : "{0} signed, {1} skipped, {2} failed"_m;
-  printError(tr(counts, {std::to_string(signed_), std::to_string(skipped_), std::to_string(failed_)}));
+  if (done_ + skipped_ + failed_ < 2 && !isInterrupted) return;
+  const Message& counts = isInterrupted ? words_.interruption : words_.summary;
+  printError(tr(counts, {std::to_string(done_), std::to_string(skipped_), std::to_string(failed_)}));
 }
 
 }  // namespace zepasign::tools

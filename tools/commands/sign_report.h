@@ -10,8 +10,16 @@
 
 #include "tools/commands/signing.h"
 #include "tools/terminal/io.h"
+#include "tools/terminal/messages.h"
 
 namespace zepasign::tools {
+
+// ReportWords: what a run does to its files: the key of the count in JSON, and the counts as text.
+struct ReportWords {
+  const char* done;
+  Message summary;
+  Message interruption;
+};
 
 class SignReport final {
  public:
@@ -20,10 +28,11 @@ class SignReport final {
   enum class Style { kText, kJson, kJsonLines };
 
   // SignReport: `total` is the number of files, 0 when it is not known.
-  SignReport(Style style, std::size_t total) : style_(style), progress_(total, style != Style::kJsonLines) {}
+  SignReport(Style style, const ReportWords& words, std::size_t total)
+      : style_(style), words_(words), progress_(total, style != Style::kJsonLines) {}
 
-  // addOutcome: counts a job that was signed or has failed. With kJsonLines its line is printed at once; otherwise a
-  // failure is kept for the summary. A signed job costs no memory.
+  // addOutcome: counts a job that was done or has failed. With kJsonLines its line is printed at once; otherwise a
+  // failure is kept for the summary. A job that was done costs no memory.
   void addOutcome(const SigningJob& job, const Outcome& outcome);
   // addSkipped: counts a job that --resume passes over because its signature is complete.
   void addSkipped(const SigningJob& job);
@@ -42,7 +51,8 @@ class SignReport final {
     SigningJob job;
     Outcome outcome;
   };
-  // summary: the counts "signed", "skipped" and "failed", the list "failures", and "interrupted" when it is true.
+  // summary: the counts "signed" (or another word), "skipped" and "failed", the list "failures", and "interrupted" when
+  // it is true.
   [[nodiscard]] Json summary(const Outcome& initialised, const std::string& propertyFile, bool isInterrupted) const;
   // printText: the same as text on the standard error: first the failures in the order of the jobs, then the counts,
   // unless there were fewer than two jobs and no interruption.
@@ -50,11 +60,12 @@ class SignReport final {
 
   // progress_: a bar or a number on the standard error; not shown with kJsonLines.
   Style style_;
+  ReportWords words_;
   // mutex_: protects all members below, and keeps lines of output whole.
   std::mutex mutex_;
   Progress progress_;
-  // signed_, skipped_, failed_: jobs. failures_: empty with kJsonLines.
-  std::size_t signed_ = 0;
+  // done_, skipped_, failed_: jobs. failures_: empty with kJsonLines.
+  std::size_t done_ = 0;
   std::size_t skipped_ = 0;
   std::size_t failed_ = 0;
   std::vector<Failure> failures_;

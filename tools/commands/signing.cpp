@@ -17,7 +17,7 @@ class LocalRun final : public SigningRun {
   bool submit(const SigningJob& job) override {
     if (!isInitialised_) initialise();
     if (initialised_.code != kSuccess) return false;
-    done_(job, outcomeOf(sign(job)));
+    done_(job, sign(job));
     return true;
   }
   Outcome finish() override { return initialised_; }
@@ -29,11 +29,14 @@ class LocalRun final : public SigningRun {
     initialised_ = ready ? Outcome{} : outcomeOf(GetErrorCode());
   }
 
-  int sign(const SigningJob& job) const {
+  Outcome sign(const SigningJob& job) const {
     const bool isFile = job.input != "-" && setup_.encoding.empty();
     const int code = isFile ? SignPkcs7File(job.input.c_str()) : signContent(job.input);
-    if (code != kSuccess) return code;
-    return writeFile(job.output, encodeSignature(GetSignedPkcs7(), setup_.form)) ? kSuccess : kOutputUnwritable;
+    if (code != kSuccess) return outcomeOf(code);
+    std::string signature = encodeSignature(GetSignedPkcs7(), setup_.form);
+    const Outcome stamped = setup_.stamper ? setup_.stamper->stamp(signature) : Outcome{};
+    if (stamped.code != kSuccess) return stamped;
+    return outcomeOf(writeFile(job.output, signature) ? kSuccess : kOutputUnwritable);
   }
 
   // signContent: of the standard input, or of a text: the library takes neither as a file.
@@ -54,12 +57,28 @@ class LocalRun final : public SigningRun {
   Outcome initialised_;
 };
 
+class FileRun final : public SigningRun {
+ public:
+  FileRun(const FileAction& action, const Done& done) : action_(action), done_(done) {}
+
+  bool submit(const SigningJob& job) override { return done_(job, action_(job)), true; }
+  Outcome finish() override { return {}; }
+
+ private:
+  const FileAction action_;
+  const Done done_;
+};
+
 }  // namespace
 
 Outcome outcomeOf(int code) { return code == kSuccess ? Outcome{} : Outcome{code, codeText(code)}; }
 
 std::unique_ptr<SigningRun> makeLocalRun(const SigningSetup& setup, const Done& done) {
   return std::make_unique<LocalRun>(setup, done);
+}
+
+std::unique_ptr<SigningRun> makeFileRun(const FileAction& action, const Done& done) {
+  return std::make_unique<FileRun>(action, done);
 }
 
 }  // namespace zepasign::tools

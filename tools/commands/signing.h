@@ -1,5 +1,6 @@
-// Signing files through the library's exported functions: the setup of a run, one file, and many files by one or more
-// processes. The library is one signer per process, so parallel signing needs several processes.
+// Signing files through the library's exported functions, and time-stamping signatures: the setup of a run, one file,
+// and many files by one or more processes. The library is one signer per process, so parallel signing needs several
+// processes.
 #ifndef ZEPASIGN_TOOLS_COMMANDS_SIGNING_H_
 #define ZEPASIGN_TOOLS_COMMANDS_SIGNING_H_
 
@@ -7,19 +8,24 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "tools/commands/outcome.h"
+#include "tools/commands/stamping.h"
 #include "tools/files/signaturefile.h"
 
 namespace zepasign::tools {
 
 // SigningSetup: what all jobs of a run have in common. `encoding` is empty or what Big5 texts are converted to before
-// they are signed; `encedPassword` goes to ZEPASignInitial.
+// they are signed; `encedPassword` goes to ZEPASignInitial. With a stamper, each signature gets a time stamp before it
+// is written; without the time stamp there is no signature.
 struct SigningSetup {
   // A run keeps a copy of the setup.
   std::string propertyFile;
   std::string encedPassword;
   std::string encoding;
   SignatureForm form = SignatureForm::kBase64;
+  std::shared_ptr<const Stamper> stamper = {};
 };
 
 // SigningJob: a file and the place of its signature; "-" stands for the standard streams. `entry` is its number in the
@@ -30,18 +36,6 @@ struct SigningJob {
   std::size_t entry = 0;
   std::size_t number = 0;
 };
-
-// Outcome: an error code, 0 for success, and what it means (UTF-8).
-struct Outcome {
-  int code = 0;
-  std::string meaning = {};
-};
-
-// kOutputUnwritable: the code of a signature that was made but could not be written.
-inline constexpr int kOutputUnwritable = 1003;
-
-// outcomeOf: a code of the library with its meaning. For 0 the meaning is empty.
-[[nodiscard]] Outcome outcomeOf(int code);
 
 // Done: receives the outcome of each job. It is called by one thread at a time, in any order of the jobs.
 using Done = std::function<void(const SigningJob& job, const Outcome& outcome)>;
@@ -65,14 +59,27 @@ class SigningRun {
   [[nodiscard]] virtual Outcome finish() = 0;
 };
 
-// makeLocalRun: in this process, each job inside `submit`. Only one such run per process.
+// makeLocalRun: signs in this process, each job inside `submit`. Only one such run per process.
 [[nodiscard]] std::unique_ptr<SigningRun> makeLocalRun(const SigningSetup& setup, const Done& done);
 
-// makeWorkerRun: by `processes` worker processes, each fed by a thread of its own. A worker is this program as
-// everybody can call it ("zepasign sign --files-from - --pairs --json-lines"), without "-" in the jobs. A worker that
-// dies costs the jobs that it had, at most kJobsPerWorker, whose outcome names it; another one takes its place.
+// FileAction: does what a job asks for.
+using FileAction = std::function<Outcome(const SigningJob& job)>;
+// makeFileRun: in this process without the library, each job inside `submit`.
+[[nodiscard]] std::unique_ptr<SigningRun> makeFileRun(const FileAction& action, const Done& done);
+
+// WorkerPlan: how worker processes are called. A worker is this program as everybody can call it, with a list of names
+// that ends with zero bytes on its standard input: a pair for each job if `isPairs`, else its input alone. Before the
+// list goes `firstLine`, unless it is empty; it may be a secret.
+struct WorkerPlan {
+  std::vector<std::string> arguments;
+  std::string firstLine = {};
+  bool isPairs = false;
+};
+
+// makeWorkerRun: by `processes` worker processes, each fed by a thread of its own, without "-" in the jobs. A worker
+// that dies costs the jobs that it had, at most kJobsPerWorker, whose outcome names it; another one takes its place.
 inline constexpr std::size_t kJobsPerWorker = 2;
-[[nodiscard]] std::unique_ptr<SigningRun> makeWorkerRun(const SigningSetup& setup, std::size_t processes,
+[[nodiscard]] std::unique_ptr<SigningRun> makeWorkerRun(const WorkerPlan& plan, std::size_t processes,
                                                         const Done& done);
 
 }  // namespace zepasign::tools

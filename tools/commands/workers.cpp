@@ -1,12 +1,12 @@
-// The worker processes of "sign --jobs". A worker is the same program with public options only. Its standard input is
-// a list of pairs, each name followed by a zero byte; before the list, the first line holds the encrypted password if
-// there is one. For each pair it answers with a line of JSON, and with the summary at the end:
+// The worker processes of "--jobs". A worker is the same program with public options only. Its standard input is a list
+// of names, each followed by a zero byte; before the list of "sign", the first line holds the encrypted password if
+// there is one. For each job it answers with a line of JSON, and with the summary at the end:
 //
-//   to the worker     [encrypted password "\n"]   input "\0" output "\0"   input "\0" output "\0" ...
+//   to the worker     [encrypted password "\n"]   input "\0" [output "\0"]   input "\0" [output "\0"] ...
 //   from the worker   {"file": ..., "output": ..., "code": 0}   ...   {"signed": 2, "skipped": 0, "failed": 0, ...}
 //
-// One thread per worker writes and reads. It keeps kJobsPerWorker pairs on their way, so that a worker finds the next
-// pair in its input when it has finished one. A queue of bounded length stands before the threads.
+// One thread per worker writes and reads. It keeps kJobsPerWorker jobs on their way, so that a worker finds the next
+// one in its input when it has finished one. A queue of bounded length stands before the threads.
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -23,27 +23,17 @@
 namespace zepasign::tools {
 namespace {
 
-std::vector<std::string> workerArguments(const SigningSetup& setup) {
-  std::vector<std::string> arguments = {"sign", "--config=" + setup.propertyFile, "--files-from=-", "--pairs",
-                                        "--json-lines"};
-  if (!setup.encedPassword.empty()) arguments.emplace_back("--enced-file=-");
-  if (!setup.encoding.empty()) arguments.push_back("--text=" + setup.encoding);
-  if (setup.form == SignatureForm::kDer) arguments.emplace_back("--der");
-  if (setup.form == SignatureForm::kPem) arguments.emplace_back("--pem");
-  return arguments;
-}
-
 // Worker: one process and the jobs that it has not answered yet.
 class Worker final {
  public:
-  explicit Worker(const SigningSetup& setup) : process_(workerArguments(setup)) {
-    if (process_.input() != nullptr && !setup.encedPassword.empty()) write(setup.encedPassword + "\n");
+  explicit Worker(const WorkerPlan& plan) : process_(plan.arguments), isPairs_(plan.isPairs) {
+    if (process_.input() != nullptr && !plan.firstLine.empty()) write(plan.firstLine + "\n");
   }
 
   void send(const SigningJob& job) {
     jobs_.push_back(job);
     if (process_.input() == nullptr) return;
-    write(job.input + '\0' + job.output + '\0');
+    write(job.input + '\0' + (isPairs_ ? job.output + '\0' : ""));
     std::fflush(process_.input());
   }
 
@@ -66,6 +56,7 @@ class Worker final {
   void write(const std::string& bytes) { std::fwrite(bytes.data(), 1, bytes.size(), process_.input()); }
 
   ChildProcess process_;
+  const bool isPairs_;
   std::deque<SigningJob> jobs_;
 };
 
@@ -75,7 +66,7 @@ Outcome outcomeIn(const Json& answer) {
 
 class WorkerRun final : public SigningRun {
  public:
-  WorkerRun(const SigningSetup& setup, std::size_t processes, const Done& done) : setup_(setup), done_(done) {
+  WorkerRun(const WorkerPlan& plan, std::size_t processes, const Done& done) : plan_(plan), done_(done) {
     const SignalsBlocked forThreads;  // a signal ends the waiting of the main thread, not that of another one
     for (std::size_t i = 0; i < processes; ++i) threads_.emplace_back([this] { work(); });
   }
@@ -112,7 +103,7 @@ class WorkerRun final : public SigningRun {
     while (true) {
       const std::size_t waiting = worker ? worker->jobs().size() : 0;
       if (waiting < kJobsPerWorker && take(job, waiting == 0)) {
-        if (!worker) worker = std::make_unique<Worker>(setup_);
+        if (!worker) worker = std::make_unique<Worker>(plan_);
         worker->send(job);
       } else if (waiting == 0) {
         return;
@@ -160,7 +151,7 @@ class WorkerRun final : public SigningRun {
     }
   }
 
-  const SigningSetup setup_;
+  const WorkerPlan plan_;
   const Done done_;
   std::vector<std::thread> threads_;
   std::mutex mutex_;  // for all below, and the calls of done_
@@ -172,8 +163,8 @@ class WorkerRun final : public SigningRun {
 
 }  // namespace
 
-std::unique_ptr<SigningRun> makeWorkerRun(const SigningSetup& setup, std::size_t processes, const Done& done) {
-  return std::make_unique<WorkerRun>(setup, processes, done);
+std::unique_ptr<SigningRun> makeWorkerRun(const WorkerPlan& plan, std::size_t processes, const Done& done) {
+  return std::make_unique<WorkerRun>(plan, processes, done);
 }
 
 }  // namespace zepasign::tools

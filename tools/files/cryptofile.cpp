@@ -4,31 +4,22 @@
 
 #include "base/base64.h"
 #include "pki/cpkcs12.h"
+#include "tools/files/dercodec.h"
 #include "tools/files/source.h"
 
 namespace zepasign::tools {
 namespace {
 
-// decode: the object that is exactly these bytes, null when they are anything else.
-template <auto FromDer, class Pointer>
-Pointer decode(const std::string& der) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
-  const unsigned char* end = bytes + der.size();
-  Pointer object(FromDer(nullptr, &bytes, static_cast<long>(der.size())));
-  if (bytes != end) object.reset();
-  return object;
-}
-
 void addDer(const std::string& der, CryptoFile& file) {
-  if (auto certificate = decode<d2i_X509, X509Ptr>(der)) {
+  if (auto certificate = fromDer<d2i_X509, X509Ptr>(der)) {
     file.certificates.push_back(std::move(certificate));
-  } else if (auto crl = decode<d2i_X509_CRL, X509CrlPtr>(der)) {
+  } else if (auto crl = fromDer<d2i_X509_CRL, X509CrlPtr>(der)) {
     file.crls.push_back(std::move(crl));
-  } else if (auto pkcs7 = decode<d2i_PKCS7, Pkcs7Ptr>(der); pkcs7 && PKCS7_type_is_signed(pkcs7.get())) {
+  } else if (auto pkcs7 = fromDer<d2i_PKCS7, Pkcs7Ptr>(der); pkcs7 && PKCS7_type_is_signed(pkcs7.get())) {
     file.pkcs7 = std::move(pkcs7);
-  } else if (auto pfx = decode<d2i_PKCS12, Pkcs12Ptr>(der)) {
+  } else if (auto pfx = fromDer<d2i_PKCS12, Pkcs12Ptr>(der)) {
     file.pfx = std::move(pfx);
-  } else if (auto request = decode<d2i_X509_REQ, X509ReqPtr>(der)) {
+  } else if (auto request = fromDer<d2i_X509_REQ, X509ReqPtr>(der)) {
     file.request = std::move(request);
   }
 }

@@ -17,6 +17,7 @@
 
 namespace zepasign::tools {
 
+using Asn1TimePtr = std::unique_ptr<ASN1_TIME, FreeWith<ASN1_TIME_free>>;
 using X509ReqPtr = std::unique_ptr<X509_REQ, FreeWith<X509_REQ_free>>;
 
 // CryptoFile: owns the objects that were decoded. A PEM file may hold several; of pkcs7, pfx and request the last one

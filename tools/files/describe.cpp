@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "pki/cpkcs12.h"
 #include "pki/cx509.h"
+#include "tools/files/timestamp.h"
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
 
@@ -81,6 +82,15 @@ Json timeText(const ASN1_TIME* time) {
   return text.data();
 }
 
+std::optional<std::time_t> timeOf(const ASN1_TIME* time) {
+  constexpr std::time_t kSecondsADay = 86'400;
+  const Asn1TimePtr epoch(ASN1_TIME_set(nullptr, 0));
+  int days = 0;
+  int seconds = 0;
+  if (time == nullptr || ASN1_TIME_diff(&days, &seconds, epoch.get(), time) != 1) return std::nullopt;
+  return days * kSecondsADay + seconds;
+}
+
 int daysUntil(const ASN1_TIME* time) {
   int days = 0;
   int seconds = 0;
@@ -152,12 +162,14 @@ Json describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates) {
   PKCS7_SIGNER_INFO_get0_algs(signer, nullptr, &digest, nullptr);
   const PKCS7_ISSUER_AND_SERIAL* id = signer->issuer_and_serial;
   X509* certificate = X509_find_by_issuer_and_serial(candidates, id->issuer, id->serial);
-  return {{"subject", certificate == nullptr ? Json() : Json(nameText(X509_get_subject_name(certificate)))},
-          {"issuer", nameText(id->issuer)},
-          {"serial", serialToText(id->serial)},
-          {"digest", algorithmText(digest)},
-          {"signingTime", timeText(signingTimeOf(signer))},
-          {"signedAttributes", attributeNames(signer)}};
+  Json described = {{"subject", certificate == nullptr ? Json() : Json(nameText(X509_get_subject_name(certificate)))},
+                    {"issuer", nameText(id->issuer)},
+                    {"serial", serialToText(id->serial)},
+                    {"digest", algorithmText(digest)},
+                    {"signingTime", timeText(signingTimeOf(signer))},
+                    {"signedAttributes", attributeNames(signer)}};
+  for (const Pkcs7Ptr& token : tokensOf(signer)) described["timeStamps"].push_back(describeToken(token.get()));
+  return described;
 }
 
 Json describePkcs7(PKCS7* pkcs7) {

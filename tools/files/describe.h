@@ -2,6 +2,10 @@
 #ifndef ZEPASIGN_TOOLS_FILES_DESCRIBE_H_
 #define ZEPASIGN_TOOLS_FILES_DESCRIBE_H_
 
+#include <ctime>
+#include <optional>
+#include <string>
+
 #include "tools/files/cryptofile.h"
 #include "tools/terminal/io.h"
 
@@ -15,6 +19,8 @@ namespace zepasign::tools {
 [[nodiscard]] Json timeText(const ASN1_TIME* time);
 // signingTimeOf: the time that the signer claims (the signed attribute signingTime), borrowed; null when there is none.
 [[nodiscard]] const ASN1_TIME* signingTimeOf(const PKCS7_SIGNER_INFO* signer);
+// timeOf: seconds since 1970 (UTC); nothing when there is no valid time.
+[[nodiscard]] std::optional<std::time_t> timeOf(const ASN1_TIME* time);
 // daysUntil: whole days from now; negative when the time has passed.
 [[nodiscard]] int daysUntil(const ASN1_TIME* time);
 
@@ -23,8 +29,8 @@ namespace zepasign::tools {
 
 [[nodiscard]] Json describeCertificate(X509* certificate);
 [[nodiscard]] Json describeCrl(X509_CRL* crl);
-// describeSigner: who signed, with which digest, and the signed attributes. The certificate is found among
-// `candidates`.
+// describeSigner: who signed, with which digest, the signed attributes, and the time stamps if there are any. The
+// certificate is found among `candidates`.
 [[nodiscard]] Json describeSigner(PKCS7_SIGNER_INFO* signer, STACK_OF(X509) * candidates);
 // describePkcs7: a signature, or a chain when nobody signed it.
 [[nodiscard]] Json describePkcs7(PKCS7* pkcs7);

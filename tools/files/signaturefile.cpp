@@ -13,6 +13,7 @@
 #include <limits>
 #include <string_view>
 
+#include "base/base64.h"
 #include "base/platform.h"
 #include "tools/files/cryptofile.h"
 #include "tools/terminal/filesystem.h"
@@ -34,6 +35,28 @@ std::string toPem(const std::string& base64Text) {
     pem.append(base64Text, at, kPemLineLength).append("\n");
   }
   return pem.append(kPemEnd);
+}
+
+std::string toBase64(const std::string& der) {
+  std::string text(base64::encodedLength(der.size()), '\0');
+  base64::Encoder encoder(text.data());
+  encoder.add({reinterpret_cast<const unsigned char*>(der.data()), der.size()});
+  encoder.finish();
+  return text;
+}
+
+// inLinesLike: the text in lines as long as the first one of `model`, each with the end that it has. A model of one
+// line gives one line.
+std::string inLinesLike(const std::string& model, const std::string& text) {
+  const std::size_t end = model.find('\n');
+  if (end == std::string::npos) return text;
+  const bool hasReturn = end > 0 && model[end - 1] == '\r';
+  const std::size_t length = end + 1 == model.size() ? text.size() : end - (hasReturn ? 1 : 0);
+  std::string lines;
+  for (std::size_t at = 0; length > 0 && at < text.size(); at += length) {
+    lines.append(text, at, length).append(hasReturn ? "\r\n" : "\n");
+  }
+  return lines;
 }
 
 // derSize: of the whole structure that begins like this; 0 when it is no signature.
@@ -72,9 +95,12 @@ bool hasSignatureName(const std::string& path) {
   const std::size_t temp = path.rfind(kTempSuffix);
   const bool isTemp =
       temp != std::string::npos && path.find_first_not_of("0123456789", temp + kTempSuffix.size()) == std::string::npos;
-  const std::string_view name = std::string_view(path).substr(0, isTemp ? temp : path.size());
+  return isSignatureName(path.substr(0, isTemp ? temp : path.size()));
+}
+
+bool isSignatureName(const std::string& path) {
   for (const SignatureForm form : {SignatureForm::kBase64, SignatureForm::kDer, SignatureForm::kPem}) {
-    if (name.ends_with(signatureExtension(form))) return true;
+    if (path.ends_with(signatureExtension(form))) return true;
   }
   return false;
 }
@@ -82,6 +108,16 @@ bool hasSignatureName(const std::string& path) {
 std::string encodeSignature(const std::string& base64Text, SignatureForm form) {
   if (form == SignatureForm::kDer) return fromBase64(base64Text);
   return form == SignatureForm::kPem ? toPem(base64Text) : base64Text + "\n";
+}
+
+std::string withDer(const std::string& file, const std::string& der) {
+  constexpr char kDerSequence = 0x30;
+  if (file.starts_with(kDerSequence)) return der;
+  const std::size_t boundary = file.find("-----BEGIN ");
+  const std::size_t from = boundary == std::string::npos ? 0 : file.find('\n', boundary) + 1;
+  const std::size_t to = boundary == std::string::npos ? file.size() : file.find("-----END ", from);
+  if (to == std::string::npos) return {};
+  return file.substr(0, from) + inLinesLike(file.substr(from, to - from), toBase64(der)) + file.substr(to);
 }
 
 bool isSignatureFile(const std::string& path, SignatureForm form) {
