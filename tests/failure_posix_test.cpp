@@ -136,12 +136,14 @@ TEST_F(Failures, OfFileOperations) {
   const std::set<int> codes = {1102, 1202, 5002};
   for (const bool lasting : {false, true}) {
     sweep(Fault::file, codes, {}, initialising("one-chain"), expected_, 1, lasting);
-    sweep(Fault::stream, {5002}, {}, initialising("app.properties"), expected_, 1, lasting);
   }
 }
 
 TEST_F(Failures, OfAllocationsDuringInitialisation) {
   const long step = stepOf(101);
+  for (const bool lasting : {false, true}) {
+    sweep(Fault::stream, {5002}, {}, initialising("app.properties"), expected_, 1, lasting);
+  }
   sweep(Fault::memory, {5002}, {5208}, initialising("app.properties"), expected_, step);
   sweep(Fault::memory, {5002}, {5208}, initialising("app.properties"), expected_, 7 * step, true);
   sweep(Fault::memory, {5002}, {5005, 5208}, initialising("stored"), expected_, step);

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <iconv.h>
 #include <malloc.h>
 #include <openssl/bio.h>
 #include <sys/stat.h>
@@ -114,6 +115,7 @@ FAILING(file, DIR*, opendir, (const char* path), (path), nullptr, EMFILE)
 FAILING(file, FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr, ENOMEM)
 FAILING(file, std::size_t, fread, (void* to, std::size_t size, std::size_t count, FILE* file), (to, size, count, file), 0, EIO)
 FAILING(file, int, close, (int file), (file), (real(file), -1), EIO)
+FAILING(stream, iconv_t, iconv_open, (const char* to, const char* from), (to, from), reinterpret_cast<iconv_t>(-1), ENOMEM)
 FAILING(stream, BIO*, BIO_new_fp, (FILE* file, int flags), (file, flags), nullptr, ENOMEM)
 // clang-format on
 }

@@ -8,7 +8,8 @@
 
 namespace zepasign::testing {
 
-// Fault: what fails: an allocation, an operation on a file, or BIO_new_fp, libcrypto's stream over a file.
+// Fault: what fails: an allocation, an operation on a file, or what opens a stream: BIO_new_fp, libcrypto's over a
+// file, and iconv_open, both for lack of memory.
 enum class Fault { memory, file, stream };
 
 // failAt: the n-th call of that kind from now on fails, and with `lasting` all later ones too; 0: none.
