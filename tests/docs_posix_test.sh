@@ -7,7 +7,7 @@
 set -euo pipefail
 source=$(realpath "$1")
 PATH=$(realpath "$2"):$PATH
-export LC_ALL=C.UTF-8
+export LC_ALL=C.UTF-8 no_proxy=127.0.0.1
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -25,6 +25,7 @@ runBlocks() (
   exec 3>&2 # a failing block takes its redirections into the trap
   trap '[ $? = 0 ] || { echo "$page fails:"; cat "$block"; echo "The last output:"; cat "$output"; } >&3' EXIT
   mkdir "$1/work" && cd "$1/work"
+  cp "$scratch/authority/ca.pem" tsa.pem
   for block in "$1"/*.*; do
     case $block in
       *.sh)
@@ -37,7 +38,25 @@ runBlocks() (
   done
 )
 
+# startAuthority FOLDER: a time-stamping authority for docs/proof.md, until this script ends. Sets tsa, its address;
+# FOLDER/ca.pem is its CA's certificate.
+startAuthority() {
+  mkdir "$1" && cd "$1"
+  # shellcheck source=/dev/null
+  source "$source/scripts/certificate.sh"
+  certificate ca 'basicConstraints=critical,CA:true\nkeyUsage=critical,keyCertSign,cRLSign'
+  certificate tsa 'extendedKeyUsage=critical,timeStamping' -CA ca.pem -CAkey ca.key
+  certificate server 'subjectAltName=IP:127.0.0.1' -CA ca.pem -CAkey ca.key
+  mv tsa.pem tsa.crt
+  mv server.pem server.crt
+  exec {authority}> >(exec python3 "$source/tests/support/authority.py" .)
+  for _ in $(seq 300); do [ -e urls ] || sleep 0.1; done
+  tsa=$(head -n 1 urls)/good
+  cd "$source"
+}
+
 cd "$source"
+startAuthority "$scratch/authority"
 for page in README*.md CONTRIBUTING.md SECURITY.md docs/*.md; do
   folder=$scratch/$(basename "$page")
   mkdir "$folder"
