@@ -6,8 +6,9 @@ cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh clang cmake dpkg-dev file g++ libclang-rt-14-dev libgtest-dev libssl-dev llvm ninja-build openssl \
   libcli11-dev nlohmann-json3-dev parallel pkgconf
-# Programs of other makers, which verify the signatures and make files that the library loads; and the source of a locale.
-scripts/install-deps.sh gnutls-bin gpg-agent gpgsm libnss3-tools locales
+# Programs of other makers, which verify the signatures and make files that the library loads; the source of a locale; and
+# what the commands of the manual use.
+scripts/install-deps.sh curl gnutls-bin gpg-agent gpgsm libnss3-tools locales
 # What the examples run on. Node.js is used only where it is: Debian's npm would bring hundreds of packages.
 scripts/install-deps.sh default-jdk-headless libjna-java libmono-i18n-cjk4.0-cil mono-mcs mono-runtime python3 \
   python3-cryptography
