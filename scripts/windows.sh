@@ -13,9 +13,17 @@ quietly() {
   output=$("$@" 2>&1) || { printf '%s\n' "$output" | tail -n 40 >&2; return 1; }
 }
 
+# requireRoot: the x86 tests are never left out, so it fails before anything is built where they could not run.
+requireRoot() {
+  unshare --mount --pid --fork --mount-proc true 2>/dev/null && return
+  echo "windows.sh: the x86 DLL is tested in an i386 root, which needs root and the right to mount /proc in it" >&2
+  exit 1
+}
+
 # build PROCESSOR MACHINE: MACHINE is the processor's name for the import library of Microsoft's linker.
 build() {
   local library=build/windows-$1/api/ZEPASignDLL
+  export ZEPASIGN_WINDOWS_LIBRARIES=$libraries/$1
   quietly cmake --fresh --preset "windows-$1"
   quietly cmake --build --preset "windows-$1"
   llvm-dlltool -m "$2" -d "api/exports-$1.def" -l "$library.lib"
@@ -37,7 +45,6 @@ testX64() (
 # testX86: in the i386 root, where the build folder lies under its own path, since the tests know it by that.
 testX86() {
   local folder=$PWD/build/windows-i686
-  scripts/clean-root.sh i386 "$work/i386" cmake locales wine32
   mkdir -p "$work/i386/$folder" "$work/i386/wine"
   cp -r build/windows-i686/{CTestTestfile.cmake,api,tests,tools} "$work/i386/$folder/"
   quietly scripts/windows-x86-root.sh "$work/i386" localedef -i zh_TW -f UTF-8 zh_TW.UTF-8
@@ -45,11 +52,17 @@ testX86() {
     ctest --test-dir '$folder' --no-tests=error --output-on-failure -j$(nproc)"
 }
 
-scripts/install-deps.sh clang cmake g++ lld llvm locales ninja-build openssl util-linux wine64
+requireRoot
+scripts/install-deps.sh clang cmake debootstrap g++ lld llvm locales ninja-build openssl util-linux wine64
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'wait; rm -rf "$work"' EXIT
+scripts/clean-root.sh i386 "$work/i386" cmake locales wine32 &  # mostly downloads, while the libraries are built
+root=$!
 libraries=$(scripts/windows-libraries.sh)
-ZEPASIGN_WINDOWS_LIBRARIES=$libraries/x86_64 build x86_64 i386:x86-64
-ZEPASIGN_WINDOWS_LIBRARIES=$libraries/i686 build i686 i386
+build x86_64 i386:x86-64 &
+other=$!
+build i686 i386
+wait "$other"
+wait "$root"
 testX86
 testX64

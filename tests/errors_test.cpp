@@ -12,7 +12,7 @@ TEST(Errors, EveryRowIsFoundAndTheOddOnesKeepTheirWording) {
                       "錯誤碼未定義(5009)錯誤碼未定義(5204)錯誤碼未定義(5208)"));
   int rows = 0;
   for (int code = -10; code < 26000; ++code) {
-    const std::string message = errorCodeToMessage(code), ending = std::string("(") + std::to_string(code) + ")";
+    const std::string message = errorCodeToMessage(code), ending = std::string("(").append(std::to_string(code)) + ")";
     cBytes utf16;
     EXPECT_TRUE(message.ends_with(ending)) << code;
     EXPECT_TRUE(convertUniCodeStringToAny(message.c_str(), "UTF-16LE", &utf16)) << code;
