@@ -22,6 +22,7 @@ struct Message {
 
 // kMessages: the whole list, known at compile time.
 inline constexpr Message kMessages[] = {
+#include "tools/terminal/labels.inc"
 #include "tools/terminal/messages.inc"
 };
 
@@ -43,7 +44,7 @@ void useChinese(bool chinese);
 [[nodiscard]] std::string codeText(int code);
 
 // labelText: the readable form of a name in camelCase, such as stands in JSON. In Chinese it is the translation in
-// messages.inc; without one, and in English, the words with blanks between them ("notBefore": "not before").
+// labels.inc; without one, and in English, the words with blanks between them ("notBefore": "not before").
 [[nodiscard]] std::string labelText(std::string_view name);
 
 }  // namespace zepasign::tools
