@@ -80,7 +80,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         elif how == "cut":
             self.answer(reply(query)[:-100])
         elif how == "damaged":
-            self.answer(reply(query)[:-1] + b"\0")
+            good = reply(query)
+            self.answer(good[:-1] + bytes([good[-1] ^ 1]))
         elif how == "garbage":
             self.answer(b"0\x03abc")
         elif how == "page":
