@@ -1,6 +1,7 @@
 // A file may hold several certificates of one name: a renewed root, or the certificates that link an old and a new
-// root. libcrypto takes the first that fits by name for the issuer, so self-signed certificates come first into the
-// store, and each of them is verified as its own trust anchor.
+// root. libcrypto takes the first that fits by name for the issuer, so self-signed certificates are the first of the
+// trusted ones, and each of them is verified as its own trust anchor. The trusted certificates are given as a stack: a
+// store sorts its own by name with qsort, which leaves those of one name in any order on Windows.
 #include "pki/ccertchainentry.h"
 
 #include <algorithm>
@@ -18,25 +19,28 @@ namespace {
 // another key of the same name signed, such as those that link the old and the new key of a renewed root.
 bool signedItself(X509* certificate) { return X509_self_signed(certificate, 1) == 1; }
 
-// fill: adds them all, to be trusted; the self-signed ones first. Throws std::bad_alloc.
-void fill(X509_STORE* store, const STACK_OF(X509) * certificates) {
+// selfSignedFirst: all of them, borrowed, to be trusted. Throws std::bad_alloc.
+X509StackPtr selfSignedFirst(const STACK_OF(X509) * certificates) {
+  X509StackPtr trusted(sk_X509_new_null());
   for (const bool selfSigned : {true, false}) {
     for (int i = 0; i < sk_X509_num(certificates); ++i) {
       X509* certificate = sk_X509_value(certificates, i);
       if (signedItself(certificate) != selfSigned) continue;
-      if (X509_STORE_add_cert(store, certificate) != 1) throw std::bad_alloc();
+      if (sk_X509_push(trusted.get(), certificate) < 1) throw std::bad_alloc();
     }
   }
+  return trusted;
 }
 
-// verify: the X509_V code of a certificate against the store. Throws std::bad_alloc.
-int verify(X509_STORE* store, X509* certificate) {
+// verify: the X509_V code of a certificate against the trusted ones. Throws std::bad_alloc.
+int verify(X509_STORE* store, STACK_OF(X509) * trusted, X509* certificate) {
   const ErrorScope errors;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
   if (!context || X509_STORE_CTX_init(context.get(), store, certificate, nullptr) != 1) {
     logText(kError, "初始化失敗(X509_STORE_CTX_init)!"_big5);
     throw std::bad_alloc();
   }
+  X509_STORE_CTX_set0_trusted_stack(context.get(), trusted);
   if (signedItself(certificate)) X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);
   if (X509_verify_cert(context.get()) == 1) return X509_V_OK;
   const int code = X509_STORE_CTX_get_error(context.get());
@@ -79,7 +83,7 @@ void cCertChainEntry::newStore() {
     logText(kError, "初始化失敗(X509_STORE_new)!"_big5);
     throw std::bad_alloc();
   }
-  fill(store_.get(), certificates());
+  trusted_ = selfSignedFirst(certificates());
 }
 
 bool cCertChainEntry::verifyAll() {
@@ -135,7 +139,7 @@ void cCertChainEntry::logCertificate(const cX509& certificate, Kind kind) {
 }
 
 int cCertChainEntry::verifyAuthority(std::unique_ptr<cX509> certificate) {
-  const int code = verify(store_.get(), certificate->get0());
+  const int code = verify(store_.get(), trusted_.get(), certificate->get0());
   if (code != X509_V_OK) {
     logErrorValue("\t|\t|--- 驗章失敗, 原因"_big5, X509_verify_cert_error_string(code));
     return code;
@@ -163,13 +167,13 @@ bool cCertChainEntry::mayBeValid() const {
 // stays wrong without a reported error, so that the chain would be lost until the process ends. A copy decodes again.
 bool cCertChainEntry::freshCopyVerifies() const {
   const Pkcs7Ptr copy(PKCS7_dup(pkcs7_.get()));
-  const X509StorePtr store(X509_STORE_new());
-  if (!copy || !store) throw std::bad_alloc();
+  if (!copy) throw std::bad_alloc();
   const STACK_OF(X509)* fresh = copy->d.sign->cert;
-  fill(store.get(), fresh);
+  const X509StackPtr trusted = selfSignedFirst(fresh);
   for (int i = 0; i < sk_X509_num(fresh); ++i) {
     X509* certificate = sk_X509_value(fresh, i);
-    if (kindOf(cX509(certificate)) != Kind::kEndEntity && verify(store.get(), certificate) != X509_V_OK) return false;
+    if (kindOf(cX509(certificate)) == Kind::kEndEntity) continue;
+    if (verify(store_.get(), trusted.get(), certificate) != X509_V_OK) return false;
   }
   return true;
 }
@@ -183,7 +187,7 @@ int cCertChainEntry::verifyCert(X509* certificate) const {
     const cX509 subject(certificate);
     logDebugValue("驗章 Subject"_big5, subject.getSubjectOneLine());
     if (isIssuerKnown(subject)) {
-      result = verify(store_.get(), certificate);
+      result = verify(store_.get(), trusted_.get(), certificate);
     } else {
       logText(kError, "不在同一個憑證鏈!"_big5);
     }

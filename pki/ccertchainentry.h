@@ -78,7 +78,7 @@ class cCertChainEntry {
  private:
   // certificates: all of the file, borrowed from pkcs7_.
   [[nodiscard]] STACK_OF(X509) * certificates() const noexcept;
-  // newStore: makes store_ from all certificates of the file. Throws std::bad_alloc.
+  // newStore: makes store_ and trusted_. Throws std::bad_alloc.
   void newStore();
   // verifyAll: fills members_ and authorities_; true when the file has a root and every root and CA verified. The last
   // end entity is verified for the log only.
@@ -100,6 +100,7 @@ class cCertChainEntry {
   std::string title_;
   Pkcs7Ptr pkcs7_;
   X509StorePtr store_;
+  X509StackPtr trusted_;  // of pkcs7_, all its certificates
   std::vector<Member> members_;
   std::set<std::string> subjects_;
   std::map<std::string, Authority> authorities_;
