@@ -25,9 +25,9 @@ bool cAesCipher::setKey(const unsigned char* key, const unsigned char* iv) {
   key_.clear();
   iv_.clear();
   if (key == nullptr) return false;
-  key_.set(key, kKeySize);
   iv_.allocate(kKeySize);
   if (iv != nullptr) std::memcpy(iv_.data(), iv, kKeySize);
+  key_.set(key, kKeySize);  // last: `run` asks only whether there is a key
   return true;
 }
 

@@ -115,10 +115,13 @@ void cCryptoContext::make() {
   if (!context) throw std::bad_alloc();
   ProviderPtr defaultProvider(OSSL_PROVIDER_load(context.get(), "default"));
   ProviderPtr legacyProvider(OSSL_PROVIDER_load(context.get(), "legacy"));
+  // Once more, since not every lack of memory is reported, and the context stays as it is until the process ends.
+  if (!legacyProvider) legacyProvider.reset(OSSL_PROVIDER_load(context.get(), "legacy"));
   fetchAll(context.get());
   DigestPtr sha1(EVP_MD_fetch(context.get(), kSha1, nullptr));
   DigestPtr sha256(EVP_MD_fetch(context.get(), kSha256, nullptr));
   errors.throwIfOutOfMemory();
+  if (!defaultProvider || !sha1 || !sha256) throw std::bad_alloc();  // they are built in
   context_ = std::move(context);
   defaultProvider_ = std::move(defaultProvider);
   legacyProvider_ = std::move(legacyProvider);
