@@ -76,6 +76,8 @@ bool cPkcs12::unpack(const char* pfxPasswd) {
   content.privateKey.reset(key);
   content.certificate.reset(certificate);
   if (!content.privateKey || !content.certificate) return false;
+  // The size is read once, with the key, and an allocation failure in that passed over: the key would never sign.
+  if (EVP_PKEY_get_size(content.privateKey.get()) <= 0) throw std::bad_alloc();
   content_ = std::move(content);
   return true;
 }

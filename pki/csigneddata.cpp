@@ -154,7 +154,8 @@ bool cSignedData::signDigest(Bytes digest, der::Buffer& signature) const {
   const EvpPkeyCtxPtr context(EVP_PKEY_CTX_dup(keyContext_.get()));
   signature.resize(static_cast<std::size_t>(EVP_PKEY_get_size(options_.key)));
   std::size_t length = signature.size();
-  if (!context || digest.empty() ||
+  // Without an area EVP_PKEY_sign only tells how long the signature would be.
+  if (!context || digest.empty() || signature.empty() ||
       EVP_PKEY_sign(context.get(), signature.data(), &length, digest.data(), digest.size()) != 1) {
     return false;
   }

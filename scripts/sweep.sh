@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # sweep.sh [STEP]: makes every memory allocation (or every STEP-th) of each kind of call fail once, and then all from
-# there on. Takes some minutes on an idle processor; CTest takes larger steps.
+# there on. Takes a quarter of an hour on an idle processor; CTest takes larger steps.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
