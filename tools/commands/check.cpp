@@ -63,8 +63,8 @@ Trial tryLibrary(const std::string& propertyFile, const std::string& enced, cons
   return trial;
 }
 
-// whyUnreadable: of a property file that the library cannot read.
-const FindingKind& whyUnreadable(const std::string& path) {
+// whyFileUnreadable: of a property file that the library cannot read.
+const FindingKind& whyFileUnreadable(const std::string& path) {
   switch (fileAccess(path)) {
     case FileAccess::kMissing:
       return "property-file-missing"_finding;
@@ -153,7 +153,7 @@ int runCheck(const CheckOptions& options) {
   if (isRead) {
     explain({path, bytes, properties, settings, enced, static_cast<int>(options.warnDays)}, trial, isLoaded, findings);
   } else {
-    findings.addAtLine(0, whyUnreadable(path), "", {fromTerminal(path)});
+    findings.addAtLine(0, whyFileUnreadable(path), "", {fromTerminal(path)});
   }
   printReport(fromTerminal(path), trial, findings.list(), options.common.json);
   return exitCodeOf(trial, findings, options.strict);

@@ -26,8 +26,8 @@ std::vector<std::string> split(const std::string& text, const std::string& mark)
   return parts;
 }
 
-// whyUnreadable: what to say of a PFX for which the library gives 1102.
-const FindingKind& whyUnreadable(const std::string& path) {
+// whyPfxUnreadable: what to say of a PFX for which the library gives 1102.
+const FindingKind& whyPfxUnreadable(const std::string& path) {
   switch (fileAccess(path)) {
     case FileAccess::kMissing:
       return "pfx-missing"_finding;
@@ -133,7 +133,7 @@ void ConfigCheck::examinePfx(const std::string& password, bool hasPassword) {
   const int code = credential_.loadPfxFile(value(keys::kPfxPath).c_str(), value(keys::kPfxFile).c_str(),
                                            hasPassword ? password.c_str() : "?");
   if (code == kPfxFileUnreadable) {
-    const FindingKind& kind = whyUnreadable(path);
+    const FindingKind& kind = whyPfxUnreadable(path);
     const std::vector<std::string> missing = missingParts(path);
     add(kind, keys::kPfxFile, {toUtf8(missing.empty() ? path : missing.front())});
   } else if (code != kSuccess && hasPassword) {

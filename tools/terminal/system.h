@@ -84,7 +84,7 @@ class ChildProcess final {
   std::FILE* input_ = nullptr;
   std::FILE* output_ = nullptr;
   std::uint64_t id_ = 0;
-  std::intptr_t handle_ = 0;  // Windows only
+  std::intptr_t handle_ = 0;  // what is waited for: on Windows a handle, elsewhere the process number
 };
 
 }  // namespace zepasign::tools

@@ -160,6 +160,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   const SpawnAttributes attributes;
   if (posix_spawn(&pid, "/proc/self/exe", actions.get(), attributes.get(), pointers.data(), environ) == 0) {
     id_ = static_cast<std::uint64_t>(pid);
+    handle_ = pid;
     input_ = fdopen(in[1], "wb");
     output_ = fdopen(out[0], "rb");
   } else {
@@ -173,7 +174,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
 ChildProcess::~ChildProcess() {
   if (input_ != nullptr) std::fclose(input_);
   if (output_ != nullptr) std::fclose(output_);
-  if (id_ != 0) waitpid(static_cast<pid_t>(id_), nullptr, 0);
+  if (id_ != 0) waitpid(static_cast<pid_t>(handle_), nullptr, 0);
 }
 
 }  // namespace zepasign::tools
