@@ -52,7 +52,7 @@ std::size_t Batch::processes() const {
 }
 
 std::string Batch::refusalOf(const SigningJob& job) {
-  if (options_.style() != SignReport::Style::kText && isStandardOutput(job.output)) {
+  if (options_.style() != BatchReport::Style::kText && isStandardOutput(job.output)) {
     return tr("--json and a signature cannot both go to the standard output"_m);
   }
   return refusal(job);

@@ -9,9 +9,9 @@
 #include <memory>
 #include <string>
 
+#include "tools/commands/batch_jobs.h"
+#include "tools/commands/batch_report.h"
 #include "tools/commands/options.h"
-#include "tools/commands/sign_jobs.h"
-#include "tools/commands/sign_report.h"
 #include "tools/commands/signing.h"
 
 namespace zepasign::tools {
@@ -23,9 +23,9 @@ struct BatchOptions : JobOptions {
   bool resume = false;
   unsigned jobs = 1;
 
-  [[nodiscard]] SignReport::Style style() const {
-    if (jsonLines) return SignReport::Style::kJsonLines;
-    return json ? SignReport::Style::kJson : SignReport::Style::kText;
+  [[nodiscard]] BatchReport::Style style() const {
+    if (jsonLines) return BatchReport::Style::kJsonLines;
+    return json ? BatchReport::Style::kJson : BatchReport::Style::kText;
   }
 };
 
@@ -68,7 +68,7 @@ class Batch {
 
   const BatchOptions& options_;
   const std::string subject_;
-  SignReport report_;
+  BatchReport report_;
   std::unique_ptr<SigningRun> run_;
   std::size_t found_ = 0;
 };

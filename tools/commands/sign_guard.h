@@ -11,7 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "tools/commands/sign_jobs.h"
+#include "tools/commands/batch_jobs.h"
 #include "tools/files/propertyfile.h"
 #include "tools/terminal/filesystem.h"
 #include "tools/terminal/messages.h"

@@ -4,8 +4,8 @@
 
 #include "base/errors.h"
 #include "base/platform.h"
+#include "tools/commands/batch_jobs.h"
 #include "tools/commands/command_line.h"
-#include "tools/commands/sign_jobs.h"
 #include "tools/commands/trust_files.h"
 #include "tools/files/describe.h"
 #include "tools/files/paths.h"

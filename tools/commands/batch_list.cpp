@@ -1,4 +1,4 @@
-#include "tools/commands/sign_list.h"
+#include "tools/commands/batch_list.h"
 
 namespace zepasign::tools {
 

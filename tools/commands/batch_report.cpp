@@ -1,4 +1,4 @@
-#include "tools/commands/sign_report.h"
+#include "tools/commands/batch_report.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -28,7 +28,7 @@ void printJsonLine(const Json& object) {
 
 }  // namespace
 
-void SignReport::addOutcome(const SigningJob& job, const Outcome& outcome) {
+void BatchReport::addOutcome(const SigningJob& job, const Outcome& outcome) {
   const std::lock_guard lock(mutex_);
   const bool good = outcome.code == kSuccess;
   ++(good ? done_ : failed_);
@@ -42,14 +42,14 @@ void SignReport::addOutcome(const SigningJob& job, const Outcome& outcome) {
   }
 }
 
-void SignReport::addSkipped(const SigningJob& job) {
+void BatchReport::addSkipped(const SigningJob& job) {
   const std::lock_guard lock(mutex_);
   ++skipped_;
   progress_.show(done_ + skipped_ + failed_);
   if (style_ == Style::kJsonLines) printJsonLine({{"file", fromTerminal(job.input)}, {"skipped", true}});
 }
 
-void SignReport::print(const std::string& propertyFile, const Outcome& initialised, bool isInterrupted) {
+void BatchReport::print(const std::string& propertyFile, const Outcome& initialised, bool isInterrupted) {
   const std::lock_guard lock(mutex_);
   progress_.erase();
   // Workers finish in any order; with one process this is the order of the jobs already.
@@ -60,7 +60,7 @@ void SignReport::print(const std::string& propertyFile, const Outcome& initialis
   style_ == Style::kJson ? printListing(object, true) : printJsonLine(object);
 }
 
-Json SignReport::summary(const Outcome& initialised, const std::string& propertyFile, bool isInterrupted) const {
+Json BatchReport::summary(const Outcome& initialised, const std::string& propertyFile, bool isInterrupted) const {
   Json failures = Json::array();
   for (const Failure& each : failures_) failures.push_back(failureJson(each.job, each.outcome));
   if (initialised.code != kSuccess) failures.push_back(failureJson({propertyFile, ""}, initialised));
@@ -69,7 +69,7 @@ Json SignReport::summary(const Outcome& initialised, const std::string& property
   return object;
 }
 
-void SignReport::printText(const Outcome& initialised, const std::string& propertyFile, bool isInterrupted) const {
+void BatchReport::printText(const Outcome& initialised, const std::string& propertyFile, bool isInterrupted) const {
   for (const Failure& each : failures_) printError(failureText(each.job, each.outcome));
   if (initialised.code != kSuccess) {
     printError(failureText({propertyFile, ""}, initialised));

@@ -3,8 +3,8 @@
 // Names end with a zero byte if the list holds one, else with the end of the line ("\n" or "\r\n"). Only the beginning
 // of the list is looked at to find out: a path of the system has less than kPathBound bytes, so that the first name of
 // a list with zero bytes ends before. The names are read one by one as they come; none is kept.
-#ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_LIST_H_
-#define ZEPASIGN_TOOLS_COMMANDS_SIGN_LIST_H_
+#ifndef ZEPASIGN_TOOLS_COMMANDS_BATCH_LIST_H_
+#define ZEPASIGN_TOOLS_COMMANDS_BATCH_LIST_H_
 
 #include <cstddef>
 #include <cstdio>
@@ -42,4 +42,4 @@ class NameList final {
 
 }  // namespace zepasign::tools
 
-#endif  // ZEPASIGN_TOOLS_COMMANDS_SIGN_LIST_H_
+#endif  // ZEPASIGN_TOOLS_COMMANDS_BATCH_LIST_H_

@@ -1,7 +1,7 @@
-// SignReport: counts the outcomes of a run and tells the user: a progress bar, lines of JSON as they come, and the
+// BatchReport: counts the outcomes of a run and tells the user: a progress bar, lines of JSON as they come, and the
 // summary at the end. Only what failed is kept. Any thread may call it.
-#ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_REPORT_H_
-#define ZEPASIGN_TOOLS_COMMANDS_SIGN_REPORT_H_
+#ifndef ZEPASIGN_TOOLS_COMMANDS_BATCH_REPORT_H_
+#define ZEPASIGN_TOOLS_COMMANDS_BATCH_REPORT_H_
 
 #include <cstddef>
 #include <mutex>
@@ -21,14 +21,14 @@ struct ReportWords {
   Message interruption;
 };
 
-class SignReport final {
+class BatchReport final {
  public:
   // Style: text on the standard error, one JSON object at the end, or a JSON object per line: one for each job as soon
   // as it is done, and the summary as the last. The texts of all styles are UTF-8; JSON is written in ASCII.
   enum class Style { kText, kJson, kJsonLines };
 
-  // SignReport: `total` is the number of files, 0 when it is not known.
-  SignReport(Style style, const ReportWords& words, std::size_t total)
+  // BatchReport: `total` is the number of files, 0 when it is not known.
+  BatchReport(Style style, const ReportWords& words, std::size_t total)
       : style_(style), words_(words), progress_(total, style != Style::kJsonLines) {}
 
   // addOutcome: counts a job that was done or has failed. With kJsonLines its line is printed at once; otherwise a
@@ -73,4 +73,4 @@ class SignReport final {
 
 }  // namespace zepasign::tools
 
-#endif  // ZEPASIGN_TOOLS_COMMANDS_SIGN_REPORT_H_
+#endif  // ZEPASIGN_TOOLS_COMMANDS_BATCH_REPORT_H_

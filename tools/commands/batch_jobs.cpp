@@ -1,11 +1,11 @@
-#include "tools/commands/sign_jobs.h"
+#include "tools/commands/batch_jobs.h"
 
 #include <algorithm>
 #include <cerrno>
 
 #include "base/errors.h"
 #include "base/platform.h"
-#include "tools/commands/sign_list.h"
+#include "tools/commands/batch_list.h"
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/filesystem.h"
 #include "tools/terminal/io.h"

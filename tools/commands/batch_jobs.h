@@ -1,8 +1,8 @@
-// What "zepasign sign" is to sign, and "stamp" to stamp, from the files, directories and lists that the user names,
-// found one by one: neither the names nor the jobs are kept, except the sorted names of the directories that are being
-// searched.
-#ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_JOBS_H_
-#define ZEPASIGN_TOOLS_COMMANDS_SIGN_JOBS_H_
+// What "zepasign sign" is to sign, "stamp" to stamp and "verify" to verify, from the files, directories and lists that
+// the user names, found one by one: neither the names nor the jobs are kept, except the sorted names of the directories
+// that are being searched.
+#ifndef ZEPASIGN_TOOLS_COMMANDS_BATCH_JOBS_H_
+#define ZEPASIGN_TOOLS_COMMANDS_BATCH_JOBS_H_
 
 #include <functional>
 #include <string>
@@ -41,4 +41,4 @@ using JobVisitor = std::function<bool(const SigningJob& job, const Outcome& prob
 
 }  // namespace zepasign::tools
 
-#endif  // ZEPASIGN_TOOLS_COMMANDS_SIGN_JOBS_H_
+#endif  // ZEPASIGN_TOOLS_COMMANDS_BATCH_JOBS_H_
