@@ -4,16 +4,13 @@
 #include <unistd.h>
 
 #include <functional>
-#include <nlohmann/json.hpp>
 
 #include "pki/cx509.h"
-#include "tests/support/command.h"
 #include "tests/support/pki.h"
+#include "tests/support/tool_test.h"
 
 namespace zepasign::testing {
 namespace {
-
-using Json = nlohmann::json;
 
 // Configuration: one without a mistake.
 struct Configuration : Fixture {
