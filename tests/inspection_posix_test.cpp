@@ -75,6 +75,7 @@ TEST_F(InspectionTest, ShowNamesWhatAFileIs) {
   EXPECT_EQ("request", json("show csr.pem")[0]["kind"]);
   EXPECT_EQ("CN = Chen", json("show csr.pem")[0]["subject"]);
   EXPECT_EQ("zepasign: key.pem: not a kind of file that zepasign knows\n", run("show key.pem").output);
+  EXPECT_TRUE(run("show demo/ca.pem key.pem").output.ends_with("that zepasign knows\n")) << "lines come in their order";
   EXPECT_EQ(1, run("show /dev/zero", "LC_ALL=C timeout 200").exitCode);
   folder_.write("x" + big5("憑證") + ".txt", "A = 1\n");
   EXPECT_EQ("x憑證.txt", json("show x*.txt")[0]["file"]);

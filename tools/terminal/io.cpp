@@ -140,7 +140,9 @@ void printListing(const Json& tree, bool asJson) {
   }
 }
 
+// The standard output goes first: where both are one, the line must not come early or inside a character.
 void printError(const std::string& utf8) {
+  static_cast<void>(flushOutput());
   const std::string line = shownText("zepasign: " + utf8) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
