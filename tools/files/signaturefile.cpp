@@ -9,6 +9,7 @@
 
 #include <openssl/asn1.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <string_view>
@@ -45,18 +46,17 @@ std::string toBase64(const std::string& der) {
   return text;
 }
 
-// inLinesLike: the text in lines as long as the first one of `model`, each with the end that it has. A model of one
-// line gives one line.
+// inLinesLike: the text in lines as long as the first one of `model`, with its line ends and the white space around it.
 std::string inLinesLike(const std::string& model, const std::string& text) {
-  const std::size_t end = model.find('\n');
-  if (end == std::string::npos) return text;
-  const bool hasReturn = end > 0 && model[end - 1] == '\r';
-  const std::size_t length = end + 1 == model.size() ? text.size() : end - (hasReturn ? 1 : 0);
-  std::string lines;
-  for (std::size_t at = 0; length > 0 && at < text.size(); at += length) {
-    lines.append(text, at, length).append(hasReturn ? "\r\n" : "\n");
-  }
-  return lines;
+  constexpr const char* kWhiteSpace = " \t\r\n";
+  const std::size_t from = std::min(model.find_first_not_of(kWhiteSpace), model.size());
+  const std::size_t to = model.find_last_not_of(kWhiteSpace) + 1;
+  const std::size_t end = std::min(model.find_first_of("\r\n", from), to);
+  const std::size_t width = end < to ? end - from : text.size();
+  const std::string lineEnd = end < to && model[end] == '\r' ? "\r\n" : "\n";
+  std::string lines = model.substr(0, from);
+  for (std::size_t at = 0; at < text.size(); at += width) lines.append(at == 0 ? "" : lineEnd).append(text, at, width);
+  return lines + model.substr(to);
 }
 
 // derSize: of the whole structure that begins like this; 0 when it is no signature.

@@ -21,8 +21,8 @@ enum class SignatureForm { kBase64, kDer, kPem };
 [[nodiscard]] std::string encodeSignature(const std::string& base64Text, SignatureForm form);
 
 // withDer: the bytes of a signature file with another DER encoding in the place of its own, in the same form: DER,
-// Base64 with lines of the same length, or PEM, of which everything outside the boundaries stays. Of a file that is
-// none of these, something that cannot be read as a signature.
+// Base64 with lines of the same length and the same white space around it, or PEM, of which everything outside the
+// boundaries stays. Of a file that is none of these, something that cannot be read as a signature.
 [[nodiscard]] std::string withDer(const std::string& file, const std::string& der);
 
 // isSignatureFile: whether the file has the beginning of a PKCS#7 signature in this form and exactly the size that the
