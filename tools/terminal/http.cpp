@@ -1,6 +1,6 @@
 // The crypto library's client reads an answer without asking for its status or its time line by line. A callback on the
 // connection, which sees all bytes that arrive, therefore notes the status line, and ends an answer that is too long or
-// takes too long.
+// takes too long, or a waiting that the user interrupts.
 #include "tools/terminal/http.h"
 
 #include <openssl/http.h>
@@ -17,6 +17,7 @@
 #include "pki/openssl.h"
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
+#include "tools/terminal/system.h"
 
 namespace zepasign::tools {
 namespace {
@@ -26,6 +27,7 @@ using SslCtxPtr = std::unique_ptr<SSL_CTX, FreeWith<SSL_CTX_free>>;
 // kMaxHead: of the status line and header lines of an answer.
 constexpr std::size_t kMaxHead = 16 * 1024;
 constexpr unsigned kNap = 100;  // milliseconds between two looks at a connection that is being made
+constexpr int kGoodStatus = 200;
 constexpr int kTooManyRequests = 429;
 constexpr int kServerFailure = 500;
 
@@ -92,7 +94,8 @@ class Connection final {
     BIO_set_nbio(stream_.get(), 1);
     const std::time_t limit = std::time(nullptr) + question_.timeout;
     while (BIO_do_connect(stream_.get()) <= 0) {
-      if (!BIO_should_retry(stream_.get()) || BIO_wait(stream_.get(), limit, kNap) <= 0) return false;
+      if (!BIO_should_retry(stream_.get()) || Interruption::signal() != 0) return false;
+      if (BIO_wait(stream_.get(), limit, kNap) == 0) return false;
     }
     return true;
   }
@@ -101,8 +104,9 @@ class Connection final {
     tls_.reset(SSL_CTX_new(TLS_client_method()));
     if (!tls_ || SSL_CTX_set_min_proto_version(tls_.get(), TLS1_2_VERSION) != 1) return false;
     SSL_CTX_set_verify(tls_.get(), SSL_VERIFY_PEER, nullptr);
-    return question_.authorities == nullptr ? SSL_CTX_set_default_verify_paths(tls_.get()) == 1
-                                            : SSL_CTX_set1_verify_cert_store(tls_.get(), question_.authorities) == 1;
+    if (question_.authorities == nullptr) return SSL_CTX_set_default_verify_paths(tls_.get()) == 1;
+    return X509_VERIFY_PARAM_set_flags(SSL_CTX_get0_param(tls_.get()), X509_V_FLAG_PARTIAL_CHAIN) == 1 &&
+           SSL_CTX_set1_verify_cert_store(tls_.get(), question_.authorities) == 1;
   }
 
   // update: the crypto library's callback; returns the stream to use, null when there is none.
@@ -110,18 +114,28 @@ class Connection final {
     if (isConnecting == 0) return stream;
     auto* connection = static_cast<Connection*>(self);
     BIO* whole = connection->tls_ ? connection->addTls(stream) : stream;
-    if (whole == nullptr) return nullptr;
-    BIO_set_callback_ex(whole, watch);
-    BIO_set_callback_arg(whole, static_cast<char*>(self));
+    if (whole != nullptr) connection->setWatch(whole);
     return whole;
   }
 
-  BIO* addTls(BIO* stream) {
+  void setWatch(BIO* stream) {
+    BIO_set_callback_ex(stream, watch);
+    BIO_set_callback_arg(stream, static_cast<char*>(static_cast<void*>(this)));
+  }
+
+  // openTunnel: through the proxy to the server.
+  bool openTunnel(BIO* stream) {
     const BioPtr nowhere(BIO_new(BIO_s_null()));
-    if (usesProxy() && OSSL_HTTP_proxy_connect(stream, url_.host.c_str(), url_.port.c_str(), nullptr, nullptr,
-                                               static_cast<int>(question_.timeout), nowhere.get(), "") != 1) {
-      return nullptr;
-    }
+    setWatch(stream);
+    isProxyRefusal_ = OSSL_HTTP_proxy_connect(stream, url_.host.c_str(), url_.port.c_str(), nullptr, nullptr,
+                                              static_cast<int>(question_.timeout), nowhere.get(), "") != 1;
+    BIO_set_callback_ex(stream, nullptr);
+    if (!isProxyRefusal_) status_.clear();
+    return !isProxyRefusal_;
+  }
+
+  BIO* addTls(BIO* stream) {
+    if (usesProxy() && !openTunnel(stream)) return nullptr;
     BioPtr tls(BIO_new_ssl(tls_.get(), 1));
     SSL* session = nullptr;
     if (!tls || BIO_get_ssl(tls.get(), &session) != 1 || !setHost(session)) return nullptr;
@@ -139,13 +153,16 @@ class Connection final {
            SSL_set1_host(session, name.c_str()) == 1;
   }
 
-  // watch: called for each operation on the stream; -1 makes a reading fail.
+  // watch: called for each operation on the stream; -1 makes it fail.
   static long watch(BIO* stream, int operation, const char* bytes, std::size_t /*length*/, int /*argi*/, long /*argl*/,
                     int result, std::size_t* count) {
     const bool isRead = operation == (BIO_CB_READ | BIO_CB_RETURN) || operation == (BIO_CB_GETS | BIO_CB_RETURN);
-    if (!isRead || result <= 0) return result;
+    if (!isRead && operation != (BIO_CB_WRITE | BIO_CB_RETURN)) return result;
     auto* self = static_cast<Connection*>(static_cast<void*>(BIO_get_callback_arg(stream)));
-    return self->note({bytes, *count}) ? result : -1;
+    const bool hasArrived = isRead && result > 0;
+    if (hasArrived ? self->note({bytes, *count}) : result > 0 || Interruption::signal() == 0) return result;
+    BIO_clear_retry_flags(stream);
+    return -1;
   }
 
   bool note(std::string_view bytes) {
@@ -171,15 +188,28 @@ class Connection final {
   [[nodiscard]] HttpAnswer failure() const {
     using enum HttpAnswer::Result;
     if (isTooLong()) return {kUnusable, "", tr("its answer is too long"_m)};
+    if (Interruption::signal() != 0) return {kNoAnswer, "", tr("interrupted"_m)};
     const std::string limit = std::to_string(question_.timeout);
-    if (isLate()) return {kNoAnswer, "", tr("no answer within {0} seconds"_m, {limit})};
+    if (isLate() || hasTimedOut()) return {kNoAnswer, "", tr("no answer within {0} seconds"_m, {limit})};
     const int code = status();
     if (code >= 300 && code < 400) return {kUnusable, "", tr("it redirects to another address"_m)};
-    if (code >= 400) {
+    if (code != 0 && code != kGoodStatus) {
       const bool mayPass = code == kTooManyRequests || code >= kServerFailure;
-      return {mayPass ? kNoAnswer : kUnusable, "", tr("it answers with HTTP status {0}"_m, {std::to_string(code)})};
+      return {mayPass ? kNoAnswer : kUnusable, "", statusText(std::to_string(code))};
     }
     return {isBroken() ? kNoAnswer : kUnusable, "", errorText()};
+  }
+
+  [[nodiscard]] std::string statusText(const std::string& code) const {
+    return isProxyRefusal_ ? tr("the proxy answers with HTTP status {0}"_m, {code})
+                           : tr("it answers with HTTP status {0}"_m, {code});
+  }
+
+  // hasTimedOut: the crypto library counts whole seconds, so that its time may be over a little earlier.
+  static bool hasTimedOut() {
+    const unsigned long error = ERR_peek_error();
+    const int reason = ERR_GET_REASON(error);
+    return ERR_GET_LIB(error) == ERR_LIB_BIO && (reason == BIO_R_TRANSFER_TIMEOUT || reason == BIO_R_CONNECT_TIMEOUT);
   }
 
   // isBroken: whether the connection failed, rather than what came over it.
@@ -187,6 +217,7 @@ class Connection final {
     const unsigned long error = ERR_peek_error();
     const int reason = ERR_GET_REASON(error);
     if (error == 0 || ERR_SYSTEM_ERROR(error) || ERR_GET_LIB(error) == ERR_LIB_BIO) return true;
+    if (ERR_GET_LIB(error) == ERR_LIB_SSL) return reason == SSL_R_UNEXPECTED_EOF_WHILE_READING;
     return ERR_GET_LIB(error) == ERR_LIB_HTTP &&
            (reason == HTTP_R_FAILED_READING_DATA || reason == HTTP_R_ERROR_RECEIVING || reason == HTTP_R_ERROR_SENDING);
   }
@@ -212,6 +243,7 @@ class Connection final {
   const Clock::time_point deadline_;
   SslCtxPtr tls_;
   BioPtr stream_;  // the connection, with TLS on top; null with a proxy
+  bool isProxyRefusal_ = false;
   std::size_t received_ = 0;
   std::string status_ = {};
 };

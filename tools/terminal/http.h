@@ -3,7 +3,9 @@
 // - A POST with one body; the answer is one DER object of the expected content type, at most kMaxAnswer bytes long.
 // - Redirects are not followed: a server whose address has changed is a matter for the user.
 // - Of HTTPS servers the certificate and its host name are verified; TLS 1.2 is the oldest version in use.
-// - A proxy is used as the environment says: http_proxy, https_proxy, no_proxy.
+// - A proxy is used as the environment says: http_proxy, https_proxy, and no_proxy with the hosts that need none. One
+//   that asks for a password is not supported.
+// - An Interruption ends the waiting.
 //
 // Thread rule: one thread at a time; a CryptoScope must be open, and no ErrorScope whose errors are still needed.
 #ifndef ZEPASIGN_TOOLS_TERMINAL_HTTP_H_
