@@ -6,12 +6,16 @@
 //   from the worker   {"file": ..., "output": ..., "code": 0}   ...   {"signed": 2, "skipped": 0, "failed": 0, ...}
 //
 // One thread per worker writes and reads. It keeps kJobsPerWorker jobs on their way, so that a worker finds the next
-// one in its input when it has finished one. A queue of bounded length stands before the threads.
+// one in its input when it has finished one. A queue of bounded length stands before the threads. The main thread
+// passes an interruption on to the workers, which would otherwise finish what they have: a time-stamping authority may
+// be silent for minutes.
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "base/errors.h"
@@ -47,6 +51,8 @@ class Worker final {
     return c == EOF ? Json() : Json::parse(line, nullptr, false);
   }
 
+  void interrupt() const noexcept { process_.interrupt(); }
+
   [[nodiscard]] std::deque<SigningJob>& jobs() noexcept { return jobs_; }
   [[nodiscard]] Outcome death() const {
     return {kGeneralError, tr("worker process {0} ended unexpectedly"_m, {std::to_string(process_.id())})};
@@ -66,16 +72,17 @@ Outcome outcomeIn(const Json& answer) {
 
 class WorkerRun final : public SigningRun {
  public:
-  WorkerRun(const WorkerPlan& plan, std::size_t processes, const Done& done) : plan_(plan), done_(done) {
+  WorkerRun(const WorkerPlan& plan, std::size_t processes, const Done& done)
+      : plan_(plan), done_(done), workers_(processes) {
     const SignalsBlocked forThreads;  // a signal ends the waiting of the main thread, not that of another one
-    for (std::size_t i = 0; i < processes; ++i) threads_.emplace_back([this] { work(); });
+    for (auto& worker : workers_) threads_.emplace_back([this, &worker] { work(worker); });
   }
   ~WorkerRun() override { join(); }
 
   bool submit(const SigningJob& job) override {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return queue_.size() < threads_.size() || failure_.code != kSuccess; });
-    if (failure_.code != kSuccess) return false;
+    waitWatchfully(lock, [this] { return queue_.size() < workers_.size() || failure_.code != kSuccess; });
+    if (failure_.code != kSuccess || Interruption::signal() != 0) return false;
     queue_.push_back(job);
     changed_.notify_all();
     return true;
@@ -89,28 +96,52 @@ class WorkerRun final : public SigningRun {
  private:
   void join() {
     {
-      const std::lock_guard lock(mutex_);
+      std::unique_lock lock(mutex_);
       isComplete_ = true;
+      changed_.notify_all();
+      waitWatchfully(lock, [this] { return ended_ == workers_.size(); });
     }
-    changed_.notify_all();
     for (std::thread& thread : threads_) thread.join();
     threads_.clear();
   }
 
-  void work() {
-    std::unique_ptr<Worker> worker;
+  // waitWatchfully: of the main thread. An interruption ends it, after the workers have been told.
+  template <class Condition>
+  void waitWatchfully(std::unique_lock<std::mutex>& lock, const Condition& isMet) {
+    constexpr std::chrono::milliseconds kGlance(100);
+    while (Interruption::signal() == 0 && !changed_.wait_for(lock, kGlance, isMet)) {
+    }
+    if (Interruption::signal() == 0 || std::exchange(isTold_, true)) return;
+    for (const auto& worker : workers_) {
+      if (worker) worker->interrupt();
+    }
+  }
+
+  // work: of one thread, which alone changes its place among the workers.
+  void work(std::unique_ptr<Worker>& worker) {
     SigningJob job;
     while (true) {
       const std::size_t waiting = worker ? worker->jobs().size() : 0;
       if (waiting < kJobsPerWorker && take(job, waiting == 0)) {
-        if (!worker) worker = std::make_unique<Worker>(plan_);
+        if (!worker) replace(worker, std::make_unique<Worker>(plan_));
         worker->send(job);
       } else if (waiting == 0) {
-        return;
+        break;
       } else if (!settle(*worker)) {
-        worker.reset();
+        replace(worker, nullptr);
       }
     }
+    replace(worker, nullptr);
+    const std::lock_guard lock(mutex_);
+    ++ended_;
+    changed_.notify_all();
+  }
+
+  // replace: the old process is waited for without the lock; a new one may come too late to be told with the others.
+  void replace(std::unique_ptr<Worker>& worker, std::unique_ptr<Worker> next) {
+    const std::lock_guard lock(mutex_);
+    worker.swap(next);
+    if (isTold_ && worker) worker->interrupt();
   }
 
   // take: false when there is nothing to do, for now or, if it may wait, at all.
@@ -119,7 +150,7 @@ class WorkerRun final : public SigningRun {
     if (mayWait) {
       changed_.wait(lock, [this] { return !queue_.empty() || isComplete_ || failure_.code != kSuccess; });
     }
-    if (queue_.empty() || failure_.code != kSuccess) return false;
+    if (queue_.empty() || failure_.code != kSuccess || Interruption::signal() != 0) return false;
     job = std::move(queue_.front());
     queue_.pop_front();
     changed_.notify_all();
@@ -154,10 +185,13 @@ class WorkerRun final : public SigningRun {
   const WorkerPlan plan_;
   const Done done_;
   std::vector<std::thread> threads_;
-  std::mutex mutex_;  // for all below, and the calls of done_
+  std::mutex mutex_;                              // for all below, and the calls of done_
+  std::vector<std::unique_ptr<Worker>> workers_;  // one place for each thread
+  std::size_t ended_ = 0;                         // threads
   std::condition_variable changed_;
   std::deque<SigningJob> queue_;
   bool isComplete_ = false;
+  bool isTold_ = false;  // the workers, of an interruption
   Outcome failure_;
 };
 

@@ -73,6 +73,10 @@ class ChildProcess final {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
+  // interrupt: asks it to end as this process was asked; see Interruption. It may have received the same signal, and a
+  // second one of the same number would end it at once, so it gets another one.
+  void interrupt() const noexcept;
+
   // input, output: its streams, owned by this object; null when it could not be started.
   [[nodiscard]] std::FILE* input() const noexcept { return input_; }
   [[nodiscard]] std::FILE* output() const noexcept { return output_; }

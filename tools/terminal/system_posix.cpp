@@ -171,6 +171,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   close(out[1]);
 }
 
+void ChildProcess::interrupt() const noexcept {
+  if (id_ != 0) kill(static_cast<pid_t>(handle_), Interruption::signal() == SIGTERM ? SIGHUP : SIGTERM);
+}
+
 ChildProcess::~ChildProcess() {
   if (input_ != nullptr) std::fclose(input_);
   if (output_ != nullptr) std::fclose(output_);

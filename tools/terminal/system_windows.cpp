@@ -125,6 +125,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   CloseHandle(out.child);
 }
 
+// The system tells all processes of a console.
+void ChildProcess::interrupt() const noexcept {}
+
 ChildProcess::~ChildProcess() {
   if (input_ != nullptr) std::fclose(input_);
   if (output_ != nullptr) std::fclose(output_);
