@@ -24,7 +24,8 @@ struct StampCommandOptions : BatchOptions {
   [[nodiscard]] bool isByHand() const { return !query.empty() || !reply.empty(); }
 };
 
-bool readSignature(const std::string& path, std::string& bytes) {
+// readInput: a signature or a reply. False for what does not begin like one, such as a device that never ends.
+bool readInput(const std::string& path, std::string& bytes) {
   Source source(path);
   return mayBeKnown(source.head()) && source.readRest(bytes, kMaxFileLength);
 }
@@ -43,8 +44,15 @@ class StampBatch final : public Batch {
   std::string mistake() const override {
     if (options_.files.empty() == options_.filesFrom.empty()) return tr("name files, or a list with --files-from"_m);
     const bool isOne = options_.isPlanned() && options_.files.size() == 1;
-    if (options_.isByHand()) return isOne ? "" : tr("--query-out and --reply take one signature"_m);
+    if (options_.isByHand() && !isOne) return tr("--query-out and --reply take one signature"_m);
+    if (options_.isByHand()) return mistakeByHand();
     return options_.stamp.url.empty() ? tr("give --tsa, --query-out or --reply"_m) : "";
+  }
+
+  std::string mistakeByHand() const {
+    const bool reports = options_.json || options_.jsonLines;
+    const bool isMixed = reports && !options_.query.empty() && isStandardOutput(options_.query);
+    return isMixed ? tr("--json and the content cannot both go to the standard output"_m) : "";
   }
 
   int prepare() override { return stamper_.prepare() ? kOk : kFailed; }
@@ -65,14 +73,16 @@ class StampBatch final : public Batch {
     return tr("{0} would be lost: {1}"_m, {fromTerminal(options_.query), tr("it is to be stamped"_m)});
   }
 
+  // isDone: the standard input can be read only once, and a reader waits for the signature behind it.
   bool isDone(const SigningJob& job) override {
     std::string signature;
-    return readSignature(job.input, signature) && stamper_.isStamped(signature, static_cast<int>(options_.warnDays));
+    return job.input != "-" && readInput(job.input, signature) &&
+           stamper_.isStamped(signature, static_cast<int>(options_.warnDays));
   }
 
   Outcome carryOut(const SigningJob& job) const {
     std::string signature;
-    if (!readSignature(job.input, signature)) return outcomeOf(kFileUnreadable);
+    if (!readInput(job.input, signature)) return outcomeOf(kFileUnreadable);
     if (!options_.query.empty()) return writeQuery(signature);
     const Outcome stamped = options_.reply.empty() ? stamper_.stamp(signature) : addReply(signature);
     if (stamped.code != kSuccess) return stamped;
@@ -81,14 +91,14 @@ class StampBatch final : public Batch {
 
   Outcome writeQuery(const std::string& signature) const {
     std::string query;
-    const Outcome problem = Stamper::queryFor(signature, query);
+    const Outcome problem = stamper_.queryFor(signature, query);
     if (problem.code != kSuccess) return problem;
     return outcomeOf(writeFile(options_.query, query) ? kSuccess : kOutputUnwritable);
   }
 
   Outcome addReply(std::string& signature) const {
     std::string reply;
-    if (readAll(options_.reply, reply)) return stamper_.addReply(signature, reply);
+    if (readInput(options_.reply, reply)) return stamper_.addReply(signature, reply);
     return {kFileUnreadable, tr("{0}: cannot be read"_m, {fromTerminal(options_.reply)})};
   }
 

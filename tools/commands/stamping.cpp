@@ -28,20 +28,6 @@ std::string urlProblem(const std::string& text) {
   return isHttpUrl(text) ? "" : helpText("write http://HOST/PATH or https://HOST/PATH"_m);
 }
 
-// open: the signed data of a file to which a token can be added. What cannot be encoded again as it stands there would
-// lose more than the place for the token.
-Outcome open(const std::string& signature, CryptoFile& file) {
-  file = parseCryptoFile(signature);
-  if (!file.pkcs7 || sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) <= 0) {
-    return {kNotPkcs7, tr("not a PKCS#7 signature"_m)};
-  }
-  if (onlySigner(file.pkcs7.get()) == nullptr) return {kNotPkcs7, tr("it has more than one signer"_m)};
-  if (withDer(signature, toDer<i2d_PKCS7>(file.pkcs7.get())) != signature) {
-    return {kNotPkcs7, tr("it cannot be written back as it is: not one signature in DER, PEM or Base64"_m)};
-  }
-  return {};
-}
-
 // pause: false when an interruption has ended it.
 bool pause(std::chrono::milliseconds time) {
   constexpr std::chrono::milliseconds kSlice(100);
@@ -87,6 +73,30 @@ bool Stamper::prepare() {
          readAuthorities(options_.tlsAuthorities, tlsAuthorities_);
 }
 
+// open: the signed data of a file to which a token can be added. What cannot be encoded again as it stands there would
+// lose more than the place for the token.
+Outcome Stamper::open(const std::string& signature, CryptoFile& file) const {
+  file = parseCryptoFile(signature);
+  if (!file.pkcs7 || sk_PKCS7_SIGNER_INFO_num(signersOf(file.pkcs7.get())) <= 0) {
+    return {kNotPkcs7, tr("not a PKCS#7 signature"_m)};
+  }
+  const PKCS7_SIGNER_INFO* signer = onlySigner(file.pkcs7.get());
+  if (signer == nullptr) return {kNotPkcs7, tr("it has more than one signer"_m)};
+  if (withDer(signature, toDer<i2d_PKCS7>(file.pkcs7.get())) != signature) {
+    return {kNotPkcs7, tr("it cannot be written back as it is: not one signature in DER, PEM or Base64"_m)};
+  }
+  if (const Outcome problem = proofProblem(signer); problem.code != kSuccess) return problem;
+  if (takesToken(file.pkcs7.get())) return {};
+  return {kNotPkcs7, tr("its time stamps stand side by side, or are too many"_m)};
+}
+
+// proofProblem: why the time stamps of a signature prove nothing; code 0 when they are valid, or there are none.
+Outcome Stamper::proofProblem(const PKCS7_SIGNER_INFO* signer) const {
+  Json report;
+  const Finding finding = checkTimeStamps({signer, authorities_}, report).finding;
+  return finding.verdict == Verdict::kValid ? Outcome{} : Outcome{kTokenInvalid, finding.reason};
+}
+
 Outcome Stamper::stamp(std::string& signature) const {
   CryptoFile file;
   if (const Outcome problem = open(signature, file); problem.code != kSuccess) return problem;
@@ -103,7 +113,7 @@ Outcome Stamper::stamp(std::string& signature) const {
   return reply.problem.empty() ? add(signature, file.pkcs7.get(), reply.token) : noStamp(kTokenInvalid, reply.problem);
 }
 
-Outcome Stamper::queryFor(const std::string& signature, std::string& query) {
+Outcome Stamper::queryFor(const std::string& signature, std::string& query) const {
   CryptoFile file;
   const Outcome problem = open(signature, file);
   if (problem.code == kSuccess) query = makeQuery(valueToStamp(file.pkcs7.get()), Nonce::kNone);
@@ -121,16 +131,14 @@ Outcome Stamper::addReply(std::string& signature, const std::string& reply) cons
 
 // add: the changed signature is read again as anybody reads it, and all its time stamps are checked.
 Outcome Stamper::add(std::string& signature, PKCS7* signedData, const std::string& token) const {
-  if (!addToken(signedData, token)) return {kNotPkcs7, tr("its time stamps stand side by side, or are too many"_m)};
+  if (!addToken(signedData, token)) return outcomeOf(kOutOfMemory);
   std::string changed = withDer(signature, toDer<i2d_PKCS7>(signedData));
   const CryptoFile file = parseCryptoFile(changed);
   const PKCS7_SIGNER_INFO* signer = file.pkcs7 ? onlySigner(file.pkcs7.get()) : nullptr;
   if (signer == nullptr) return {kNotPkcs7, tr("not a PKCS#7 signature"_m)};
-  Json report;
-  const TimeProof proof = checkTimeStamps({signer, authorities_}, report);
-  if (proof.finding.verdict != Verdict::kValid) return {kTokenInvalid, proof.finding.reason};
-  signature = std::move(changed);
-  return {};
+  const Outcome problem = proofProblem(signer);
+  if (problem.code == kSuccess) signature = std::move(changed);
+  return problem;
 }
 
 bool Stamper::isStamped(const std::string& signature, int days) const {
@@ -138,9 +146,7 @@ bool Stamper::isStamped(const std::string& signature, int days) const {
   const PKCS7_SIGNER_INFO* signer = file.pkcs7 ? onlySigner(file.pkcs7.get()) : nullptr;
   if (signer == nullptr) return false;
   const std::vector<Pkcs7Ptr> tokens = tokensOf(signer);
-  Json report;
-  if (tokens.empty() || checkTimeStamps({signer, authorities_}, report).finding.verdict != Verdict::kValid)
-    return false;
+  if (tokens.empty() || proofProblem(signer).code != kSuccess) return false;
   return daysUntil(X509_get0_notAfter(authorityOf(tokens.back().get()))) >= days;
 }
 

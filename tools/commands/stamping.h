@@ -45,13 +45,14 @@ class Stamper final {
   // user named. Call it first.
   [[nodiscard]] bool prepare();
 
-  // stamp: asks the authority for a token and adds it to the bytes of a signature file. When the authority is silent,
-  // it asks again after one second, two, four and so on; an interruption ends the waiting.
+  // stamp: asks the authority for a token and adds it to the bytes of a signature file. A signature that could not take
+  // the token is refused before the authority is asked, which may cost money. When the authority is silent, it asks
+  // again after one second, two, four and so on; an interruption ends the waiting.
   [[nodiscard]] Outcome stamp(std::string& signature) const;
 
   // The two halves of `stamp` for a machine without network. queryFor: sets the DER of the query, which has no nonce.
   // addReply: adds the token that the authority's reply to it holds.
-  [[nodiscard]] static Outcome queryFor(const std::string& signature, std::string& query);
+  [[nodiscard]] Outcome queryFor(const std::string& signature, std::string& query) const;
   [[nodiscard]] Outcome addReply(std::string& signature, const std::string& reply) const;
 
   // isStamped: whether the signature has time stamps that are valid, and stay so for that many days as far as the
@@ -59,6 +60,8 @@ class Stamper final {
   [[nodiscard]] bool isStamped(const std::string& signature, int days) const;
 
  private:
+  [[nodiscard]] Outcome open(const std::string& signature, CryptoFile& file) const;
+  [[nodiscard]] Outcome proofProblem(const PKCS7_SIGNER_INFO* signer) const;
   [[nodiscard]] Outcome add(std::string& signature, PKCS7* signedData, const std::string& token) const;
 
   const StampOptions options_;

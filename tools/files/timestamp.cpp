@@ -23,12 +23,14 @@ Pkcs7Ptr tokenIn(const PKCS7_SIGNER_INFO* signer) {
   return token && PKCS7_type_is_signed(token.get()) ? std::move(token) : nullptr;
 }
 
-// hasOneAtMost: whether no two tokens stand side by side, in one attribute or in several.
-bool hasOneAtMost(const PKCS7_SIGNER_INFO* signer) {
-  const int first = X509at_get_attr_by_NID(signer->unauth_attr, kAttribute, -1);
-  if (first < 0) return true;
-  const X509_ATTRIBUTE* attribute = sk_X509_ATTRIBUTE_value(signer->unauth_attr, first);
-  return X509_ATTRIBUTE_count(attribute) == 1 && X509at_get_attr_by_NID(signer->unauth_attr, kAttribute, first) < 0;
+// tokenCount: how many tokens, readable or not, stand side by side in a signer, in one attribute or in several.
+int tokenCount(const PKCS7_SIGNER_INFO* signer) {
+  int count = 0;
+  int at = -1;
+  while ((at = X509at_get_attr_by_NID(signer->unauth_attr, kAttribute, at)) >= 0) {
+    count += X509_ATTRIBUTE_count(sk_X509_ATTRIBUTE_value(signer->unauth_attr, at));
+  }
+  return count;
 }
 
 // setToken: in place of the one that is there.
@@ -72,6 +74,12 @@ std::vector<Pkcs7Ptr> tokensOf(const PKCS7_SIGNER_INFO* signer) {
   return tokens;
 }
 
+bool hasUnreadableToken(const PKCS7_SIGNER_INFO* signer) {
+  const std::vector<Pkcs7Ptr> tokens = tokensOf(signer);
+  const PKCS7_SIGNER_INFO* last = tokens.empty() ? signer : onlySigner(tokens.back().get());
+  return last != nullptr && tokens.size() < kMaxTokens && tokenCount(last) > 0;
+}
+
 std::string valueToStamp(const PKCS7* signedData) {
   const PKCS7_SIGNER_INFO* signer = onlySigner(signedData);
   const std::vector<Pkcs7Ptr> tokens = signer == nullptr ? std::vector<Pkcs7Ptr>() : tokensOf(signer);
@@ -84,18 +92,27 @@ X509* authorityOf(PKCS7* token) {
   return sk_X509_num(signers.get()) == 1 ? sk_X509_value(signers.get(), 0) : nullptr;
 }
 
+bool takesToken(const PKCS7* signedData) {
+  const PKCS7_SIGNER_INFO* signer = onlySigner(signedData);
+  const std::vector<Pkcs7Ptr> tokens = signer == nullptr ? std::vector<Pkcs7Ptr>() : tokensOf(signer);
+  for (const Pkcs7Ptr& token : tokens) {
+    if (tokenCount(signer) != 1) return false;
+    signer = onlySigner(token.get());
+    if (signer == nullptr) return false;
+  }
+  return signer != nullptr && tokens.size() < kMaxTokens && tokenCount(signer) == 0;
+}
+
 // From the last token outwards, since each one is part of the encoding of the one before.
 bool addToken(PKCS7* signedData, std::string token) {
+  if (!takesToken(signedData)) return false;
   PKCS7_SIGNER_INFO* signer = onlySigner(signedData);
-  if (signer == nullptr) return false;
   const std::vector<Pkcs7Ptr> tokens = tokensOf(signer);
-  if (tokens.size() >= kMaxTokens) return false;
   for (auto each = tokens.rbegin(); each != tokens.rend(); ++each) {
-    PKCS7_SIGNER_INFO* authority = onlySigner(each->get());
-    if (authority == nullptr || !hasOneAtMost(authority) || !setToken(authority, token)) return false;
+    if (!setToken(onlySigner(each->get()), token)) return false;
     token = toDer<i2d_PKCS7>(each->get());
   }
-  return hasOneAtMost(signer) && setToken(signer, token);
+  return setToken(signer, token);
 }
 
 Json describeToken(PKCS7* token) {

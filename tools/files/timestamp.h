@@ -44,6 +44,9 @@ inline constexpr std::size_t kMaxTokens = 100;
 // them, the first one counts.
 [[nodiscard]] std::vector<Pkcs7Ptr> tokensOf(const PKCS7_SIGNER_INFO* signer);
 
+// hasUnreadableToken: whether something else stands where the token after the last one of tokensOf would be.
+[[nodiscard]] bool hasUnreadableToken(const PKCS7_SIGNER_INFO* signer);
+
 // valueToStamp: what the next time stamp of the only signer must cover: its signature value, or that of its last token.
 // A copy; empty when there is not exactly one signer.
 [[nodiscard]] std::string valueToStamp(const PKCS7* signedData);
@@ -51,9 +54,12 @@ inline constexpr std::size_t kMaxTokens = 100;
 // authorityOf: the certificate of the authority that made a token, borrowed from it; null when it does not carry it.
 [[nodiscard]] X509* authorityOf(PKCS7* token);
 
-// addToken: adds the DER of a token to the only signer, inside the last token that is there. False, and `signedData`
-// may be changed, when there is not exactly one signer, when tokens stand side by side, or when there are kMaxTokens.
-// The token is not verified.
+// takesToken: whether a token can be added: there is exactly one signer, no tokens stand side by side, all can be read,
+// and there are less than kMaxTokens.
+[[nodiscard]] bool takesToken(const PKCS7* signedData);
+
+// addToken: adds the DER of a token to the only signer, inside the last token that is there. False unless takesToken;
+// also when memory runs out, and then `signedData` may be changed. The token is not verified.
 [[nodiscard]] bool addToken(PKCS7* signedData, std::string token);
 
 // describeToken: time, authority, the end of its certificate, policy, digest and serial number.

@@ -20,11 +20,22 @@ std::optional<std::time_t> timeIn(PKCS7* token) {
   return info ? timeOf(TS_TST_INFO_get_time(info.get())) : std::nullopt;
 }
 
+// isWithinValidity: whether the time in a token is one at which its authority's certificate was valid.
+bool isWithinValidity(PKCS7* token) {
+  const X509* authority = authorityOf(token);
+  std::time_t time = timeIn(token).value_or(0);
+  return X509_cmp_time(X509_get0_notBefore(authority), &time) < 0 &&
+         X509_cmp_time(X509_get0_notAfter(authority), &time) > 0;
+}
+
 // checkToken: one token over `value`, whose certificate must be valid at `time`.
 Finding checkToken(PKCS7* token, std::string_view value, const TimeStampQuestion& question,
                    std::optional<std::time_t> time, Json& report) {
   if (const std::string problem = tokenProblem(token, value, question.authorities); !problem.empty()) {
     return {Verdict::kChanged, problem};
+  }
+  if (!isWithinValidity(token)) {
+    return {Verdict::kExpired, tr("the authority's certificate was not valid at the time in the time stamp"_m)};
   }
   const ChainQuestion::Purpose purpose = ChainQuestion::Purpose::kTimeStamping;
   if (time) time = std::max(*time, timeIn(token).value_or(*time));
@@ -49,6 +60,9 @@ TimeProof checkTimeStamps(const TimeStampQuestion& question, Json& report) {
     time = timeIn(token);
     proof.authority = entry["authority"].is_string() ? entry["authority"].get<std::string>() : "";
     list.insert(list.begin(), std::move(entry));
+  }
+  if (hasUnreadableToken(question.signer)) {
+    keepWorse(proof.finding, {Verdict::kChanged, tr("the time stamp was changed, or is none"_m)});
   }
   if (tokens.empty()) return proof;
   report["timeStamps"] = std::move(list);

@@ -134,7 +134,7 @@ std::string tokenProblem(PKCS7* token, std::string_view value, const Trust& auth
   const TsVerifyPtr verifier(TS_VERIFY_CTX_new());
   BioPtr data(BIO_new_mem_buf(value.data(), static_cast<int>(value.size())));
   if (!complete(verifier.get(), authorities) || !data) return problemText();
-  TS_VERIFY_CTX_add_flags(verifier.get(), TS_VFY_VERSION | TS_VFY_DATA);
+  TS_VERIFY_CTX_add_flags(verifier.get(), TS_VFY_VERSION | TS_VFY_DATA | TS_VFY_SIGNER);
   TS_VERIFY_CTX_set_data(verifier.get(), data.release());
   return TS_RESP_verify_token(verifier.get(), token) == 1 ? "" : problemText();
 }
