@@ -14,10 +14,11 @@ class TimeStampTest : public ToolTest {
  protected:
   TimeStampTest() {
     writeIdentity("tsa", timeStamping("20991231235959Z"));
-    writeIdentity("old", timeStamping("20210101000000Z"));
+    writeIdentity("old", timeStamping("20210101000000Z", "59"));
+    writeIdentity("other", timeStamping("20991231235959Z", "5B"));
     CertPlan server = signerPlan(ca_);
     server.key = newEcKey();
-    server.otherExtensions = {{"subjectAltName", "IP:127.0.0.1"}};
+    server.otherExtensions = {{"subjectAltName", "IP:127.0.0.1,DNS:clock.invalid"}};
     writeIdentity("server", server);
     folder_.write("clock.pem", pemOf("CERTIFICATE", derOf(ca_.certificate)));
     folder_.write("a", "content");
@@ -33,8 +34,9 @@ class TimeStampTest : public ToolTest {
   }
   ~TimeStampTest() override { pclose(server_); }
 
-  CertPlan timeStamping(const std::string& notAfter) const {
+  CertPlan timeStamping(const std::string& notAfter, const std::string& serial = "5A") const {
     CertPlan plan = signerPlan(ca_);
+    plan.serial = serial;
     plan.key = newEcKey();
     plan.subject = {{"CN", "Clock"}};
     plan.notAfter = notAfter;
@@ -49,7 +51,8 @@ class TimeStampTest : public ToolTest {
 
   // stamp: by the authority that answers in this way.
   CommandResult stamp(const std::string& how, const std::string& arguments = "a.p7s.b64 --tsa-ca clock.pem") const {
-    return run("stamp --tsa " + http_ + "/" + how + " --timeout 2 --retries 0 " + arguments, kDirect);
+    const std::string timeout = how == "slow" || how == "drip" ? "2" : "60";
+    return run("stamp --tsa " + http_ + "/" + how + " --timeout " + timeout + " --retries 0 " + arguments, kDirect);
   }
   std::string bytes(const std::string& name = "a.p7s.b64") const { return readFile(folder_.path(name)); }
   Json timeStamps() const { return json("show a.p7s.b64")[0]["signers"][0]["timeStamps"]; }
@@ -85,11 +88,12 @@ TEST_F(TimeStampTest, ABadAnswerLeavesTheSignatureAsItWas) {
   for (const auto& [how, message] :
        {Case{"nonce", "answers another query"}, Case{"imprint", "covers something else"},
         Case{"refusal", "the authority refuses: status code: rejection"}, Case{"expired", "certificate has expired"},
-        Case{"damaged", "was changed"}, Case{"cut", "closed the connection"},
-        Case{"garbage", "no reply of a time-stamping"}, Case{"page", "another content type"},
-        Case{"missing", "HTTP status 404"}, Case{"busy", "HTTP status 503"}, Case{"redirect", "redirects"},
-        Case{"long", "too long"}, Case{"endless", "too long"}, Case{"slow", "no answer within 2 seconds"},
-        Case{"close", "closed the connection"}}) {
+        Case{"purpose", "not made for time stamps"}, Case{"backdated", "not valid at the time in the time stamp"},
+        Case{"drip", "no answer within 2 seconds"}, Case{"damaged", "was changed"},
+        Case{"cut", "closed the connection"}, Case{"garbage", "no reply of a time-stamping"},
+        Case{"page", "another content type"}, Case{"missing", "HTTP status 404"}, Case{"busy", "HTTP status 503"},
+        Case{"redirect", "redirects"}, Case{"long", "too long"}, Case{"endless", "too long"},
+        Case{"slow", "no answer within 2 seconds"}, Case{"close", "closed the connection"}}) {
     const CommandResult result = stamp(how);
     EXPECT_EQ(1, result.exitCode) << how;
     EXPECT_NE(std::string::npos, result.output.find(message)) << how << ": " << result.output;
@@ -113,7 +117,19 @@ TEST_F(TimeStampTest, HttpsServersMustBeTrusted) {
                    .exitCode)
       << "the certificate names another host";
   EXPECT_EQ(0, run(command + " --tls-ca clock.pem", kDirect).exitCode);
-  EXPECT_EQ(0, run("stamp a.p7s.b64 --tsa http://clock.invalid/good", "http_proxy=" + http_ + " LC_ALL=C").exitCode);
+  EXPECT_EQ(0, run(command + " --tls-ca server.crt", kDirect).exitCode) << "a certificate that is no root";
+  EXPECT_NE(std::string::npos, run("stamp a.p7s.b64 --tls-ca clock.pem --retries 0 --tsa " + https_ + "/close", kDirect)
+                                   .output.find("closed the connection"));
+}
+
+TEST_F(TimeStampTest, TheEnvironmentNamesAProxy) {
+  const std::string proxy = "no_proxy=127.0.0.1 http_proxy=" + http_ + " https_proxy=" + http_ + " LC_ALL=C";
+  const std::string command = "stamp a.p7s.b64 --tls-ca clock.pem --retries 0 --tsa ";
+  EXPECT_EQ(0, run(command + "http://clock.invalid/good", proxy).exitCode);
+  EXPECT_EQ(0, run(command + "https://clock.invalid/good", proxy).exitCode);
+  EXPECT_NE(std::string::npos, run(command + "https://other.invalid/good", proxy).output.find("verify failed"));
+  EXPECT_NE(std::string::npos,
+            run(command + "https://refused.invalid/good", proxy).output.find("the proxy answers with HTTP status 407"));
 }
 
 TEST_F(TimeStampTest, ManySignaturesAreStampedAndOneFailureStopsNone) {
@@ -129,6 +145,65 @@ TEST_F(TimeStampTest, ManySignaturesAreStampedAndOneFailureStopsNone) {
   const CommandResult lines = stamp("good", "--resume --json-lines a.p7s.b64 x/4.p7s");
   EXPECT_NE(std::string::npos, lines.output.find("\"code\":5042")) << lines.output;
   EXPECT_NE(std::string::npos, lines.output.find("\"stamped\":1")) << lines.output;
+}
+
+TEST_F(TimeStampTest, AnInterruptionLosesNothing) {
+  std::filesystem::create_directory(folder_.path("many"));
+  for (int i = 0; i < 8; ++i) folder_.write("many/" + std::to_string(i), "content");
+  EXPECT_EQ(0, run("sign --recursive many -c " + quiet_).exitCode);
+  EXPECT_EQ(0, runCommand("cp -r " + folder_.path("many") + " " + folder_.path("before")).exitCode);
+  // The authority answers twice; then each of the two workers waits.
+  const CommandResult stopped =
+      runCommand("cd '" + folder_.path() + "'; " + kDirect +
+                 " env --default-signal=INT " ZEPASIGN_TOOL " stamp --recursive many --jobs 2 --tsa " + http_ +
+                 "/held & run=$!; until [ -e held3 ]; do sleep 0.02; done; kill -INT $run; wait $run");
+  EXPECT_EQ(130, stopped.exitCode);
+  EXPECT_NE(std::string::npos, stopped.output.find("interrupted: 2 stamped, 0 skipped, 2 failed")) << stopped.output;
+  EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && test $(diff -rq many before | grep -c differ) = 2").exitCode);
+  EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && test $(ls many | wc -l) = 16").exitCode);
+  EXPECT_EQ(2, json("stamp --resume --recursive many --retries 0 --tsa http://127.0.0.1:1")["skipped"]);
+}
+
+TEST_F(TimeStampTest, TheFormOfASignatureStays) {
+  EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && tr -d '\n' <a.p7s.b64 >line").exitCode);
+  for (const std::string form :
+       {"cat", "fold -w 60", "{ cat; printf '\r\n'; }", "{ printf '\n'; fold -w 76; printf '\n\n'; }",
+        "{ fold -w 76 | sed 's/$/\r/'; printf '\n'; }",
+        "{ printf 'Text\r\n-----BEGIN CMS-----\r\n'; fold -w 64 | sed 's/$/\r/'; printf '\n-----END CMS-----'; }"}) {
+    EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && " + form + " <line >form").exitCode) << form;
+    EXPECT_EQ(0, stamp("good", "form").exitCode) << form;
+    EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && sed '/Text/d;/---/d' form | base64 -di | base64 -w 0 | " +
+                            form + " | cmp - form")
+                     .exitCode)
+        << form;
+  }
+}
+
+TEST_F(TimeStampTest, ASignatureThatCannotTakeATimeStampStaysAsItIs) {
+  const std::string sign = "cd '" + folder_.path() + "' && openssl smime -sign -nodetach -in a -outform DER ";
+  EXPECT_EQ(0, runCommand(sign + "-signer tsa.crt -inkey tsa.key -signer old.crt -inkey old.key -out two").exitCode);
+  EXPECT_EQ(0, runCommand(sign + "-signer tsa.crt -inkey tsa.key -indef -stream -out ber").exitCode);
+  EXPECT_EQ(0, run("sign --der -o unread a -c " + quiet_).exitCode);
+  EXPECT_EQ(0, stamp("good", "unread").exitCode);
+  std::string unread = bytes("unread");
+  unread[unread.rfind("\x2A\x86\x48\x86\xF7\x0D\x01\x07\x02") + 8] = 1;  // the token is of type data
+  folder_.write("unread", unread);
+  for (const auto& [file, message] : {std::pair{"two", "more than one signer"}, std::pair{"ber", "written back"},
+                                      std::pair{"unread", "was changed, or is none"}}) {
+    const std::string before = bytes(file);
+    const CommandResult result = run(std::string("stamp --tsa http://127.0.0.1:1 --retries 0 ") + file, kDirect);
+    EXPECT_NE(std::string::npos, result.output.find(message)) << "without a question: " << result.output;
+    EXPECT_EQ(before, bytes(file)) << file;
+  }
+  EXPECT_EQ(4, run("verify unread").exitCode);
+}
+
+TEST_F(TimeStampTest, StandardStreamsCarrySignaturesAndQueries) {
+  EXPECT_EQ(0, stamp("good", "--resume - <a.p7s.b64 >out").exitCode);
+  EXPECT_EQ(0, run("verify out --tsa-ca clock.pem").exitCode) << "--resume reads nothing twice";
+  EXPECT_EQ(0, run("stamp --query-out - a.p7s.b64 | openssl ts -query -in /dev/stdin -text").exitCode);
+  EXPECT_EQ(2, run("stamp --query-out - --json a.p7s.b64").exitCode);
+  EXPECT_EQ(1, run("stamp --reply /dev/zero a.p7s.b64").exitCode) << "it never ends";
 }
 
 TEST_F(TimeStampTest, WithoutNetworkAQueryGoesOutAndAReplyComesBack) {
@@ -192,6 +267,22 @@ TEST_F(TimeStampTest, ARenewedProofIsAChainOfTimeStamps) {
   folder_.write("damaged.der", damaged);
   EXPECT_EQ(4, run("verify damaged.der").exitCode) << "the last byte is that of the last token's signature";
   EXPECT_EQ(1, stamp("good", "damaged.der").exitCode);
+}
+
+TEST_F(TimeStampTest, ARevokedAuthorityProvesWhatAnotherOneHasConfirmedBefore) {
+  const auto revoke = [this](const std::string& time) {
+    folder_.write("clock.crl", makeCrl({.issuer = ca_, .serials = {"5A"}, .lastUpdate = time}));
+  };
+  const std::string trust = "verify a.p7s.b64 --ca demo/ca.pem --tsa-ca clock.pem --crl clock.crl --crl demo/ca.crl";
+  EXPECT_EQ(0, stamp("good").exitCode);
+  revoke("20200101000000Z");
+  EXPECT_EQ(6, run(trust + " --at signing").exitCode);
+  EXPECT_EQ(0, stamp("other").exitCode);
+  EXPECT_EQ(6, run(trust + " --at signing").exitCode) << "it was revoked when the other one confirmed";
+  revoke("20980101000000Z");
+  const Json signer = json(trust + " --at 2099-01-01")[0]["signers"][0];
+  EXPECT_EQ(true, signer["timeStamps"][0]["trusted"]) << "revoked later";
+  EXPECT_EQ(true, signer["timeStamps"][1]["trusted"]);
 }
 
 TEST_F(TimeStampTest, VerifyNamesProofsThatEndSoon) {

@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 """authority.py FOLDER: a time-stamping authority (RFC 3161) on the loopback, "openssl ts" behind HTTP and HTTPS.
 
-The folder holds NAME.crt and NAME.key of the authorities "tsa" and "old", and server.crt and server.key for HTTPS. The
-two addresses are written to FOLDER/urls. The last part of the path says how to answer: "good", or what to do wrong. Ends
-when its standard input ends.
+The folder holds NAME.crt and NAME.key of the authorities "tsa", "old" and "other", and server.crt and server.key for
+HTTPS. The two addresses are written to FOLDER/urls. The last part of the path says how to answer: "good", or what to do
+wrong. As a proxy it leads to itself, whatever the host. Ends when its standard input ends.
 """
 import http.server
+import itertools
 import os
+import re
 import ssl
 import subprocess
 import sys
@@ -26,7 +28,8 @@ default_policy = 1.2.3.4.1
 digests = {digest}
 ess_cert_id_alg = sha256
 """
-failuresLeft = 2
+BUSY = itertools.count()
+HELD = itertools.count()
 
 
 def reply(query, name="tsa", digest="sha256"):
@@ -36,6 +39,22 @@ def reply(query, name="tsa", digest="sha256"):
                 stream.write(content)
         command = ["openssl", "ts", "-reply", "-config", f"{FOLDER}/config", "-queryfile", f"{FOLDER}/query"]
         return subprocess.run(command, capture_output=True, check=False).stdout
+
+
+def resigned(query, name, time=None):
+    """A reply that "openssl ts" would not give: signed by any certificate, or with another time."""
+
+    def cms(data, *arguments):
+        command = ["openssl", "cms", "-binary", *arguments]
+        return subprocess.run(command, input=data, capture_output=True, check=False).stdout
+
+    info = cms(reply(query)[9:], "-verify", "-noverify", "-inform", "DER")
+    if time:
+        info = re.sub(rb"\d{14}Z", time, info)
+    signer = ["-signer", f"{FOLDER}/{name}.crt", "-inkey", f"{FOLDER}/{name}.key"]
+    kind = ["-nodetach", "-cades", "-econtent_type", "id-smime-ct-TSTInfo", "-outform", "DER"]
+    token = cms(info, "-sign", *kind, *signer)
+    return b"\x30\x82" + (len(token) + 5).to_bytes(2, "big") + b"\x30\x03\x02\x01\x00" + token
 
 
 def changed(query, offset):
@@ -60,15 +79,22 @@ class Handler(http.server.BaseHTTPRequestHandler):
         while True:
             self.wfile.write(block)
 
+    def do_CONNECT(self):
+        self.answer(b"", 407 if self.path.startswith("refused") else 200)
+        self.request = tls().wrap_socket(self.connection, server_side=True)
+        self.setup()
+        self.handle_one_request()
+
     def do_POST(self):
-        global failuresLeft
         query = self.rfile.read(int(self.headers["Content-Length"]))
         how = self.path.rsplit("/", 1)[1]
         if how == "slow":
             time.sleep(5)
-        elif how == "busy" and failuresLeft > 0:
-            failuresLeft -= 1
+        elif how == "busy" and next(BUSY) < 2:
             self.answer(b"", 503)
+        elif how == "held" and (number := next(HELD)) >= 2:
+            open(f"{FOLDER}/held{number}", "wb").close()
+            time.sleep(60)
         elif how == "nonce":
             self.answer(reply(changed(query, 32 + 4)))
         elif how == "imprint":
@@ -77,6 +103,17 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.answer(reply(query, digest="sha512"))
         elif how == "expired":
             self.answer(reply(query, name="old"))
+        elif how == "other":
+            self.answer(reply(query, name="other"))
+        elif how == "purpose":
+            self.answer(resigned(query, "server"))
+        elif how == "backdated":
+            self.answer(resigned(query, "tsa", b"20000101000000Z"))
+        elif how == "drip":
+            self.answer(b"")
+            for byte in reply(query):
+                self.wfile.write(bytes([byte]))
+                time.sleep(0.1)
         elif how == "cut":
             self.answer(reply(query)[:-100])
         elif how == "damaged":
@@ -108,12 +145,16 @@ class Server(http.server.ThreadingHTTPServer):
         pass
 
 
+def tls():
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(f"{FOLDER}/server.crt", f"{FOLDER}/server.key")
+    return context
+
+
 def start(secure):
     server = Server(("127.0.0.1", 0), Handler)
     if secure:
-        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(f"{FOLDER}/server.crt", f"{FOLDER}/server.key")
-        server.socket = context.wrap_socket(server.socket, server_side=True)
+        server.socket = tls().wrap_socket(server.socket, server_side=True)
     threading.Thread(target=server.serve_forever, daemon=True).start()
     return f"http{'s' if secure else ''}://127.0.0.1:{server.server_port}"
 
