@@ -7,7 +7,7 @@ target_compile_options(zepasign_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=  # no path of the building machine in the library
   $<$<BOOL:${ZEPASIGN_WARNINGS_AS_ERRORS}>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>)
-if(NOT WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # At -O3 GCC 12 takes "..." + std::string() for an overlapping copy.
   target_compile_options(zepasign_flags INTERFACE $<$<CONFIG:Release>:-Wno-restrict>)
 endif()
