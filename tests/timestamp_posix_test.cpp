@@ -273,10 +273,19 @@ TEST_F(TimeStampTest, ARevokedAuthorityProvesWhatAnotherOneHasConfirmedBefore) {
   const auto revoke = [this](const std::string& time) {
     folder_.write("clock.crl", makeCrl({.issuer = ca_, .serials = {"5A"}, .lastUpdate = time}));
   };
+  folder_.write("clock.key", pemOf("EC PRIVATE KEY", encode<i2d_PrivateKey>(ca_.key.get())));
+  folder_.write("ca.cnf", "[ca]\ndefault_ca=a\n[a]\ndatabase=index\ncertificate=clock.pem\nprivate_key=clock.key\n");
   const std::string trust = "verify a.p7s.b64 --ca demo/ca.pem --tsa-ca clock.pem --crl clock.crl --crl demo/ca.crl";
   EXPECT_EQ(0, stamp("good").exitCode);
   revoke("20200101000000Z");
   EXPECT_EQ(6, run(trust + " --at signing").exitCode);
+  for (const auto& [reason, exitCode] : {std::pair{"superseded", 0}, std::pair{"keyCompromise", 6}}) {
+    folder_.write("index", std::string("R\t991231235959Z\t491231235959Z,") + reason + "\t5A\tunknown\t/CN=Clock\n");
+    const std::string makeCrl = "openssl ca -gencrl -config ca.cnf -md sha256 -crldays 9 -out clock.crl";
+    EXPECT_EQ(0, runCommand("cd '" + folder_.path() + "' && " + makeCrl).exitCode);
+    EXPECT_EQ(exitCode, run(trust + " --at signing").exitCode) << "after the time stamp was made: " << reason;
+  }
+  revoke("20200101000000Z");
   EXPECT_EQ(0, stamp("other").exitCode);
   EXPECT_EQ(6, run(trust + " --at signing").exitCode) << "it was revoked when the other one confirmed";
   revoke("20980101000000Z");

@@ -1,5 +1,6 @@
 #include "tools/files/chain_check.h"
 
+#include <algorithm>
 #include <array>
 #include <nlohmann/json.hpp>
 
@@ -40,14 +41,29 @@ Verdict chainVerdict(int code) {
   }
 }
 
-// revokedLater: whether no CRL of the certificate's issuer dates the revocation at or before the time of the check.
-bool revokedLater(X509_STORE_CTX* context, std::time_t time) {
+// isOrderly: whether the reason of a revocation says that the key was not compromised (RFC 3161, section 4).
+bool isOrderly(const X509_REVOKED* entry) {
+  static constexpr std::array kReasons = {CRL_REASON_UNSPECIFIED, CRL_REASON_AFFILIATION_CHANGED, CRL_REASON_SUPERSEDED,
+                                          CRL_REASON_CESSATION_OF_OPERATION};
+  const std::unique_ptr<ASN1_ENUMERATED, FreeWith<ASN1_ENUMERATED_free>> reason(
+      static_cast<ASN1_ENUMERATED*>(X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
+  return reason && std::ranges::count(kReasons, ASN1_ENUMERATED_get(reason.get())) > 0;
+}
+
+// revokedLater: whether no CRL of the certificate's issuer dates the revocation at or before the time of the check, or,
+// for a time stamp of an authority that has retired in an orderly way, before the time stamp was made.
+bool revokedLater(X509_STORE_CTX* context, const ChainQuestion& question) {
   X509* certificate = X509_STORE_CTX_get_current_cert(context);
+  const bool isTimeStamp = question.madeAt && X509_STORE_CTX_get_error_depth(context) == 0;
   const CrlListPtr crls(X509_STORE_CTX_get1_crls(context, X509_get_issuer_name(certificate)));
   for (int i = 0; i < sk_X509_CRL_num(crls.get()); ++i) {
     X509_REVOKED* entry = nullptr;
     if (X509_CRL_get0_by_cert(sk_X509_CRL_value(crls.get(), i), &entry, certificate) != 1) continue;
-    if (X509_cmp_time(X509_REVOKED_get0_revocationDate(entry), &time) <= 0) return false;
+    const auto isAfter = [date = X509_REVOKED_get0_revocationDate(entry)](std::time_t time) {
+      return X509_cmp_time(date, &time) > 0;
+    };
+    const bool isLater = question.time && isAfter(*question.time);
+    if (!isLater && !(isTimeStamp && isOrderly(entry) && isAfter(*question.madeAt))) return false;
   }
   return true;
 }
@@ -58,16 +74,13 @@ bool revokedLater(X509_STORE_CTX* context, std::time_t time) {
 int decide(int isGood, X509_STORE_CTX* context) {
   if (isGood == 1) return 1;
   const int code = X509_STORE_CTX_get_error(context);
-  const X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(context);
-  const bool isForPast = (X509_VERIFY_PARAM_get_flags(param) & X509_V_FLAG_USE_CHECK_TIME) != 0;
+  const auto* question = static_cast<const ChainQuestion*>(X509_STORE_CTX_get_app_data(context));
   if (code == X509_V_ERR_UNABLE_TO_GET_CRL) {
-    const auto* question = static_cast<const ChainQuestion*>(X509_STORE_CTX_get_app_data(context));
     const bool isSigner = X509_STORE_CTX_get_error_depth(context) == 0;
     return isSigner && question->purpose == ChainQuestion::Purpose::kAny ? 0 : 1;
   }
-  if (!isForPast) return 0;
-  if (code == X509_V_ERR_CRL_NOT_YET_VALID) return 1;
-  return code == X509_V_ERR_CERT_REVOKED && revokedLater(context, X509_VERIFY_PARAM_get_time(param)) ? 1 : 0;
+  if (code == X509_V_ERR_CERT_REVOKED) return revokedLater(context, *question) ? 1 : 0;
+  return code == X509_V_ERR_CRL_NOT_YET_VALID && question->time ? 1 : 0;
 }
 
 Json namesOf(const STACK_OF(X509) * chain) {

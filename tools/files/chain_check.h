@@ -65,7 +65,8 @@ struct Finding {
 void keepWorse(Finding& worst, Finding next);
 
 // ChainQuestion: what is asked about one certificate. All pointers are borrowed. `others` are certificates from which
-// the path may be built; null when there are none. `time` is when the path must be valid, nothing means now.
+// the path may be built; null when there are none. `time` is when the path must be valid, nothing means now. `madeAt`
+// is the time in a time stamp: a revocation after it, for a reason that is no compromise of the key, does not count.
 struct ChainQuestion {
   // A signer may use its certificate for anything; that of a time-stamping authority must be made for that alone (RFC
   // 3161, section 2.3).
@@ -76,6 +77,7 @@ struct ChainQuestion {
   const Trust& trust;
   std::optional<std::time_t> time = {};
   Purpose purpose = Purpose::kAny;
+  std::optional<std::time_t> madeAt = {};
 };
 
 // checkChain: kValid without a judgement when nothing is trusted. Adds to `report`: chain, the names from the

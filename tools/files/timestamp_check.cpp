@@ -38,9 +38,10 @@ Finding checkToken(PKCS7* token, std::string_view value, const TimeStampQuestion
     return {Verdict::kExpired, tr("the authority's certificate was not valid at the time in the time stamp"_m)};
   }
   const ChainQuestion::Purpose purpose = ChainQuestion::Purpose::kTimeStamping;
-  if (time) time = std::max(*time, timeIn(token).value_or(*time));
+  const std::optional<std::time_t> madeAt = timeIn(token);
+  if (time) time = std::max(*time, madeAt.value_or(*time));
   Finding finding =
-      checkChain({authorityOf(token), certificatesOf(token), question.authorities, time, purpose}, report);
+      checkChain({authorityOf(token), certificatesOf(token), question.authorities, time, purpose, madeAt}, report);
   if (!finding.reason.empty()) finding.reason = tr("the authority's certificate: {0}"_m, {finding.reason});
   return finding;
 }
