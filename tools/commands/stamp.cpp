@@ -1,8 +1,10 @@
 // zepasign stamp: adds time stamps to signatures that are there, through the network or, for machines without, in two
 // halves.
+#include <cstdio>
 #include <memory>
 
 #include "base/errors.h"
+#include "base/platform.h"
 #include "tools/commands/batch.h"
 #include "tools/commands/command_line.h"
 #include "tools/commands/stamping.h"
@@ -28,6 +30,12 @@ struct StampCommandOptions : BatchOptions {
 bool readInput(const std::string& path, std::string& bytes) {
   Source source(path);
   return mayBeKnown(source.head()) && source.readRest(bytes, kMaxFileLength);
+}
+
+// isWritable: also of what is no regular file, which is written into as far as it goes. What may not be written is not
+// replaced; it is better to know that before a time stamp is paid for.
+bool isWritable(const std::string& path) {
+  return !statusOf(path).isRegular() || platform::FilePtr(std::fopen(path.c_str(), "r+b")) != nullptr;
 }
 
 class StampBatch final : public Batch {
@@ -84,6 +92,7 @@ class StampBatch final : public Batch {
     std::string signature;
     if (!readInput(job.input, signature)) return outcomeOf(kFileUnreadable);
     if (!options_.query.empty()) return writeQuery(signature);
+    if (!isWritable(job.output)) return outcomeOf(kOutputUnwritable);
     const Outcome stamped = options_.reply.empty() ? stamper_.stamp(signature) : addReply(signature);
     if (stamped.code != kSuccess) return stamped;
     return outcomeOf(writeFile(job.output, signature) ? kSuccess : kOutputUnwritable);
