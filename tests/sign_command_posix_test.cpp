@@ -14,10 +14,6 @@ class SignCommandTest : public ToolTest {
   CommandResult sign(const std::string& arguments, const std::string& before = "LC_ALL=C") const {
     return run("sign -c quiet.properties " + arguments, before);
   }
-  // shell: another command in the folder; returns its exit code.
-  int shell(const std::string& command) const {
-    return runCommand("cd '" + folder_.path() + "' && " + command).exitCode;
-  }
   int verify(const std::string& signatures) const { return run("verify --ca demo/ca.pem " + signatures).exitCode; }
   bool exists(const std::string& name) const { return std::filesystem::exists(folder_.path(name)); }
 };

@@ -27,6 +27,10 @@ signer_digest = sha256
 default_policy = 1.2.3.4.1
 digests = {digest}
 ess_cert_id_alg = sha256
+clock_precision_digits = 3
+accuracy = secs:1
+ordering = yes
+tsa_name = yes
 """
 BUSY = itertools.count()
 HELD = itertools.count()
@@ -50,7 +54,7 @@ def resigned(query, name, time=None):
 
     info = cms(reply(query)[9:], "-verify", "-noverify", "-inform", "DER")
     if time:
-        info = re.sub(rb"\d{14}Z", time, info)
+        info = re.sub(rb"\d{14}(?=[.Z])", time, info)
     signer = ["-signer", f"{FOLDER}/{name}.crt", "-inkey", f"{FOLDER}/{name}.key"]
     kind = ["-nodetach", "-cades", "-econtent_type", "id-smime-ct-TSTInfo", "-outform", "DER"]
     token = cms(info, "-sign", *kind, *signer)
@@ -107,8 +111,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.answer(reply(query, name="other"))
         elif how == "purpose":
             self.answer(resigned(query, "server"))
+        elif how == "name":
+            self.answer(resigned(query, "other"))
         elif how == "backdated":
-            self.answer(resigned(query, "tsa", b"20000101000000Z"))
+            self.answer(resigned(query, "tsa", b"20000101000000"))
         elif how == "drip":
             self.answer(b"")
             for byte in reply(query):

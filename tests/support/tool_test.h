@@ -26,6 +26,10 @@ class ToolTest : public ::testing::Test {
   CommandResult run(const std::string& arguments, const std::string& before = "LC_ALL=C") const {
     return runCommand("cd '" + folder_.path() + "' && " + before + " " ZEPASIGN_TOOL " " + arguments);
   }
+  // shell: another command in the folder; returns its exit code.
+  int shell(const std::string& command) const {
+    return runCommand("cd '" + folder_.path() + "' && " + command).exitCode;
+  }
   Json json(const std::string& arguments) const { return Json::parse(run(arguments + " --json 2>&-").output); }
 
   // changed: the demo's property file under another name, with one text replaced.
