@@ -3,6 +3,7 @@
 # administrator does: installs them with what they need, checks, signs and verifies, upgrades to a later revision, and
 # removes them. ZEPASIGN_DEBIAN names another Debian release for the root. Needs root.
 set -euo pipefail
+trap 'echo "package-test.sh: failed at line $LINENO" >&2' ERR
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh dpkg-dev lintian
 packages=(out/packages/*_*.deb)

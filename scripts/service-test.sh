@@ -3,6 +3,7 @@
 # what the operators' manual says about the service that signs a directory, line by line. Then documents arrive faster than
 # a service may start by default, and systemd says how exposed the service is. Needs root.
 set -euo pipefail
+trap 'echo "service-test.sh: failed at line $LINENO" >&2' ERR
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh systemd-container
 work=$(mktemp -d)
@@ -48,7 +49,7 @@ StandardOutput=file:/walk-through.log
 StandardError=inherit
 END
 SYSTEMD_NSPAWN_UNIFIED_HIERARCHY=1 timeout 300 systemd-nspawn -q -D "$root" --register=no --keep-unit --private-network \
-  -b systemd.unit=multi-user.target systemd.wants=walk-through.service </dev/null >"$work/log" 2>&1 ||
+  -b systemd.unit=multi-user.target systemd.wants=walk-through.service </dev/null >"$work/log" 2>&1 &&
+  grep -F 'Overall exposure level' "$root/walk-through.log" ||
   { tail -n 20 "$work/log" "$root/walk-through.log" >&2; exit 1; }
-grep -F 'Overall exposure level' "$root/walk-through.log"
 echo "service-test.sh: the walk-through of the manual worked"
