@@ -7,11 +7,12 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/certificate.sh
+source scripts/quietly.sh
 scripts=$PWD/scripts root=$1 work=$1/compare
 mkdir "$work"
 
-# quietly runs a command whose messages matter only when it fails.
-quietly() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
+# withoutMessages COMMAND...: shows what the command says beside its result only when it fails.
+withoutMessages() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
 
 # makeHosts PROCESSOR: into the folder PROCESSOR, beside the DLL and the tool.
 makeHosts() {
@@ -37,8 +38,8 @@ run() {
   fi
 }
 
-quietly cmake --preset dev --log-level=WARNING >/dev/null
-quietly cmake --build --preset dev --target ZEPASignDLL >/dev/null
+quietly cmake --preset dev --log-level=WARNING
+quietly cmake --build --preset dev --target ZEPASignDLL
 example=(examples/c/main.c examples/c/signer.c)
 gcc -Iapi "${example[@]}" examples/c/platform_posix.c -o "$work/sign" -Lbuild/dev/api -lZEPASignDLL -lcrypto \
   -Wl,-rpath,"$PWD/build/dev/api"
@@ -63,12 +64,12 @@ PFX.file = signer.pfx
 PFX.pswd = secret
 EOF
 sed 's/\r//; s#\\#/#; s/windows/linux/' windows.properties >linux.properties
-quietly ./sign linux.properties content >linux.b64
+withoutMessages ./sign linux.properties content >linux.b64
 for processor in x86_64 i686; do
   for host in mingw microsoft; do
-    quietly run "$processor" "$host" windows.properties content | diff --strip-trailing-cr linux.b64 -
+    withoutMessages run "$processor" "$host" windows.properties content | diff --strip-trailing-cr linux.b64 -
   done
-  quietly run "$processor" zepasign sign -c windows.properties -o - content |
+  withoutMessages run "$processor" zepasign sign -c windows.properties -o - content |
     diff --strip-trailing-cr <(head -n 1 linux.b64) -
 done
 echo "windows-compare.sh: the signatures of the three libraries are equal ($(wc -c <linux.b64) bytes)"

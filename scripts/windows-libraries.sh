@@ -5,18 +5,13 @@
 # $ZEPASIGN_CACHE); a new version or a change of this script builds it again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/quietly.sh
 cache=$(realpath -m "${ZEPASIGN_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zepasign}")
 # Nothing of OpenSSL is loaded at run time, neither provider, engine nor configuration file, and it does not pin the DLL
 # that holds it, so that FreeLibrary unloads it.
 opensslOptions=(no-shared no-tests no-module no-engine no-pinshared no-autoload-config)
 
 say() { echo "windows-libraries.sh: $*" >&2; }
-
-# quietly runs a command whose output matters only when it fails.
-quietly() {
-  local output
-  output=$("$@" 2>&1) || { printf '%s\n' "$output" | tail -n 40 >&2; return 1; }
-}
 
 # enableSources: the machine's package sources once more as source entries, in lists of our own: the machine's stay as
 # they are.

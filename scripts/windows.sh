@@ -6,12 +6,7 @@
 #   ZEPASIGN_CACHE=folder scripts/windows.sh   what is kept lies here and not in ~/.cache/zepasign
 set -euo pipefail
 cd "$(dirname "$0")/.."
-
-# quietly runs a command whose output matters only when it fails.
-quietly() {
-  local output
-  output=$("$@" 2>&1) || { printf '%s\n' "$output" | tail -n 40 >&2; return 1; }
-}
+source scripts/quietly.sh
 
 # requireRoot: the x86 tests are never left out, so it fails before anything is built where they could not run.
 requireRoot() {
