@@ -18,6 +18,7 @@
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/messages.h"
 #include "tools/terminal/system.h"
+#include "tools/terminal/system_trust.h"
 
 namespace zepasign::tools {
 namespace {
@@ -104,7 +105,7 @@ class Connection final {
     tls_.reset(SSL_CTX_new(TLS_client_method()));
     if (!tls_ || SSL_CTX_set_min_proto_version(tls_.get(), TLS1_2_VERSION) != 1) return false;
     SSL_CTX_set_verify(tls_.get(), SSL_VERIFY_PEER, nullptr);
-    if (question_.authorities == nullptr) return SSL_CTX_set_default_verify_paths(tls_.get()) == 1;
+    if (question_.authorities == nullptr) return trustSystem(tls_.get());
     return X509_VERIFY_PARAM_set_flags(SSL_CTX_get0_param(tls_.get()), X509_V_FLAG_PARTIAL_CHAIN) == 1 &&
            SSL_CTX_set1_verify_cert_store(tls_.get(), question_.authorities) == 1;
   }
