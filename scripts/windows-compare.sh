@@ -28,15 +28,8 @@ makeHosts() {
   lld-link /nologo /subsystem:console /entry:mainCRTStartup /safeseh:no "/out:$folder/microsoft.exe" "$folder"/*.obj \
     "$built/api/ZEPASignDLL.lib" "$system"/lib{ucrtbase,kernel32,crypt32}.a
 }
-# run PROCESSOR PROGRAM ARGUMENT...: under Wine, in the folder with keys and content.
-run() {
-  if [ "$1" = x86_64 ]; then
-    (cd "$work" && /usr/lib/wine/wine64 "$1/$2.exe" "${@:3}")
-  else
-    # shellcheck disable=SC2016 # the inner shell's own arguments
-    "$scripts/windows-x86-root.sh" "$root" sh -c 'cd /compare && exec wine "$@"' sh "$1/$2.exe" "${@:3}"
-  fi
-}
+# run PROCESSOR PROGRAM ARGUMENT...: in the folder with keys and content.
+run() { withoutMessages "$scripts/windows-run.sh" "$root" /compare "$1" "$1/$2.exe" "${@:3}"; }
 
 quietly cmake --preset dev --log-level=WARNING
 quietly cmake --build --preset dev --target ZEPASignDLL
@@ -67,9 +60,9 @@ sed 's/\r//; s#\\#/#; s/windows/linux/' windows.properties >linux.properties
 withoutMessages ./sign linux.properties content >linux.b64
 for processor in x86_64 i686; do
   for host in mingw microsoft; do
-    withoutMessages run "$processor" "$host" windows.properties content | diff --strip-trailing-cr linux.b64 -
+    run "$processor" "$host" windows.properties content | diff --strip-trailing-cr linux.b64 -
   done
-  withoutMessages run "$processor" zepasign sign -c windows.properties -o - content |
+  run "$processor" zepasign sign -c windows.properties -o - content |
     diff --strip-trailing-cr <(head -n 1 linux.b64) -
 done
 echo "windows-compare.sh: the signatures of the three libraries are equal ($(wc -c <linux.b64) bytes)"

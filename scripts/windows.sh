@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# windows.sh: cross-builds ZEPASignDLL.dll on Debian 12 with MinGW-w64, for x86-64 and for x86, and checks what both DLLs
-# export and import. Runs all tests of both under Wine, those of x86 in a clean i386 root, and compares their signatures
-# with the Linux library's. What is missing is installed from the distribution. Needs root for the i386 root.
+# windows.sh: cross-builds ZEPASignDLL.dll and zepasign.exe on Debian 12 with MinGW-w64, for x86-64 and for x86, and checks
+# what both DLLs export and import. Runs all tests of both under Wine, those of x86 in a clean i386 root, compares their
+# signatures with the Linux library's, and uses the tool. What is missing is installed from the distribution. Needs root
+# for the i386 root.
 #   scripts/windows.sh                         results: build/windows-x86_64/api/, build/windows-i686/api/
 #   ZEPASIGN_CACHE=folder scripts/windows.sh   what is kept lies here and not in ~/.cache/zepasign
 set -euo pipefail
@@ -25,25 +26,28 @@ build() {
   scripts/windows-check-dll.sh "$library.dll" "$library.lib" "$1"
 }
 
-# testX64: also compares signatures. Its Windows has the code page 950, as in Taiwan; Wine takes it from the locale. Wine's
-# own services start with the first program: if a test started them, they would keep its output open and CTest would wait
-# for them.
-testX64() (
-  export LC_ALL=zh_TW.UTF-8 LOCPATH=$work/locale WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml='
-  mkdir "$LOCPATH"
-  quietly localedef -i zh_TW -f UTF-8 "$LOCPATH/zh_TW.UTF-8"
-  /usr/lib/wine/wine64 wineboot >/dev/null 2>&1
-  ctest --preset windows-x86_64
-  scripts/windows-compare.sh "$work/i386"
-)
+# onWindows COMMAND...: with a Windows whose code page is 950, as in Taiwan: Wine takes it from the locale.
+onWindows() {
+  LC_ALL=zh_TW.UTF-8 LOCPATH=$work/locale WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml=' "$@"
+}
+
+# Both test functions begin with wineboot: Wine's own services start with the first program, and if a test started them,
+# they would keep its output open and CTest would wait for them.
+
+testX64() {
+  mkdir "$work/locale"
+  quietly localedef -i zh_TW -f UTF-8 "$work/locale/zh_TW.UTF-8"
+  onWindows /usr/lib/wine/wine64 wineboot >/dev/null 2>&1
+  onWindows ctest --preset windows-x86_64
+}
 
 # testX86: in the i386 root, where the build folder lies under its own path, since the tests know it by that.
 testX86() {
   local folder=$PWD/build/windows-i686
   mkdir -p "$work/i386/$folder" "$work/i386/wine"
   cp -r build/windows-i686/{CTestTestfile.cmake,api,tests,tools} "$work/i386/$folder/"
-  quietly scripts/windows-x86-root.sh "$work/i386" localedef -i zh_TW -f UTF-8 zh_TW.UTF-8
-  scripts/windows-x86-root.sh "$work/i386" sh -c "wine wineboot >/dev/null 2>&1
+  quietly onWindows scripts/windows-x86-root.sh "$work/i386" localedef -i zh_TW -f UTF-8 zh_TW.UTF-8
+  onWindows scripts/windows-x86-root.sh "$work/i386" sh -c "wine wineboot >/dev/null 2>&1
     ctest --test-dir '$folder' --no-tests=error --output-on-failure -j$(nproc)"
 }
 
@@ -61,3 +65,5 @@ wait "$other"
 wait "$root"
 testX86
 testX64
+onWindows scripts/windows-compare.sh "$work/i386"
+onWindows scripts/windows-tool.sh "$work/i386"
