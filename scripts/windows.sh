@@ -21,7 +21,7 @@ build() {
   local library=build/windows-$1/api/ZEPASignDLL
   export ZEPASIGN_WINDOWS_LIBRARIES=$libraries/$1
   quietly cmake --fresh --preset "windows-$1"
-  quietly cmake --build --preset "windows-$1"
+  quietly cmake --build --preset "windows-$1" -j"$(nproc)"
   llvm-dlltool -m "$2" -d "api/exports-$1.def" -l "$library.lib"
   scripts/windows-check-dll.sh "$library.dll" "$library.lib" "$1"
 }
@@ -51,6 +51,11 @@ testX86() {
     ctest --test-dir '$folder' --no-tests=error --output-on-failure -j$(nproc)"
 }
 
+# examine PROCESSOR MACHINE TEST: each line of its output begins with the processor, since two run side by side.
+examine() {
+  { build "$1" "$2"; "$3"; } 2>&1 | sed -u "s/^/$1: /"
+}
+
 requireRoot
 scripts/install-deps.sh clang cmake debootstrap g++ lld llvm locales ninja-build openssl util-linux wine64
 work=$(mktemp -d)
@@ -58,12 +63,12 @@ trap 'wait; rm -rf "$work"' EXIT
 scripts/clean-root.sh i386 "$work/i386" cmake locales wine32 &  # mostly downloads, while the libraries are built
 root=$!
 libraries=$(scripts/windows-libraries.sh)
-build x86_64 i386:x86-64 &
-other=$!
-build i686 i386
-wait "$other"
 wait "$root"
-testX86
-testX64
+examine x86_64 i386:x86-64 testX64 &
+x64=$!
+examine i686 i386 testX86
+wait "$x64"
+onWindows scripts/windows-tool.sh "$work/i386" &
+tool=$!
 onWindows scripts/windows-compare.sh "$work/i386"
-onWindows scripts/windows-tool.sh "$work/i386"
+wait "$tool"
