@@ -113,6 +113,7 @@ TEST_F(TimeStampTest, AnInterruptionLosesNothing) {
                  " env --default-signal=INT " ZEPASIGN_TOOL " stamp --recursive many --jobs 2 --tsa " + http_ +
                  "/held & run=$!; until [ -e held3 ]; do sleep 0.02; done; kill -INT $run; wait $run");
   EXPECT_EQ(130, stopped.exitCode);
+  EXPECT_NE(std::string::npos, stopped.output.find("/held: interrupted\n")) << "no worker waits any longer";
   EXPECT_NE(std::string::npos, stopped.output.find("interrupted: 2 stamped, 0 skipped, 2 failed")) << stopped.output;
   EXPECT_EQ(0, shell("test $(diff -rq many before | grep -c differ) = 2"));
   EXPECT_EQ(0, shell("test $(ls many | wc -l) = 16"));
