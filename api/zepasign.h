@@ -87,7 +87,7 @@ class ZEPASign {
   [[nodiscard]] int configure(const char* propertyFile, const char* encedPfxPasswd);
   void readLogSettings(const cProperty& property);
   [[nodiscard]] int readSigningOptions(const cProperty& property);
-  [[nodiscard]] int loadPfx(const std::string& folder, const std::string& file, const char* password);
+  [[nodiscard]] int loadPfx(const std::string& directory, const std::string& file, const char* password);
 
   // Signing, in zepasign_sign.cpp: a step that returns an int returns 0 or the code with which the call ends. The chain
   // is borrowed and may be null. storeSignature sets the text and the signer's certificate, and only after success.

@@ -30,22 +30,22 @@ int ZEPASign::configure(const char* propertyFile, const char* encedPfxPasswd) {
   if (certChainList.isEmpty()) certChainList.loadCertChainFiles(&property);
   if (const int code = readSigningOptions(property)) return code;
 
-  const std::string folder = property.getProperty(keys::kPfxPath);
+  const std::string directory = property.getProperty(keys::kPfxPath);
   const std::string file = property.getProperty(keys::kPfxFile);
   std::string password;
   const CleanseOnExit wipePassword(password);
   if (const int code = resolvePfxPassword(property, encedPfxPasswd, password)) return code;
-  const int code = loadPfx(folder, file, password.c_str());
+  const int code = loadPfx(directory, file, password.c_str());
   logText(kInfo, "end ZEPASign::ZEPASign()");
   return code;
 }
 
 void ZEPASign::readLogSettings(const cProperty& property) {
   logger.setLevel(property.getProperty(keys::kLogLevel).c_str());
-  const std::string folder = property.getProperty(keys::kLogPath);
+  const std::string directory = property.getProperty(keys::kLogPath);
   const std::string file = property.getProperty(keys::kLogFile);
   logger.setEncoding(property.getProperty(keys::kLogEncoding).c_str());
-  logger.setLogFile(folder.c_str(), file.c_str());
+  logger.setLogFile(directory.c_str(), file.c_str());
 }
 
 int ZEPASign::readSigningOptions(const cProperty& property) {
@@ -63,9 +63,9 @@ int ZEPASign::readSigningOptions(const cProperty& property) {
   return kSuccess;
 }
 
-int ZEPASign::loadPfx(const std::string& folder, const std::string& file, const char* password) {
+int ZEPASign::loadPfx(const std::string& directory, const std::string& file, const char* password) {
   auto credential = std::make_unique<cPkcs12>();
-  const int code = credential->loadPfxFile(folder.c_str(), file.c_str(), password);
+  const int code = credential->loadPfxFile(directory.c_str(), file.c_str(), password);
   if (code != kSuccess) return failed(code, "讀取 pfx 檔失敗, 密碼錯誤"_big5);
   if (pkcs12_) replaced_.push_back(std::move(pkcs12_));
   pkcs12_ = std::move(credential);

@@ -30,12 +30,12 @@ std::string dailyFileName(const std::string& fileBase, const platform::LocalTime
   return fileBase + date;
 }
 
-// createFolders: makes every prefix of the path that ends before a "/" or at the end of the text. Only "/" divides. The
-// log line of its result names cFile::createFolder(): readers of the log depend on that text.
-bool createFolders(const std::string& folder) {
-  for (std::size_t end = 1; end <= folder.size(); ++end) {
-    if (end < folder.size() && folder[end] != '/') continue;
-    if (!platform::createFolder(folder.substr(0, end).c_str())) return false;
+// createDirectories: makes every prefix of the path that ends before a "/" or at the end of the text. Only "/" divides.
+// The log line of its result names cFile::createFolder(): readers of the log depend on that text.
+bool createDirectories(const std::string& directory) {
+  for (std::size_t end = 1; end <= directory.size(); ++end) {
+    if (end < directory.size() && directory[end] != '/') continue;
+    if (!platform::createDirectory(directory.substr(0, end).c_str())) return false;
   }
   return true;
 }
@@ -137,13 +137,13 @@ void cLog::setEncoding(const char* name) {
   if (!encoding_.choose(name) && isEnabled(kError)) writeText(kError.name, "iconv_open() 失敗"_big5);
 }
 
-bool cLog::setLogFile(const char* folder, const char* file) noexcept {
-  if (fileSet_ || isEmpty(folder) || isEmpty(file)) return false;
+bool cLog::setLogFile(const char* directory, const char* file) noexcept {
+  if (fileSet_ || isEmpty(directory) || isEmpty(file)) return false;
   try {
-    const bool created = createFolders(folder);
+    const bool created = createDirectories(directory);
     if (isEnabled(kDebug)) writeBool(kDebug.name, "end cFile::createFolder() return", created);
     if (!created) return false;
-    fileBase_ = std::string(folder) + platform::kFolderSeparator + file;
+    fileBase_ = std::string(directory) + platform::kDirectorySeparator + file;
     fileSet_ = true;
     return true;
   } catch (...) {

@@ -72,9 +72,10 @@ class cLog {
   // setLevel: DEBUG, INFO, WARN, ERROR or OFF in any letter case; any other name, null or "" changes nothing.
   void setLevel(const char* levelName) noexcept;
 
-  // setLogFile: chooses the file <folder><separator><file>.YYYYMMDD, once per process, after making the folder with its
-  // missing parents. False when it was chosen before, an argument is null or empty, or the folder cannot be made.
-  bool setLogFile(const char* folder, const char* file) noexcept;
+  // setLogFile: chooses the file <directory><separator><file>.YYYYMMDD, once per process, after making the directory
+  // with its missing parents. False when it was chosen before, an argument is null or empty, or the directory cannot be
+  // made.
+  bool setLogFile(const char* directory, const char* file) noexcept;
 
   // setEncoding: LOG.encoding, see LogEncoding; without effect once the file is chosen. What is pending is converted
   // when it is written. Throws std::bad_alloc; the encoding can then be chosen again.

@@ -32,13 +32,13 @@ bool cProperty::loadFromFile(const std::string& fileName) {
 
 // load: false when there is no text to parse; otherwise `loaded_` tells how the parsing went.
 bool cProperty::load(const std::string& fileName) {
-  workingFolder_ = platform::currentFolder();
+  workingDirectory_ = platform::currentDirectory();
   logValue(kParam, "propertyFile", fileName);
   if (fileName.empty()) {
     logErrorValue("propertyFile ERROR!", fileName);
     return false;
   }
-  if (!workingFolder_.starts_with('/')) logDebugValue("Current working path", workingFolder_);
+  if (!workingDirectory_.starts_with('/')) logDebugValue("Current working path", workingDirectory_);
   cFile file;
   file.markSecret();
   if (!file.loadFromFile(fileName.c_str())) {

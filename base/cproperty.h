@@ -53,7 +53,7 @@ class cProperty {
   [[nodiscard]] Properties::const_iterator find(const char* key) const;
 
   Properties properties_;
-  std::string workingFolder_;
+  std::string workingDirectory_;
   bool loaded_ = false;
 };
 

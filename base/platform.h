@@ -24,8 +24,8 @@
 
 namespace zepasign::platform {
 
-// kFolderSeparator: joins a folder and a file name, a backslash on Windows, "/" elsewhere.
-extern const char kFolderSeparator;
+// kDirectorySeparator: joins a directory and a file name, a backslash on Windows, "/" elsewhere.
+extern const char kDirectorySeparator;
 
 // LocalTime: a moment on the machine's own wall clock; `month` and `day` count from 1, `millisecond` is 0 to 999.
 struct LocalTime {
@@ -63,16 +63,16 @@ struct LocalTime {
 // processId: of the calling process. It is asked at each call, since a host may fork.
 [[nodiscard]] int processId() noexcept;
 
-// currentFolder: the process's working folder, empty when it cannot be read within 1024 bytes.
-[[nodiscard]] std::string currentFolder();
+// currentDirectory: the process's working directory, empty when it cannot be read within 1024 bytes.
+[[nodiscard]] std::string currentDirectory();
 
-// createFolder: makes one folder (not its parents), with the permissions that the process's umask leaves; true also
-// when something of that name exists already.
-[[nodiscard]] bool createFolder(const char* path) noexcept;
+// createDirectory: makes one directory (not its parents), with the permissions that the process's umask leaves; true
+// also when something of that name exists already.
+[[nodiscard]] bool createDirectory(const char* path) noexcept;
 
-// listFolder: appends the names of all entries (name only, folders included) in the order the system gives them; false
-// when the folder cannot be searched. Throws std::bad_alloc.
-[[nodiscard]] bool listFolder(const std::string& folder, std::vector<std::string>& names);
+// listDirectory: appends the names of all entries (name only, directories included) in the order the system gives them;
+// false when the directory cannot be searched. Throws std::bad_alloc.
+[[nodiscard]] bool listDirectory(const std::string& directory, std::vector<std::string>& names);
 
 // preferLargePages: tells the system that all of a heap block will be written soon, so that it may give large pages:
 // the page faults of a block of many megabytes cost as much as computing its digest. Only a hint; it never fails.

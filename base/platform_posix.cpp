@@ -14,7 +14,7 @@
 
 namespace zepasign::platform {
 
-const char kFolderSeparator = '/';
+const char kDirectorySeparator = '/';
 
 LocalTime now() noexcept {
   std::timespec clock{};
@@ -26,12 +26,12 @@ LocalTime now() noexcept {
 
 int processId() noexcept { return getpid(); }
 
-std::string currentFolder() {
-  char folder[1024];
-  return getcwd(folder, sizeof folder) != nullptr ? folder : "";
+std::string currentDirectory() {
+  char directory[1024];
+  return getcwd(directory, sizeof directory) != nullptr ? directory : "";
 }
 
-bool createFolder(const char* path) noexcept { return mkdir(path, 0777) == 0 || errno == EEXIST; }
+bool createDirectory(const char* path) noexcept { return mkdir(path, 0777) == 0 || errno == EEXIST; }
 
 // madvise takes whole pages. The page in which the block begins is the block's alone, with the C library's header.
 void preferLargePages(void* block, std::size_t size) noexcept {
@@ -60,11 +60,11 @@ int openRegularFile(const char* path, int flags) noexcept {
 
 }  // namespace
 
-bool listFolder(const std::string& folder, std::vector<std::string>& names) {
-  struct CloseFolder {
+bool listDirectory(const std::string& directory, std::vector<std::string>& names) {
+  struct CloseDirectory {
     void operator()(DIR* search) const noexcept { closedir(search); }
   };
-  const std::unique_ptr<DIR, CloseFolder> search(opendir(folder.c_str()));
+  const std::unique_ptr<DIR, CloseDirectory> search(opendir(directory.c_str()));
   if (!search && errno == ENOMEM) throw std::bad_alloc();
   if (!search) return false;
   while (const dirent* entry = readdir(search.get()))

@@ -30,7 +30,7 @@ struct FreeEmergencyPool {
 
 }  // namespace
 
-const char kFolderSeparator = '\\';
+const char kDirectorySeparator = '\\';
 
 // now reads the clock once: seconds and milliseconds of two readings could belong to different seconds.
 LocalTime now() noexcept {
@@ -48,31 +48,31 @@ void preferLargePages(void*, std::size_t) noexcept {}
 
 int processId() noexcept { return _getpid(); }
 
-std::string currentFolder() {
-  char folder[1024];
-  return _getcwd(folder, sizeof folder) != nullptr ? folder : "";
+std::string currentDirectory() {
+  char directory[1024];
+  return _getcwd(directory, sizeof directory) != nullptr ? directory : "";
 }
 
-// createFolder asks _access and not errno: for a drive such as C: the system answers "access denied", not "exists".
-bool createFolder(const char* path) noexcept { return _mkdir(path) == 0 || _access(path, 0) == 0; }
+// createDirectory asks _access and not errno: for a drive such as C: the system answers "access denied", not "exists".
+bool createDirectory(const char* path) noexcept { return _mkdir(path) == 0 || _access(path, 0) == 0; }
 
 namespace {
 
 // searchPattern looks at the last character, not at the last byte, which 0x5C may share with a Big5 character.
-std::string searchPattern(const std::string& folder) {
-  const char last = *CharPrevA(folder.c_str(), folder.c_str() + folder.size());
-  return folder + (last == '/' || last == '\\' ? "*" : "/*");
+std::string searchPattern(const std::string& directory) {
+  const char last = *CharPrevA(directory.c_str(), directory.c_str() + directory.size());
+  return directory + (last == '/' || last == '\\' ? "*" : "/*");
 }
 
-// FolderSearch: one directory search, ended with its scope.
-class FolderSearch final {
+// DirectorySearch: one directory search, ended with its scope.
+class DirectorySearch final {
  public:
-  explicit FolderSearch(const std::string& pattern) : handle_(_findfirst64i32(pattern.c_str(), &entry_)) {}
-  ~FolderSearch() {
+  explicit DirectorySearch(const std::string& pattern) : handle_(_findfirst64i32(pattern.c_str(), &entry_)) {}
+  ~DirectorySearch() {
     if (found()) _findclose(handle_);
   }
-  FolderSearch(const FolderSearch&) = delete;
-  FolderSearch& operator=(const FolderSearch&) = delete;
+  DirectorySearch(const DirectorySearch&) = delete;
+  DirectorySearch& operator=(const DirectorySearch&) = delete;
 
   [[nodiscard]] bool found() const { return handle_ != -1; }
   [[nodiscard]] const char* name() const { return entry_.name; }
@@ -85,9 +85,9 @@ class FolderSearch final {
 
 }  // namespace
 
-bool listFolder(const std::string& folder, std::vector<std::string>& names) {
-  if (folder.empty()) return false;  // else the root of the drive would be listed
-  FolderSearch search(searchPattern(folder));
+bool listDirectory(const std::string& directory, std::vector<std::string>& names) {
+  if (directory.empty()) return false;  // else the root of the drive would be listed
+  DirectorySearch search(searchPattern(directory));
   if (!search.found()) return false;
   do names.emplace_back(search.name());
   while (search.next());

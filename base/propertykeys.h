@@ -22,7 +22,7 @@ inline constexpr std::size_t kMaxLineLength = 511;
 inline constexpr int kMaxChains = 10;      // chains P7B0 to P7B9
 inline constexpr int kMaxCrlsOfChain = 5;  // CRLs crlFile0 to crlFile4 of each chain
 
-// The log: its lowest level, the folder and first part of the day's file, and the encoding of its lines.
+// The log: its lowest level, the directory and first part of the day's file, and the encoding of its lines.
 inline constexpr char kLogLevel[] = "LOG.level";
 inline constexpr char kLogPath[] = "LOG.path";
 inline constexpr char kLogFile[] = "LOG.file";
@@ -43,7 +43,7 @@ inline constexpr char kSignerFilter[] = "PFX.signerFilter";
 // passes the encrypted password to ZEPASignInitial, and PFX.pswd and PFX.pswdB64 are not read.
 inline constexpr char kLicense[] = "PSWD.license";
 inline constexpr char kAuthKey[] = "PSWD.authKey";
-// Folders of the chain files and of the CRL files.
+// Directories of the chain files and of the CRL files.
 inline constexpr char kChainPath[] = "P7B.path";
 inline constexpr char kCrlPath[] = "CRL.path";
 

@@ -25,9 +25,9 @@ class Batch final {
  public:
   explicit Batch(std::string tool, int count) : tool_(std::move(tool)), count_(count) {
     const std::span<unsigned char> content = fixture().content(kKiB);
-    std::filesystem::create_directory(folder_.path("in"));
+    std::filesystem::create_directory(directory_.path("in"));
     for (int i = 0; i < count_; ++i) {
-      folder_.write("in/" + std::to_string(i), {content.begin(), content.end()});
+      directory_.write("in/" + std::to_string(i), {content.begin(), content.end()});
     }
   }
 
@@ -35,21 +35,21 @@ class Batch final {
 
   // signWithTool: signs the first `count` files; returns the seconds that it took.
   double signWithTool(const std::string& propertyFile, int count) {
-    std::ofstream list(folder_.path("list"));
+    std::ofstream list(directory_.path("list"));
     for (int i = 0; i < count; ++i) list << input(i) << '\n';
     list.close();
-    const std::string command = "/usr/bin/time -f %M -o " + folder_.path("peak") + " " + tool_ + " sign -c " +
+    const std::string command = "/usr/bin/time -f %M -o " + directory_.path("peak") + " " + tool_ + " sign -c " +
                                 propertyFile + " --jobs " + std::to_string(kProcesses) + " --files-from " +
-                                folder_.path("list") + " --out-dir " + folder_.path("out") + " 2>/dev/null";
+                                directory_.path("list") + " --out-dir " + directory_.path("out") + " 2>/dev/null";
     return timed([&command] { require(std::system(command.c_str()) == 0, "zepasign sign"); });
   }
   // peakKiB: of the largest process of the last signWithTool.
-  [[nodiscard]] double peakKiB() const { return std::stod(demo::readFile(folder_.path("peak"))); }
+  [[nodiscard]] double peakKiB() const { return std::stod(demo::readFile(directory_.path("peak"))); }
 
   // signBare: signs them all without the tool; returns the seconds. REQUIRES: signWithTool was called, since the size
   // of a signature is taken from there.
   double signBare() {
-    const std::string signature(std::filesystem::file_size(folder_.path("out/0.p7s.b64")), 'A');
+    const std::string signature(std::filesystem::file_size(directory_.path("out/0.p7s.b64")), 'A');
     return timed([this, &signature] {
       std::vector<int> children;
       for (int first = 0; first < kProcesses; ++first) {
@@ -60,12 +60,12 @@ class Batch final {
   }
 
  private:
-  [[nodiscard]] std::string input(int i) const { return folder_.path("in/" + std::to_string(i)); }
+  [[nodiscard]] std::string input(int i) const { return directory_.path("in/" + std::to_string(i)); }
 
   // timed: with an empty directory for the signatures.
   double timed(const std::function<void()>& work) const {
-    std::filesystem::remove_all(folder_.path("out"));
-    std::filesystem::create_directory(folder_.path("out"));
+    std::filesystem::remove_all(directory_.path("out"));
+    std::filesystem::create_directory(directory_.path("out"));
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -86,12 +86,12 @@ class Batch final {
     require(EVP_DigestSign(context.get(), value, &length, reinterpret_cast<const unsigned char*>(content.data()),
                            content.size()) == 1,
             "EVP_DigestSign");
-    const std::string place = folder_.path("out/" + std::to_string(i));
+    const std::string place = directory_.path("out/" + std::to_string(i));
     demo::writeFile(place + ".part", signature);
     std::filesystem::rename(place + ".part", place);
   }
 
-  demo::TempFolder folder_;
+  demo::TempDirectory directory_;
   std::string tool_;
   int count_;
 };

@@ -49,19 +49,19 @@ std::span<unsigned char> Fixture::content(std::size_t size) {
 std::string Fixture::contentFile(std::size_t size) {
   const std::string name = "content." + std::to_string(size);
   const std::span<unsigned char> bytes = content(size);
-  if (std::filesystem::exists(files_.folder.path(name))) return files_.folder.path(name);
-  return files_.folder.write(name, std::string(bytes.begin(), bytes.end()));
+  if (std::filesystem::exists(files_.directory.path(name))) return files_.directory.path(name);
+  return files_.directory.write(name, std::string(bytes.begin(), bytes.end()));
 }
 
 // The chain map is filled by the first initialisation of a process alone, so every property file names the chain file.
-// The other files' names contain the process's number, since children share the folder.
+// The other files' names contain the process's number, since children share the directory.
 std::string Fixture::propertyFile(const Job& job) {
   const std::string process = std::to_string(getpid());
   demo::PfxPlan pfx{.identity = signer(job.key)};
   if (job.certificates == Certificates::kChainInPfx) {
     pfx.caCertificates = {files_.ca.certificate, files_.root.certificate};
   }
-  files_.folder.write(process + ".pfx", demo::makePfx(pfx));
+  files_.directory.write(process + ".pfx", demo::makePfx(pfx));
   files_.addChain();
   demo::Properties properties = files_.properties;
   properties["LOG.level"] = job.logLevel;
@@ -69,7 +69,7 @@ std::string Fixture::propertyFile(const Job& job) {
   properties["PKCS7.addTimestamp"] = job.attributes ? "TRUE" : "FALSE";
   properties["PKCS7.addPlainText"] = job.embed ? "TRUE" : "FALSE";
   properties["PFX.file"] = process + ".pfx";
-  return files_.folder.write(process + ".properties", demo::propertyText(properties));
+  return files_.directory.write(process + ".properties", demo::propertyText(properties));
 }
 
 Input::Input(const Job& job) {

@@ -164,11 +164,11 @@ void loadAndInitialise(const std::string& library, const std::string& propertyFi
 void start() {
   demo::Fixture onePfx{};
   onePfx.properties["LOG.level"] = "OFF";
-  const std::string library = onePfx.folder.path("library.so"), onePfxProperties = onePfx.propertyFile();
+  const std::string library = onePfx.directory.path("library.so"), onePfxProperties = onePfx.propertyFile();
   std::filesystem::copy_file(ZEPASIGN_LIBRARY, library);
   printStartRow(
       "Loading and initialising with one PFX; baseline: a context, its providers and PKCS12_parse", 1.1,
-      [&] { loadWithLibcrypto(onePfx.folder.path("signer.pfx"), onePfx.properties["PFX.pswd"]); },
+      [&] { loadWithLibcrypto(onePfx.directory.path("signer.pfx"), onePfx.properties["PFX.pswd"]); },
       [&] { loadAndInitialise(library, onePfxProperties); });
   const StartFiles files;
   printStartRow(

@@ -22,19 +22,19 @@ std::string readFile(const fs::path& path) {
   return bytes.str();
 }
 
-TempFolder::TempFolder() {
+TempDirectory::TempDirectory() {
   std::random_device random;
   do {
     path_ = fs::temp_directory_path() / ("zepasign-" + std::to_string(random()));
   } while (!fs::create_directory(path_));
 }
 
-TempFolder::~TempFolder() {
+TempDirectory::~TempDirectory() {
   std::error_code ignored;
   fs::remove_all(path_, ignored);
 }
 
-std::string TempFolder::write(const std::string& name, const std::string& bytes) const {
+std::string TempDirectory::write(const std::string& name, const std::string& bytes) const {
   writeFile(path_ / name, bytes);
   return path(name);
 }

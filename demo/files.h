@@ -1,9 +1,9 @@
-// Folders, files and property files for tests, fuzzers and benchmarks. The library takes the name of a property file
-// and reads everything else from the folders that it names, so each run has a folder of its own and leaves nothing
-// behind.
+// Directories, files and property files for tests, fuzzers and benchmarks. The library takes the name of a property
+// file and reads everything else from the directories that it names, so each run has a directory of its own and leaves
+// nothing behind.
 //
 // Texts are passed and written as bytes, without conversion of encodings or line ends. One thread at a time for each
-// folder.
+// directory.
 #ifndef ZEPASIGN_DEMO_FILES_H_
 #define ZEPASIGN_DEMO_FILES_H_
 
@@ -18,17 +18,17 @@ namespace zepasign::demo {
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
 [[nodiscard]] std::string readFile(const std::filesystem::path& path);
 
-// TempFolder: an empty folder of its own below the system's folder for temporary files; removed with everything in it
-// at the end of the scope. Its random name begins with "zepasign-". The constructor throws std::runtime_error when the
-// folder cannot be made; a failure to remove it is ignored.
-class TempFolder final {
+// TempDirectory: an empty directory of its own below the system's directory for temporary files; removed with
+// everything in it at the end of the scope. Its random name begins with "zepasign-". The constructor throws
+// std::runtime_error when the directory cannot be made; a failure to remove it is ignored.
+class TempDirectory final {
  public:
-  TempFolder();
-  ~TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
+  TempDirectory();
+  ~TempDirectory();
+  TempDirectory(const TempDirectory&) = delete;
+  TempDirectory& operator=(const TempDirectory&) = delete;
 
-  // path: the full path of the folder, or of a file in it whether that exists or not.
+  // path: the full path of the directory, or of a file in it whether that exists or not.
   [[nodiscard]] std::string path() const { return path_.string(); }
   [[nodiscard]] std::string path(const std::string& name) const { return (path_ / name).string(); }
 

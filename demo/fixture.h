@@ -1,4 +1,5 @@
-// The one fixture of tests, fuzzers and benchmarks: a PKI and a folder with all files that the library needs to sign.
+// The one fixture of tests, fuzzers and benchmarks: a PKI and a directory with all files that the library needs to
+// sign.
 #ifndef ZEPASIGN_DEMO_FIXTURE_H_
 #define ZEPASIGN_DEMO_FIXTURE_H_
 
@@ -16,9 +17,9 @@ inline constexpr const char* kStoredPassword = "Wlapc7Zr+9BjfkfFXz8jKw==";
 inline constexpr const char* kAuthKey = "auth";
 inline constexpr const char* kCallersPassword = "uU6LS/1UEKdF1HILDZifew==";
 
-// Fixture: a root, a CA and a signer; a folder with the signer's PFX, which holds no CA certificates, a chain file and
-// a CRL; and the properties with which initialisation succeeds. A user changes `properties` or writes other files into
-// the folder, then asks for `propertyFile`.
+// Fixture: a root, a CA and a signer; a directory with the signer's PFX, which holds no CA certificates, a chain file
+// and a CRL; and the properties with which initialisation succeeds. A user changes `properties` or writes other files
+// into the directory, then asks for `propertyFile`.
 struct Fixture : Pki {
   // With a key of the caller's choice for the signer; null: RSA with 2048 bits, the same in the whole process.
   explicit Fixture(const Key& signerKey = {});
@@ -26,10 +27,10 @@ struct Fixture : Pki {
   // addChain: names the chain file and the CRL in the properties; without it the library knows no chain.
   void addChain();
 
-  // propertyFile: writes the properties into the folder and returns the file's path.
-  [[nodiscard]] std::string propertyFile() const { return folder.write("app.properties", propertyText(properties)); }
+  // propertyFile: writes the properties into the directory and returns the file's path.
+  [[nodiscard]] std::string propertyFile() const { return directory.write("app.properties", propertyText(properties)); }
 
-  TempFolder folder = {};
+  TempDirectory directory = {};
   Properties properties;
 };
 

@@ -1,5 +1,5 @@
 // How libcrypto's functions are called here: a failure throws, an object is freed by its owner, DER is a string. For
-// the sources of this folder and for tests that call libcrypto themselves.
+// the sources of this directory and for tests that call libcrypto themselves.
 //
 // The library itself reports failures by codes and log lines instead. Every failure here is a std::runtime_error. Any
 // thread may call these functions, each on objects of its own.

@@ -17,10 +17,10 @@ using zepasign::fuzz::require;
 // loadAndBuild: the chain that is found for the signer holds no certificate twice.
 void loadAndBuild(const std::string& file, const std::string& ski, const Certificate& signer) {
   const zepasign::CryptoScope scope;
-  static const zepasign::demo::TempFolder folder;
-  folder.write("fuzz.p7b", file);
+  static const zepasign::demo::TempDirectory directory;
+  directory.write("fuzz.p7b", file);
   zepasign::cProperty property;
-  const std::string lines = "P7B.path = " + folder.path() + "\nP7B0.name = fuzz.p7b\nP7B0.SKI = " + ski + "\n";
+  const std::string lines = "P7B.path = " + directory.path() + "\nP7B0.name = fuzz.p7b\nP7B0.SKI = " + ski + "\n";
   require(property.parse(lines.c_str()));
   zepasign::cCertChainList chains;
   const bool accepted = chains.loadCertChainFiles(&property);

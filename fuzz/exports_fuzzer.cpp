@@ -19,8 +19,8 @@ std::string encedPassword = zepasign::demo::kCallersPassword;
 const std::string kLicense(64, 'A');
 using zepasign::demo::kAuthKey;
 
-// setOne: one setting gets a value that leads elsewhere, or any text. Folders get no other, so that the fuzzer stays
-// within its own.
+// setOne: one setting gets a value that leads elsewhere, or any text. Directories get no other, so that the fuzzer
+// stays within its own.
 void setOne(FuzzedDataProvider& input, zepasign::demo::Properties& properties) {
   static const std::pair<const char*, std::string> kSettings[] = {
       {"CRL.path", ""},
@@ -45,14 +45,14 @@ void setOne(FuzzedDataProvider& input, zepasign::demo::Properties& properties) {
       {"PSWD.license", "AA"},
   };
   const auto& [key, value] = kSettings[input.ConsumeIntegralInRange<std::size_t>(0, std::size(kSettings) - 1)];
-  const bool folder = std::string(key).ends_with(".path");
-  properties[key] = folder || input.ConsumeBool() ? value : input.ConsumeRandomLengthString(40);
+  const bool directory = std::string(key).ends_with(".path");
+  properties[key] = directory || input.ConsumeBool() ? value : input.ConsumeRandomLengthString(40);
 }
 
 void initialise(FuzzedDataProvider& input) {
   zepasign::demo::Properties properties = fixture().properties;
   while (input.ConsumeBool()) setOne(input, properties);
-  const std::string file = fixture().folder.write(
+  const std::string file = fixture().directory.write(
       "fuzz.properties", zepasign::demo::propertyText(properties) + input.ConsumeRandomLengthString(60));
   const std::string password = input.ConsumeBool() ? encedPassword : input.ConsumeRandomLengthString(60);
   require(ZEPASignInitial(file.c_str(), password.c_str()) == (GetErrorCode() == 0));
@@ -62,7 +62,7 @@ void makePassword(FuzzedDataProvider& input) {
   const std::string license = input.ConsumeBool() ? kLicense : input.ConsumeRandomLengthString(70);
   const std::string authKey = input.ConsumeBool() ? kAuthKey : input.ConsumeRandomLengthString(20);
   const std::string file =
-      fixture().folder.write("passwd.properties", "PSWD.license=" + license + "\nPSWD.authKey=" + authKey + "\n");
+      fixture().directory.write("passwd.properties", "PSWD.license=" + license + "\nPSWD.authKey=" + authKey + "\n");
   const std::string password =
       input.ConsumeBool() ? zepasign::demo::PfxPlan{}.password : input.ConsumeRandomLengthString(600);
   std::string area(input.ConsumeIntegralInRange<std::size_t>(0, 1000), 'x');
@@ -101,7 +101,7 @@ void sign(FuzzedDataProvider& input, int operation) {
   } else if (operation == 1) {
     code = SignPkcs7Bin(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
   } else {
-    code = SignPkcs7File(fixture().folder.write("content", content).c_str());
+    code = SignPkcs7File(fixture().directory.write("content", content).c_str());
   }
   require(code == GetErrorCode() && (code == 0) == (GetSignedPkcs7() != nullptr));
   if (code == 0) checkSignature(content);
@@ -119,23 +119,23 @@ void query(FuzzedDataProvider& input) {
   require(GetErrorCode() == code);
 }
 
-// Log: the log of the process in a folder of its own, chosen before any input can choose another.
+// Log: the log of the process in a directory of its own, chosen before any input can choose another.
 class Log final {
  public:
   Log() {
     const std::string file =
-        fixture().folder.write("log.properties", "LOG.path=" + folder_.path() + "\nLOG.file=log\n");
+        fixture().directory.write("log.properties", "LOG.path=" + directory_.path() + "\nLOG.file=log\n");
     require(!ZEPASignInitial(file.c_str(), nullptr));
   }
   void keepShort() const {
-    for (const auto& file : std::filesystem::directory_iterator(folder_.path())) {
+    for (const auto& file : std::filesystem::directory_iterator(directory_.path())) {
       if (file.file_size() > kMaxBytes) std::filesystem::remove(file);
     }
   }
 
  private:
   static constexpr std::uintmax_t kMaxBytes = 1 << 20;
-  zepasign::demo::TempFolder folder_;
+  zepasign::demo::TempDirectory directory_;
 };
 
 }  // namespace

@@ -8,12 +8,12 @@ namespace {
 // loadCredential: the signer is reached through a file alone.
 int loadCredential(zepasign::cPkcs12& credential) {
   using namespace zepasign::demo;
-  const TempFolder folder;
+  const TempDirectory directory;
   CertPlan plan = caPlan("A/CN=Chen/O=C");
   plan.subject.insert(plan.subject.begin(),
                       {{"DC", "tw"}, {"C", "TW"}, {"O", "A"}, {"O", "B"}, {"OU", "A"}, {"OU", "B"}});
-  folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
-  return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", PfxPlan{}.password.c_str());
+  directory.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
+  return credential.loadPfxFile(directory.path().c_str(), "signer.pfx", PfxPlan{}.password.c_str());
 }
 
 }  // namespace

@@ -6,7 +6,7 @@ namespace {
 // The signer has an EC key, which signs faster than RSA.
 struct FuzzFixture : demo::Fixture {
   FuzzFixture() : Fixture(demo::newEcKey()) {
-    folder.write("chained.pfx", demo::makePfx({.identity = signer, .caCertificates = {ca.certificate}}));
+    directory.write("chained.pfx", demo::makePfx({.identity = signer, .caCertificates = {ca.certificate}}));
     addChain();
     properties["LOG.level"] = "OFF";
     properties["PKCS7.addCert"] = "2";

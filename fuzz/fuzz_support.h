@@ -15,7 +15,7 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size) {
 }
 
 // fixture: the files and properties with which initialisation succeeds and is silent, made once per process. Beside
-// "signer.pfx" its folder holds "chained.pfx", which has the CA's certificate too.
+// "signer.pfx" its directory holds "chained.pfx", which has the CA's certificate too.
 [[nodiscard]] const demo::Fixture& fixture();
 
 // require: ends the fuzzer with a report when something that must hold does not.

@@ -24,11 +24,11 @@ void sign(const zepasign::cPkcs12& credential) {
 }
 
 void load(const std::string& pfx) {
-  static const zepasign::demo::TempFolder folder;
-  folder.write("fuzz.pfx", pfx);
+  static const zepasign::demo::TempDirectory directory;
+  directory.write("fuzz.pfx", pfx);
   const zepasign::CryptoScope scope;
   zepasign::cPkcs12 credential;
-  const int code = credential.loadPfxFile(folder.path().c_str(), "fuzz.pfx", kPassword);
+  const int code = credential.loadPfxFile(directory.path().c_str(), "fuzz.pfx", kPassword);
   const bool complete = credential.privateKey() != nullptr && credential.certificate() != nullptr;
   const bool none = credential.privateKey() == nullptr && credential.certificate() == nullptr;
   zepasign::fuzz::require(code == zepasign::kSuccess ? complete : none);

@@ -1,4 +1,4 @@
-// seeds FOLDER: writes the seed inputs that are made, not typed, into FOLDER/<fuzzer>/.
+// seeds DIRECTORY: writes the seed inputs that are made, not typed, into DIRECTORY/<fuzzer>/.
 #include <filesystem>
 #include <iostream>
 
@@ -34,7 +34,7 @@ void writeSeeds(const std::filesystem::path& corpus) {
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::cerr << "usage: fuzz_seeds FOLDER\n";
+    std::cerr << "usage: fuzz_seeds DIRECTORY\n";
     return 2;
   }
   writeSeeds(argv[1]);

@@ -74,16 +74,16 @@ bool cCertChainList::load(const cProperty* property, const ChainObserver& observ
     logText(kError, "參數錯誤 : property = NULL"_big5);
     return false;
   }
-  folder_ = property->getProperty(keys::kChainPath);
-  if (folder_.empty()) {
+  directory_ = property->getProperty(keys::kChainPath);
+  if (directory_.empty()) {
     logText(kError, "未指定 P7B 目錄!"_big5);
-    if (observer) observer({ChainState::kNoFolder});
+    if (observer) observer({ChainState::kNoDirectory});
     return false;
   }
   std::vector<std::string> names;
   if (!listChainFiles(names)) {
     logText(kError, "無法讀取 P7B 目錄!"_big5);
-    if (observer) observer({ChainState::kFolderUnreadable});
+    if (observer) observer({ChainState::kDirectoryUnreadable});
     return false;
   }
   return loadAll(names, *property, observer);
@@ -113,7 +113,7 @@ bool cCertChainList::isChainFileName(const std::string& name) {
 }
 
 bool cCertChainList::listChainFiles(std::vector<std::string>& names) const {
-  if (!platform::listFolder(folder_, names)) return false;
+  if (!platform::listDirectory(directory_, names)) return false;
   std::erase_if(names, [](const std::string& name) { return !isChainFileName(name); });
   return true;
 }
@@ -128,7 +128,7 @@ ChainState cCertChainList::loadChain(Candidate& candidate, const std::vector<std
   });
   if (listed == names.end()) return ChainState::kNotListed;
   if (logger.isEnabled(kInfo)) logValue(kInfo, "執行載入 "_big5 + candidate.nameKey + " 檔"_big5, candidate.name);
-  candidate.path = folder_ + platform::kFolderSeparator + *listed;
+  candidate.path = directory_ + platform::kDirectorySeparator + *listed;
   ChainState state{};
   const Pkcs7Ptr pkcs7 = readChainFile(candidate.path, state);
   if (!pkcs7) return state;

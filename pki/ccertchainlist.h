@@ -1,7 +1,8 @@
 // cCertChainList: the CA chains that a signature may carry, loaded once per process from the P7B files that the
 // property file names:
 //
-//   P7B.path = folder      P7B<i>.name = file      P7B<i>.SKI = subject key identifier of the issuing CA      i = 0..9
+//   P7B.path = directory      P7B<i>.name = file      P7B<i>.SKI = subject key identifier of the issuing CA      i =
+//   0..9
 //
 // A chain file is PKCS#7 signed data (RFC 2315, section 9) in DER, of which only the certificates are used. The chain
 // for a signer is found by the authority key identifier of the signer's certificate (RFC 5280, section 4.2.1.1), which
@@ -27,10 +28,10 @@ class cProperty;
 
 // ChainState: what became of the chain settings of one index, in the order in which the steps are taken.
 enum class ChainState {
-  kNoFolder,          // P7B.path is missing, so no index is read
-  kFolderUnreadable,  // the folder cannot be searched, so no index is read
-  kNotConfigured,     // no P7B<i>.name
-  kNotListed,         // no entry of the folder with that name, or its name is not one of a chain file
+  kNoDirectory,          // P7B.path is missing, so no index is read
+  kDirectoryUnreadable,  // the directory cannot be searched, so no index is read
+  kNotConfigured,        // no P7B<i>.name
+  kNotListed,            // no entry of the directory with that name, or its name is not one of a chain file
   kNotOpened,
   kNoPkcs7,  // no signed data in DER
   kNoCertificates,
@@ -40,10 +41,10 @@ enum class ChainState {
   kAccepted
 };
 
-// ChainReport: what an observer is told once about each index, or about the folder.
+// ChainReport: what an observer is told once about each index, or about the directory.
 struct ChainReport {
   ChainState state;
-  std::string title = {};                  // P7B0 to P7B9; empty when the folder is the reason
+  std::string title = {};                  // P7B0 to P7B9; empty when the directory is the reason
   std::string path = {};                   // of the file, from kNotOpened on
   const cCertChainEntry* chain = nullptr;  // from kNoRoot on; borrowed for the duration of the call
 };
@@ -67,7 +68,7 @@ class cCertChainList {
   // kept, so that the next call loads them all.
   bool loadCertChainFiles(const cProperty* property, const ChainObserver& observer = {});
 
-  // isChainFileName: whether a file of that name in the folder is looked at: it ends in .p7b, in any letter case.
+  // isChainFileName: whether a file of that name in the directory is looked at: it ends in .p7b, in any letter case.
   [[nodiscard]] static bool isChainFileName(const std::string& name);
 
   // holds: whether a chain is stored under that subject key identifier.
@@ -82,13 +83,13 @@ class cCertChainList {
   // Candidate: the settings of one index and, once its file is decoded, its chain.
   struct Candidate;
 
-  // load: reads the folder setting and the folder, then loads the chains. False without a property file or a folder
-  // that can be searched, otherwise as loadAll.
+  // load: reads the directory setting and the directory, then loads the chains. False without a property file or a
+  // directory that can be searched, otherwise as loadAll.
   [[nodiscard]] bool load(const cProperty* property, const ChainObserver& observer);
   // loadAll: loads the chains of all indices; true when every file that was opened was accepted.
   [[nodiscard]] bool loadAll(const std::vector<std::string>& names, const cProperty& property,
                              const ChainObserver& observer);
-  // listChainFiles: the names of the chain files in folder_; false when it cannot be searched.
+  // listChainFiles: the names of the chain files in directory_; false when it cannot be searched.
   [[nodiscard]] bool listChainFiles(std::vector<std::string>& names) const;
   // loadChain: takes the steps of ChainState for one index, until one fails. The configured name is compared with
   // `names` in any letter case.
@@ -99,8 +100,8 @@ class cCertChainList {
   // met before. Null when no chain is stored under `key`. Throws std::bad_alloc.
   [[nodiscard]] X509StackPtr collectIssuers(std::string key) const;
 
-  // folder_: P7B.path. chains_: by the configured key identifier.
-  std::string folder_;
+  // directory_: P7B.path. chains_: by the configured key identifier.
+  std::string directory_;
   std::map<std::string, std::unique_ptr<cCertChainEntry>> chains_;
 };
 

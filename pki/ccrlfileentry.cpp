@@ -11,7 +11,7 @@
 namespace zepasign {
 
 std::string cCrlFileEntry::path() const {
-  return folder_.ends_with('/') ? folder_ + fileName_ : folder_ + '/' + fileName_;
+  return directory_.ends_with('/') ? directory_ + fileName_ : directory_ + '/' + fileName_;
 }
 
 bool cCrlFileEntry::loadCrl() {

@@ -15,10 +15,10 @@ namespace zepasign {
 
 class cCrlFileEntry {
  public:
-  // cCrlFileEntry: `title` is crlFile0 to crlFile4; the file is `fileName` in `folder`, which may end in "/". Nothing
-  // is read yet.
-  cCrlFileEntry(std::string title, std::string folder, std::string fileName)
-      : title_(std::move(title)), folder_(std::move(folder)), fileName_(std::move(fileName)) {}
+  // cCrlFileEntry: `title` is crlFile0 to crlFile4; the file is `fileName` in `directory`, which may end in "/".
+  // Nothing is read yet.
+  cCrlFileEntry(std::string title, std::string directory, std::string fileName)
+      : title_(std::move(title)), directory_(std::move(directory)), fileName_(std::move(fileName)) {}
   virtual ~cCrlFileEntry() = default;
   cCrlFileEntry(const cCrlFileEntry&) = delete;
   cCrlFileEntry& operator=(const cCrlFileEntry&) = delete;
@@ -45,7 +45,7 @@ class cCrlFileEntry {
 
   // title_ is only shown in the log.
   std::string title_;
-  std::string folder_;
+  std::string directory_;
   std::string fileName_;
   // content_: the bytes of the file, kept as long as the entry.
   cFile content_;

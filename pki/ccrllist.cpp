@@ -17,15 +17,15 @@ bool cCrlList::addCrlFile(const std::string& title, const std::string& fileName)
 }
 
 bool cCrlList::add(const std::string& title, const std::string& fileName) {
-  if (folder_.empty() || fileName.empty()) {
-    logText(kError, folder_.empty() ? "未指定 CRL 目錄!"_big5 : "未指定 CRL 檔案的檔名!"_big5);
+  if (directory_.empty() || fileName.empty()) {
+    logText(kError, directory_.empty() ? "未指定 CRL 目錄!"_big5 : "未指定 CRL 檔案的檔名!"_big5);
     return false;
   }
   if (entries_.contains(title)) {
     logErrorValue("CRL 重覆設定"_big5, title);
     return false;
   }
-  std::unique_ptr<cCrlFileEntry> entry(new (std::nothrow) cCrlFileEntry(title, folder_, fileName));
+  std::unique_ptr<cCrlFileEntry> entry(new (std::nothrow) cCrlFileEntry(title, directory_, fileName));
   if (!entry) {
     logText(kError, "配置記憶體(cCrlEntry)失敗!"_big5);
     return false;

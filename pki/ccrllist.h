@@ -18,14 +18,14 @@ namespace zepasign {
 
 class cCrlList {
  public:
-  // cCrlList: `folder` is CRL.path; with an empty one no file is loaded.
-  explicit cCrlList(std::string folder) : folder_(std::move(folder)) {}
+  // cCrlList: `directory` is CRL.path; with an empty one no file is loaded.
+  explicit cCrlList(std::string directory) : directory_(std::move(directory)) {}
   virtual ~cCrlList() = default;
   cCrlList(const cCrlList&) = delete;
   cCrlList& operator=(const cCrlList&) = delete;
 
-  // addCrlFile: loads a file of the CRL folder under a title. True when a new entry was stored, whether its file
-  // could be loaded or not; false without a folder or a file name, and when the title has an entry.
+  // addCrlFile: loads a file of the CRL directory under a title. True when a new entry was stored, whether its file
+  // could be loaded or not; false without a directory or a file name, and when the title has an entry.
   bool addCrlFile(const std::string& title, const std::string& fileName);
 
   // entries: the CRLs that were added, by title; for the configuration check.
@@ -37,8 +37,8 @@ class cCrlList {
   // throw std::bad_alloc.
   bool add(const std::string& title, const std::string& fileName);
 
-  // folder_: CRL.path. entries_: never null, in the order of the titles.
-  std::string folder_;
+  // directory_: CRL.path. entries_: never null, in the order of the titles.
+  std::string directory_;
   Entries entries_;
 };
 

@@ -43,9 +43,9 @@ int inChild(const Body& body) {
   return status;
 }
 
-TEST(LogPosix, OutlivesAVanishedFolderAPipeAndAFullDisk) {
-  const TempFolder folder;
-  const std::string logs = folder.path("logs"), big(100'000, 'x');
+TEST(LogPosix, OutlivesAVanishedDirectoryAPipeAndAFullDisk) {
+  const TempDirectory directory;
+  const std::string logs = directory.path("logs"), big(100'000, 'x');
   cLog log;
   log.writeText("INFO", "pending");
   ASSERT_TRUE(log.setLogFile(logs.c_str(), "x") && fs::remove(logs));
@@ -72,14 +72,14 @@ TEST(LogPosix, OutlivesAVanishedFolderAPipeAndAFullDisk) {
 }
 
 TEST(LogPosix, WritesWholeLinesWithTheNumberOfTheProcessThatWrites) {
-  const TempFolder folder;
+  const TempDirectory directory;
   cLog log;
-  ASSERT_TRUE(log.setLogFile(folder.path().c_str(), "x"));
+  ASSERT_TRUE(log.setLogFile(directory.path().c_str(), "x"));
   mostWrittenAtOnce = 10;
   log.writeText("INFO", "parent");
   EXPECT_EQ(inChild([&] { log.writeValue("INFO", "child", std::to_string(getpid())); }), 0);
   mostWrittenAtOnce = SIZE_MAX;
-  const std::string text = readFile(fs::directory_iterator(folder.path())->path());
+  const std::string text = readFile(fs::directory_iterator(directory.path())->path());
   EXPECT_NE(text.find(" (PID=" + std::to_string(getpid()) + ")  INFO parent\n"), std::string::npos);
   const std::size_t child = text.find("child = ");
   ASSERT_NE(child, std::string::npos);
@@ -88,16 +88,16 @@ TEST(LogPosix, WritesWholeLinesWithTheNumberOfTheProcessThatWrites) {
 }
 
 TEST(LogPosix, EndsWithoutSignalOrWaitingWhateverTheStandardOutputIs) {
-  const TempFolder folder;
+  const TempDirectory directory;
   const auto endsInto = [](int output) {
     auto log = std::make_unique<cLog>();
     log->writeText("INFO", std::string(100'000, 'x'));
     dup2(output, STDOUT_FILENO);
     log.reset();
   };
-  const int file = open(folder.path("out").c_str(), O_RDWR | O_CREAT, 0600);
+  const int file = open(directory.path("out").c_str(), O_RDWR | O_CREAT, 0600);
   EXPECT_EQ(inChild([&] { endsInto(file); }), 0);
-  EXPECT_TRUE(readFile(folder.path("out")).ends_with("xx\n"));
+  EXPECT_TRUE(readFile(directory.path("out")).ends_with("xx\n"));
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
@@ -113,8 +113,8 @@ TEST(LogPosix, EndsWithoutSignalOrWaitingWhateverTheStandardOutputIs) {
 }
 
 TEST(LogPosix, GivesNoMorePermissionsThanTheUmaskLeaves) {
-  const TempFolder folder;
-  const fs::path logs = folder.path("a/b");
+  const TempDirectory directory;
+  const fs::path logs = directory.path("a/b");
   const mode_t before = umask(027);
   cLog log;
   EXPECT_TRUE(log.setLogFile(logs.c_str(), "x"));
@@ -125,15 +125,15 @@ TEST(LogPosix, GivesNoMorePermissionsThanTheUmaskLeaves) {
 }
 
 TEST(FilePosix, LoadsOnlyRegularFilesThatCanBeReadWhole) {
-  const TempFolder folder;
-  const std::string fifo = folder.path("fifo"), huge = folder.write("huge", "x");
+  const TempDirectory directory;
+  const std::string fifo = directory.path("fifo"), huge = directory.write("huge", "x");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   fs::resize_file(huge, std::uintmax_t{1} << 32U | 1U);
   cFile file;
   const long before = openDescriptors();
-  EXPECT_TRUE(file.loadFromFile(folder.write("C:\\\xB3\\\xA5\\", "x").c_str()));
+  EXPECT_TRUE(file.loadFromFile(directory.write("C:\\\xB3\\\xA5\\", "x").c_str()));
   // The last one claims 4096 bytes.
-  for (const std::string& path : {fifo, huge, folder.path(), "/dev/null"s, "/sys/devices/system/cpu/online"s}) {
+  for (const std::string& path : {fifo, huge, directory.path(), "/dev/null"s, "/sys/devices/system/cpu/online"s}) {
     EXPECT_FALSE(file.loadFromFile(path.c_str())) << path;
     EXPECT_EQ(file.data(), nullptr) << path;
   }
@@ -141,10 +141,10 @@ TEST(FilePosix, LoadsOnlyRegularFilesThatCanBeReadWhole) {
 }
 
 TEST(PropertyPosix, TellsSecretsInEveryLocale) {
-  const TempFolder folder;
-  const std::string localedef = "localedef -i tr_TR -f ISO-8859-9 '" + folder.path("tr_TR") + "' >/dev/null 2>&1";
+  const TempDirectory directory;
+  const std::string localedef = "localedef -i tr_TR -f ISO-8859-9 '" + directory.path("tr_TR") + "' >/dev/null 2>&1";
   [[maybe_unused]] const int status = std::system(localedef.c_str());  // not 0 when it only warns
-  setenv("LOCPATH", folder.path().c_str(), 1);
+  setenv("LOCPATH", directory.path().c_str(), 1);
   if (std::setlocale(LC_ALL, "tr_TR") == nullptr) GTEST_SKIP() << "no source for the locale tr_TR";
   EXPECT_NE(std::toupper('i'), 'I');
   EXPECT_TRUE(isSecretKey("PSW.LICENCE"));
@@ -154,8 +154,8 @@ TEST(PropertyPosix, TellsSecretsInEveryLocale) {
 int leased = -1;
 
 TEST(FilePosix, WaitsForALeaseToBeGivenUp) {
-  const TempFolder folder;
-  const std::string path = folder.write("leased", "x");
+  const TempDirectory directory;
+  const std::string path = directory.write("leased", "x");
   struct sigaction giveUp {};
   giveUp.sa_handler = [](int) { fcntl(leased, F_SETLEASE, F_UNLCK); };
   giveUp.sa_flags = SA_RESTART;

@@ -11,11 +11,11 @@
 namespace zepasign {
 namespace {
 
-using testing::bytesOf, testing::TempFolder;
+using testing::bytesOf, testing::TempDirectory;
 
 TEST(LogWindows, EndsLinesWithCrLfAndSharesTheFile) {
-  const TempFolder folder;
-  const std::string path = folder.path("x.log");
+  const TempDirectory directory;
+  const std::string path = directory.path("x.log");
   platform::AppendFile one(path.c_str());
   platform::AppendFile other(path.c_str());  // as another process of the host would have it open
   one.append("a\nb\n");
@@ -28,9 +28,9 @@ TEST(LogWindows, EndsLinesWithCrLfAndSharesTheFile) {
 
 TEST(FileWindows, OpensNamesWithABackslashForASecondByte) {
   if (GetACP() != 950) GTEST_SKIP() << "the code page is not 950";
-  const TempFolder folder;
-  const std::string inner = folder.path() + "\\\xA5\x5C";
-  ASSERT_TRUE(platform::createFolder(inner.c_str()));
+  const TempDirectory directory;
+  const std::string inner = directory.path() + "\\\xA5\x5C";
+  ASSERT_TRUE(platform::createDirectory(inner.c_str()));
   const std::string file = inner + "\\\xB3\x5C.txt";
   platform::AppendFile(file.c_str()).append("content");
   cFile loaded;
@@ -38,26 +38,26 @@ TEST(FileWindows, OpensNamesWithABackslashForASecondByte) {
   EXPECT_EQ(bytesOf(loaded), "content");
   for (const std::string& name : {inner, inner + "\\", inner + "/"}) {
     std::vector<std::string> names;
-    EXPECT_TRUE(platform::listFolder(name, names));
+    EXPECT_TRUE(platform::listDirectory(name, names));
     EXPECT_EQ(std::count(names.begin(), names.end(), "\xB3\x5C.txt"), 1) << name;
   }
 }
 
 TEST(FileWindows, OpensOnlyRegularFiles) {
-  const TempFolder folder;
+  const TempDirectory directory;
   cFile file;
-  for (const std::string& path : {std::string("NUL"), std::string(R"(\\.\pipe\none)"), folder.path()}) {
+  for (const std::string& path : {std::string("NUL"), std::string(R"(\\.\pipe\none)"), directory.path()}) {
     EXPECT_FALSE(file.loadFromFile(path.c_str())) << path;
   }
 }
 
-TEST(FileWindows, TakesADriveForAFolderThatExists) {
-  EXPECT_TRUE(platform::createFolder("C:"));
-  EXPECT_TRUE(platform::createFolder("C:\\"));
-  EXPECT_FALSE(platform::createFolder("C:\\none\\none"));
+TEST(FileWindows, TakesADriveForADirectoryThatExists) {
+  EXPECT_TRUE(platform::createDirectory("C:"));
+  EXPECT_TRUE(platform::createDirectory("C:\\"));
+  EXPECT_FALSE(platform::createDirectory("C:\\none\\none"));
   std::vector<std::string> names;
-  EXPECT_FALSE(platform::listFolder("C:\\none", names));
-  EXPECT_FALSE(platform::listFolder("", names));
+  EXPECT_FALSE(platform::listDirectory("C:\\none", names));
+  EXPECT_FALSE(platform::listDirectory("", names));
   EXPECT_TRUE(names.empty());
 }
 

@@ -77,8 +77,8 @@ TEST(Buffers, Base64DecodesWithinTheBoundThatItNames) {
 }
 
 TEST(Buffers, Base64IsReadLenientlyButNotWithoutBothPemBoundaries) {
-  const TempFolder folder;
-  logInto(folder, "ERROR");
+  const TempDirectory directory;
+  logInto(directory, "ERROR");
   cBytes bytes;
   std::string all;
   for (const char* text : {"QQ==", "QUI=", "QUI", "QUI=QUJD", "QUJD\r\n", " Q U\r\nJ\nD \r\nQQ==\n", "P", "=QQQ",
@@ -92,8 +92,8 @@ TEST(Buffers, Base64IsReadLenientlyButNotWithoutBothPemBoundaries) {
     EXPECT_FALSE(bytes.base64Decode(text)) << text;
     EXPECT_EQ(bytes.data(), nullptr) << text;
   }
-  EXPECT_EQ(logOf(folder.path()), big5("ERROR cBytes::base64Decode() ----- BEGIN 不對稱\n"
-                                       "ERROR cBytes::base64Decode() ----- END 不對稱\n"));
+  EXPECT_EQ(logOf(directory.path()), big5("ERROR cBytes::base64Decode() ----- BEGIN 不對稱\n"
+                                          "ERROR cBytes::base64Decode() ----- END 不對稱\n"));
 }
 
 }  // namespace zepasign::testing

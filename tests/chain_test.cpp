@@ -4,15 +4,15 @@
 
 namespace zepasign::testing {
 
-// Chain: loads the files of the fixture's folder into a list of its own.
+// Chain: loads the files of the fixture's directory into a list of its own.
 class Chain : public SignerTest {
  protected:
   // loads: expects the result, whether a chain is stored then, and the lines of a level.
   void loads(Properties properties, bool result, bool stored, const std::string& lines = "",
              const std::string& level = "ERROR ") {
     cProperty property;
-    properties.insert({"P7B.path", folder.path()});
-    EXPECT_TRUE(property.loadFromFile(folder.write("app.properties", propertyText(properties))));
+    properties.insert({"P7B.path", directory.path()});
+    EXPECT_TRUE(property.loadFromFile(directory.write("app.properties", propertyText(properties))));
     taken();
     list = std::make_unique<cCertChainList>();
     EXPECT_EQ(list->loadCertChainFiles(&property), result) << lines;
@@ -20,7 +20,7 @@ class Chain : public SignerTest {
     EXPECT_EQ(taken(level), big5(lines));
   }
   void loadsFile(const std::string& file, const std::string& ski, bool accepted, const std::string& errors = "") {
-    folder.write("chain.p7b", file);
+    directory.write("chain.p7b", file);
     loads({{"P7B0.name", "chain.p7b"}, {"P7B0.SKI", ski}}, accepted, accepted, errors);
   }
   // carries: expects what a signature below the first of these carries, the issuing CA first.
@@ -82,8 +82,8 @@ TEST_F(Chain, ValidFilesAreAcceptedAndTheirPathIsBuilt) {
   builds(makeP7b({fixture.signer.certificate, root.certificate}, {makeCrl({.issuer = root})}), {root},
          "不在同一個憑證鏈!\n");
   builds(p7b({here.issuer, first, second}), {first, second});
-  folder.write("Chain.P7b", p7b({root, ca}));
-  folder.write("other.p7b", p7b({crossed.issuer, cross}));
+  directory.write("Chain.P7b", p7b({root, ca}));
+  directory.write("other.p7b", p7b({crossed.issuer, cross}));
   loads({{"P7B8.name", "chaiN.p7B"}, {"P7B8.SKI", key}, {"P7B9.name", "other.p7b"}, {"P7B9.SKI", key}}, true, true);
   carries({ca, root});
 }
@@ -103,11 +103,12 @@ TEST_F(Chain, RenewedAndCrossSignedRootsAreAcceptedInEveryOrder) {
     for (const Identity& each : identities) file.push_back(each.certificate);
     cProperty property;
     static_cast<void>(property.parse(
-        propertyText({{"P7B.path", folder.path()}, {"P7B0.name", "chain.p7b"}, {"P7B0.SKI", keyOf(issuing)}}).c_str()));
+        propertyText({{"P7B.path", directory.path()}, {"P7B0.name", "chain.p7b"}, {"P7B0.SKI", keyOf(issuing)}})
+            .c_str()));
     int refused = 0;
     std::sort(file.begin(), file.end());
     do {
-      folder.write("chain.p7b", makeP7b(file));
+      directory.write("chain.p7b", makeP7b(file));
       if (!cCertChainList().loadCertChainFiles(&property)) ++refused;
     } while (std::next_permutation(file.begin(), file.end()));
     return refused;
@@ -132,7 +133,8 @@ TEST_F(Chain, InvalidFilesAreRefusedWithTheirLines) {
   plain.keyUsage = "";
   const Identity expired = makeIdentity(late), noUsage = makeIdentity(plain);
   const std::string refused = "內部驗證失敗, 這個憑證鏈捨棄不使用, 無法用來驗憑證鏈\n", whole = p7b({root, ca});
-  const std::string other = "憑證鏈 SKI 與設定檔不符 = ", broken = "\t|\t|--- 驗章失敗, 原因 = ", path = folder.path();
+  const std::string other = "憑證鏈 SKI 與設定檔不符 = ", broken = "\t|\t|--- 驗章失敗, 原因 = ",
+                    path = directory.path();
   loadsFile(whole, "", false, other + "\n" + refused);
   loadsFile(whole, "a" + key, false, other + "a" + key + "\n" + refused);
   loadsFile(p7b({root, noUsage}), keyOf(noUsage), false, other + keyOf(noUsage) + "\n" + refused);
@@ -143,11 +145,11 @@ TEST_F(Chain, InvalidFilesAreRefusedWithTheirLines) {
   loadsFile("\x30\x0B\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x07\x01", key, false);  // data, not signed data
   loads({{"P7B.path", ""}}, false, false, "未指定 P7B 目錄!\n");
   loads({{"P7B.path", path + "/none"}}, false, false, "無法讀取 P7B 目錄!\n");
-  folder.write("third.p7bx", whole);
-  folder.write("third.p7b", whole);
-  std::filesystem::create_directory(folder.path("folder.p7b"));
+  directory.write("third.p7bx", whole);
+  directory.write("third.p7b", whole);
+  std::filesystem::create_directory(directory.path("directory.p7b"));
   for (const auto& [index, name] :
-       {std::pair{"10", "third.p7b"}, {"0", "none.p7b"}, {"0", "third.p7bx"}, {"0", "folder.p7b"}}) {
+       {std::pair{"10", "third.p7b"}, {"0", "none.p7b"}, {"0", "third.p7bx"}, {"0", "directory.p7b"}}) {
     const std::string title = std::string("P7B") + index;
     loads({{title + ".name", name}, {title + ".SKI", key}}, true, false);
   }
@@ -156,9 +158,9 @@ TEST_F(Chain, InvalidFilesAreRefusedWithTheirLines) {
 
 TEST_F(Chain, LogsEveryCertificateEveryCrlAndThePath) {
   const Identity leaf = makeIdentity({.issuer = ca, .crlUris = {"http://a", "http://b"}});
-  folder.write("chain.p7b", p7b({root, leaf, ca}));
-  folder.write("ca.crl", makeCrl({.issuer = fixture.signer, .serials = {"0A", "0B", "0A"}}));
-  const std::string path = folder.path(), verified = "DEBUG \t|\t|--- 驗證成功\n";
+  directory.write("chain.p7b", p7b({root, leaf, ca}));
+  directory.write("ca.crl", makeCrl({.issuer = fixture.signer, .serials = {"0A", "0B", "0A"}}));
+  const std::string path = directory.path(), verified = "DEBUG \t|\t|--- 驗證成功\n";
   loads({{"P7B3.name", "chain.p7b"}, {"P7B3.SKI", key}, {"CRL.path", path}, {"P7B3.crlFile4", "ca.crl"}}, true, true,
         "INFO begin cCertChainList::loadCertChainFiles()\nINFO 執行載入 P7B3.name 檔 = chain.p7b\n"
         "DEBUG begin cCertChainEntry::selfVerify()\n" +

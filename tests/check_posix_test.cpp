@@ -18,14 +18,14 @@ struct Configuration : Fixture {
     addChain();
     properties.merge(Properties{{"PKCS7.addTimestamp", "TRUE"}, {"PFX.pswdB64", kStoredPassword}});
     properties["LOG.level"] = "INFO";
-    properties["LOG.path"] = folder.path("log");
+    properties["LOG.path"] = directory.path("log");
     properties["PKCS7.addCert"] = "2";
     properties.erase("PFX.pswd");
-    chmod(folder.path("signer.pfx").c_str(), 0600);
+    chmod(directory.path("signer.pfx").c_str(), 0600);
   }
   // file: the property file with its permissions; `text` instead of the properties when it is not empty.
   std::string file() const {
-    const std::string path = folder.write("app.properties", text.empty() ? propertyText(properties) : text);
+    const std::string path = directory.write("app.properties", text.empty() ? propertyText(properties) : text);
     chmod(path.c_str(), 0600);
     return path;
   }
@@ -35,8 +35,8 @@ struct Configuration : Fixture {
   Json report(const std::string& options = "") const { return Json::parse(check("--json " + options).output); }
   // pfx: replaces the PFX by one of this plan.
   void pfx(PfxPlan plan) {
-    folder.write("signer.pfx", makePfx(plan));
-    chmod(folder.path("signer.pfx").c_str(), 0600);
+    directory.write("signer.pfx", makePfx(plan));
+    chmod(directory.path("signer.pfx").c_str(), 0600);
   }
 
   std::string text = {};
@@ -50,10 +50,10 @@ Deed set(const std::string& key, const std::string& value) {
 Deed unset(const std::string& key) {
   return [=](Configuration& files) { files.properties.erase(key); };
 }
-// shell: does something in the folder.
+// shell: does something in the directory.
 Deed shell(const std::string& command) {
   return [=](Configuration& files) {
-    const CommandResult result = runCommand("cd " + files.folder.path() + " && " + command);
+    const CommandResult result = runCommand("cd " + files.directory.path() + " && " + command);
     EXPECT_EQ(result.exitCode, 0) << command << result.output;
   };
 }
@@ -153,22 +153,22 @@ const Mistake kMistakes[] = {
     {"chain-is-pem", "P7B0.name", "-outform DER",
      shell("openssl pkcs7 -inform DER -in chain.p7b -out p && mv p chain.p7b")},
     {"chain-is-certificate", "P7B0.name", "crl2pkcs7",
-     [](Configuration& files) { files.folder.write("chain.p7b", derOf(files.ca.certificate)); }},
+     [](Configuration& files) { files.directory.write("chain.p7b", derOf(files.ca.certificate)); }},
     {"chain-without-root", "P7B0.name", "add the root",
-     [](Configuration& files) { files.folder.write("chain.p7b", makeP7b({files.ca.certificate})); }},
+     [](Configuration& files) { files.directory.write("chain.p7b", makeP7b({files.ca.certificate})); }},
     {"chain-other-ski", "P7B0.SKI", "they have", [](Configuration& files) { files.properties["P7B0.SKI"][0] = 'a'; }},
     {"crl-missing", "P7B0.crlFile0", "CRL.path or the name", set("P7B0.crlFile0", "none.crl")},
     {"crl-is-pem", "P7B0.crlFile0", "-outform DER", shell("openssl crl -inform DER -in ca.crl -out p && mv p ca.crl")},
     {"crl-expired", "P7B0.crlFile0", "fetch a new one",
      [](Configuration& files) {
-       files.folder.write("ca.crl", makeCrl({.issuer = files.ca, .nextUpdate = "20210101000000Z"}));
+       files.directory.write("ca.crl", makeCrl({.issuer = files.ca, .nextUpdate = "20210101000000Z"}));
      }},
     {"crl-foreign", "P7B0.crlFile0", "openssl crl -in",
-     [](Configuration& files) { files.folder.write("ca.crl", makeCrl({.issuer = files.signer})); }},
+     [](Configuration& files) { files.directory.write("ca.crl", makeCrl({.issuer = files.signer})); }},
     {"signer-revoked", "P7B0.crlFile0", "revoked",
      [](Configuration& files) {
        const cX509 fields(files.signer.certificate.get());
-       files.folder.write("ca.crl", makeCrl({.issuer = files.ca, .serials = {fields.getSerial()}}));
+       files.directory.write("ca.crl", makeCrl({.issuer = files.ca, .serials = {fields.getSerial()}}));
      }},
     {"pfx-hides-chain", "PFX.file", "-clcerts",
      [](Configuration& files) { files.pfx({.identity = files.signer, .caCertificates = {files.root.certificate}}); }},
@@ -232,18 +232,18 @@ TEST(Check, CountsDaysAndFailsWhenToldTo) {
 TEST(Check, LeavesNothingBehind) {
   constexpr uid_t kHost = 65534;
   Configuration files;
-  files.properties["LOG.path"] = files.folder.path("log/deep");
+  files.properties["LOG.path"] = files.directory.path("log/deep");
   EXPECT_EQ(files.check("--strict").exitCode, 0);
-  EXPECT_FALSE(std::filesystem::exists(files.folder.path("log")));
-  std::filesystem::create_directories(files.folder.path("log/deep"));
+  EXPECT_FALSE(std::filesystem::exists(files.directory.path("log")));
+  std::filesystem::create_directories(files.directory.path("log/deep"));
   EXPECT_EQ(files.check("--strict").exitCode, 0);
-  EXPECT_TRUE(std::filesystem::is_empty(files.folder.path("log/deep")));
+  EXPECT_TRUE(std::filesystem::is_empty(files.directory.path("log/deep")));
   if (geteuid() != 0) GTEST_SKIP() << "the rest needs root";
-  EXPECT_EQ(chown(files.folder.path("log/deep").c_str(), kHost, kHost), 0);
+  EXPECT_EQ(chown(files.directory.path("log/deep").c_str(), kHost, kHost), 0);
   const Json first = files.report()["findings"][0];
   EXPECT_EQ(first["id"], "account-differs");
   EXPECT_TRUE(first["command"].get<std::string>().starts_with("sudo -u ")) << first["command"];
-  EXPECT_TRUE(std::filesystem::is_empty(files.folder.path("log/deep")));
+  EXPECT_TRUE(std::filesystem::is_empty(files.directory.path("log/deep")));
 }
 
 }  // namespace

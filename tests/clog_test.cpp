@@ -7,7 +7,7 @@
 namespace zepasign::testing {
 
 TEST(Log, WritesPendingLinesFirstIntoTheFileOfTheDay) {
-  const TempFolder folder;
+  const TempDirectory directory;
   const std::string many(100'000, '%'), row = "30 31 32 33 34 35 36 37 38 39 1f 20 7e 7f 80 ff : 0123456789. ~...\n";
   const unsigned char bytes[] = "0123456789\x1F ~\x7F\x80\xFF%s\nA";
   cLog log;
@@ -25,20 +25,20 @@ TEST(Log, WritesPendingLinesFirstIntoTheFileOfTheDay) {
            " : %s.A" + fill + "\n";
   };
   const std::string pending = writeAll(std::string(12, ' '));  // only pending rows are filled up
-  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x"));
-  EXPECT_TRUE(readLog(folder.path()).empty());
+  EXPECT_TRUE(log.setLogFile(directory.path().c_str(), "x"));
+  EXPECT_TRUE(readLog(directory.path()).empty());
   const std::string direct = writeAll("");
-  EXPECT_EQ(logOf(folder.path()), pending + "DEBUG end cFile::createFolder() return = true\n" + direct);
-  const std::string text = readFile(folder.path("x." + platform::localDateText().substr(0, 8)));
+  EXPECT_EQ(logOf(directory.path()), pending + "DEBUG end cFile::createFolder() return = true\n" + direct);
+  const std::string text = readFile(directory.path("x." + platform::localDateText().substr(0, 8)));
   EXPECT_EQ(text.find(" (PID=" + std::to_string(platform::processId()) + ") "), 23U);
 }
 
 TEST(Log, OnlyWhatNoFileTookGoesToTheStandardOutput) {
-  const TempFolder folder;
+  const TempDirectory directory;
   auto lost = std::make_unique<cLog>(), kept = std::make_unique<cLog>();
   for (cLog* log : {lost.get(), kept.get()}) log->writeText("WARN", "pending");
   for (int i = 0; i < 17; ++i) lost->writeText("WARN", std::string(1U << 20U, 'x'));
-  kept->setLogFile(folder.path().c_str(), "x");
+  kept->setLogFile(directory.path().c_str(), "x");
   kept->writeText("WARN", "again");
   ::testing::internal::CaptureStdout();
   for (auto* log : {&lost, &kept}) log->reset();
@@ -48,7 +48,7 @@ TEST(Log, OnlyWhatNoFileTookGoesToTheStandardOutput) {
 }
 
 TEST(Log, IsWrittenInUtf8WhenThatIsChosen) {
-  const TempFolder folder;
+  const TempDirectory directory;
   const std::string label = big5("檔名"), utf8 = "中平/\xF0\x9F\x94\x91",
                     mixed = big5("簽章") + "\xFF\x80" + big5("許功蓋") + "\xA4";
   const unsigned char bytes[] = {0xC3, 0xA6, '='};
@@ -66,16 +66,16 @@ TEST(Log, IsWrittenInUtf8WhenThatIsChosen) {
   log.setEncoding("Big5");
   writeAll();
   log.setEncoding("utf-8");
-  EXPECT_TRUE(log.setLogFile(folder.path().c_str(), "x"));
+  EXPECT_TRUE(log.setLogFile(directory.path().c_str(), "x"));
   log.setEncoding("");  // too late
   writeAll();
-  EXPECT_EQ(logOf(folder.path()),
+  EXPECT_EQ(logOf(directory.path()),
             all + std::string(13, ' ') + "\nDEBUG end cFile::createFolder() return = true\n" + all + "\n");
 }
 
 TEST(Log, Levels) {
-  const TempFolder folder;
-  logInto(folder, kNull);
+  const TempDirectory directory;
+  logInto(directory, kNull);
   for (const char* name : {"Error", "WARN ", "warn", "OFF", "", "Info", "debug"}) {
     logger.setLevel(name);
     logText(kDebug, "text");
@@ -84,21 +84,21 @@ TEST(Log, Levels) {
     logBool(kError, "bool", true);
   }
   const std::string error = "ERROR bool = true\n", warn = "WARN int = 0x00000001(1)\n" + error;
-  EXPECT_EQ(logOf(folder.path()), big5("DEBUG end cFile::createFolder() return = true\n" + error + error + warn +
-                                       "INFO 重設 LOG Level = INFO\nPARAM value = v\n" + warn +
-                                       "INFO 重設 LOG Level = DEBUG\nDEBUG text\nPARAM value = v\n" + warn));
+  EXPECT_EQ(logOf(directory.path()), big5("DEBUG end cFile::createFolder() return = true\n" + error + error + warn +
+                                          "INFO 重設 LOG Level = INFO\nPARAM value = v\n" + warn +
+                                          "INFO 重設 LOG Level = DEBUG\nDEBUG text\nPARAM value = v\n" + warn));
 }
 
-TEST(Log, FileIsChosenOnceAndItsFoldersAreMade) {
-  const TempFolder folder;
-  const std::string belowAFile = folder.write("file", "") + "/a", nested = folder.path("a/b//c/");
+TEST(Log, FileIsChosenOnceAndItsDirectoriesAreMade) {
+  const TempDirectory directory;
+  const std::string belowAFile = directory.write("file", "") + "/a", nested = directory.path("a/b//c/");
   cLog log;
   EXPECT_FALSE(log.setLogFile(nullptr, "x"));
   EXPECT_FALSE(log.setLogFile("", "x"));
   EXPECT_FALSE(log.setLogFile(nested.c_str(), ""));
   EXPECT_FALSE(log.setLogFile(belowAFile.c_str(), "x"));
   EXPECT_TRUE(log.setLogFile(nested.c_str(), "x"));
-  EXPECT_FALSE(log.setLogFile(folder.path().c_str(), "y"));
+  EXPECT_FALSE(log.setLogFile(directory.path().c_str(), "y"));
   log.writeText("WARN", "here");
   const std::string created = "DEBUG end cFile::createFolder() return = ";
   EXPECT_EQ(logOf(nested), created + "false\n" + created + "true\nWARN here\n");

@@ -14,7 +14,7 @@ static std::string withMacIterations(const std::string& pfx, long iterations) {
 }
 
 TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
-  const std::string good = makePfx({.identity = fixture.signer}), there = folder.path();
+  const std::string good = makePfx({.identity = fixture.signer}), there = directory.path();
   std::string damaged = good;
   damaged[good.size() / 2] ^= 1;
   const auto fails = [&](const char* path, const char* file, const char* word, int code, const std::string& error) {
@@ -25,7 +25,7 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
     EXPECT_EQ(ERR_peek_error(), 0UL) << error;
   };
   const auto refuses = [&](const std::string& bytes, int code) {
-    folder.write("bad.pfx", bytes);
+    directory.write("bad.pfx", bytes);
     fails(there.c_str(), "bad.pfx", "pfx-password", code, "");
   };
   refuses(good.substr(0, good.size() - 1), 1102);
@@ -36,7 +36,7 @@ TEST_F(Pkcs12, EachLoadFailureHasItsCodeAndItsLine) {
   refuses(makePfx({.identity = {nullptr, fixture.signer.certificate}, .caCertificates = cas}), 5208);
   refuses(makePfx({.identity = {fixture.signer.key, nullptr}, .caCertificates = cas}), 5208);
   refuses(makePfx({.identity = fixture.signer, .password = "other"}), 5208);
-  folder.write("bad.pfx", withMacIterations(good, INT_MAX));
+  directory.write("bad.pfx", withMacIterations(good, INT_MAX));
   fails(there.c_str(), "bad.pfx", "pfx-password", 5208, "pfx 檔 MAC 的重複次數過大\n");
   fails(nullptr, nullptr, nullptr, 5005, "參數 filePath 內容為 NULL\n");
   fails("", "", "", 5005, "參數 filePath 長度為 0\n");

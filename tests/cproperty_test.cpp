@@ -17,23 +17,24 @@ TEST(Property, LineForms) {
 }
 
 TEST(Property, LoadsUntilAFileHasPairsInLinesOf511CharactersAtMost) {
-  const TempFolder folder;
-  logInto(folder, "ERROR");
+  const TempDirectory directory;
+  logInto(directory, "ERROR");
   cProperty property;
   const std::string longest = "a=" + std::string(509, 'x'), tooLong = "\n" + longest + "\n" + longest + "\r\n";
   EXPECT_FALSE(property.loadFromFile(""));
   EXPECT_FALSE(property.loadFromFile("%d"));
   for (const char* text : {"# a = b\n;a = b\r\nno pair", "", tooLong.c_str(), longest.c_str(), "a = 2"}) {
-    EXPECT_EQ(property.loadFromFile(folder.write("file", text)), *text == 'a');
+    EXPECT_EQ(property.loadFromFile(directory.write("file", text)), *text == 'a');
     EXPECT_EQ(property.getProperty("a").size(), *text == 'a' ? 509U : 0U);
   }
-  EXPECT_EQ(logOf(folder.path()), big5("ERROR propertyFile ERROR! = \nERROR Open file = %d\nERROR loadFromFile() = %d\n"
-                                       "ERROR cProperty::parse() 行長度超過 511 字元, 行號 = 0x00000003(3)\n"));
+  EXPECT_EQ(logOf(directory.path()),
+            big5("ERROR propertyFile ERROR! = \nERROR Open file = %d\nERROR loadFromFile() = %d\n"
+                 "ERROR cProperty::parse() 行長度超過 511 字元, 行號 = 0x00000003(3)\n"));
 }
 
 TEST(Property, LogsEveryValueButSecrets) {
-  const TempFolder folder;
-  logInto(folder, "DEBUG");
+  const TempDirectory directory;
+  logInto(directory, "DEBUG");
   cProperty property;
   std::string expected = big5("INFO 重設 LOG Level = DEBUG\nDEBUG end cFile::createFolder() return = true\n");
   for (const std::string key :
@@ -47,16 +48,16 @@ TEST(Property, LogsEveryValueButSecrets) {
                 "DEBUG properties.size() = 0x00000001(1)\nDEBUG end cProperty::parse() return = true\n" +
                 "DEBUG cProperty::getProperty() : " + key + shown;
   }
-  EXPECT_EQ(logOf(folder.path()), expected);
+  EXPECT_EQ(logOf(directory.path()), expected);
 }
 
 TEST(Property, LogsNoSecretThatWasTypedIntoTheKey) {
-  const TempFolder folder;
-  logInto(folder, "DEBUG");
+  const TempDirectory directory;
+  logInto(directory, "DEBUG");
   cProperty property;
   EXPECT_TRUE(property.parse("PFX.pswdB64: rx6O+jQqypv==\nPSWD.License hid=den\nPFX.pswdrx6OjjQqypvxvBoIxbVyZg==\n"));
   std::string names;
-  for (const std::string& line : readLog(folder.path()))
+  for (const std::string& line : readLog(directory.path()))
     if (line.find("Insert MAP ") != std::string::npos) names += line.substr(line.rfind(' ')) + "\n";
   EXPECT_EQ(names, " PFX.pswd********\n ********\n PSWD********\n ********\n PFX.pswd********\n ********\n");
 }

@@ -7,12 +7,12 @@ using Crl = SignerTest;
 
 TEST_F(Crl, EachFileIsStoredAndChecked) {
   const std::string sound = makeCrl({.issuer = fixture.ca});
-  cCrlList list(folder.path() + "/");
+  cCrlList list(directory.path() + "/");
   const auto adds = [&](const char* name, const std::string& content, bool parsed, bool expired,
                         const char* error = "") {
-    folder.write(name, content);
+    directory.write(name, content);
     gives(list.addCrlFile(name, name), true, error);
-    cCrlFileEntry entry("title", folder.path(), name);
+    cCrlFileEntry entry("title", directory.path(), name);
     gives(entry.loadCrl(), parsed, error);
     EXPECT_EQ(entry.isExpired(), expired) << error;
   };
@@ -26,7 +26,7 @@ TEST_F(Crl, EachFileIsStoredAndChecked) {
   gives(list.addCrlFile("sound", "other"), false, "CRL 重覆設定 = sound\n");
   gives(list.addCrlFile("title", ""), false, "未指定 CRL 檔案的檔名!\n");
   gives(cCrlList("").addCrlFile("title", "sound"), false, "未指定 CRL 目錄!\n");
-  gives(cCrlFileEntry("title", folder.path(), "").loadCrl(), false, "尚未指定 CRL 儲存檔案的檔名!\n");
+  gives(cCrlFileEntry("title", directory.path(), "").loadCrl(), false, "尚未指定 CRL 儲存檔案的檔名!\n");
   EXPECT_EQ(ERR_peek_error(), 0UL);
 }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# docs_posix_test.sh SOURCE-FOLDER TOOL-FOLDER: runs what the manual tells its readers to run, with the zepasign of the
-# tool folder. The ```sh blocks of a page run in order in one shell, in an empty folder of their own. A block fails with
+# docs_posix_test.sh SOURCE-DIRECTORY TOOL-DIRECTORY: runs what the manual tells its readers to run, with the zepasign of the
+# tool directory. The ```sh blocks of a page run in order in one shell, in an empty directory of their own. A block fails with
 # its first command that fails; each line of a ```text block must be in the output of the last ```sh block before it. A
 # block after <!-- not run: REASON --> is not run. Messages, log texts, property keys, findings and functions of the
 # sources must be in the manual, in both languages, and every link must lead to a heading.
@@ -11,16 +11,16 @@ export LC_ALL=C.UTF-8 no_proxy=127.0.0.1
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# splitPage PAGE FOLDER: every block of the page becomes a file NUMBER.LANGUAGE.
+# splitPage PAGE DIRECTORY: every block of the page becomes a file NUMBER.LANGUAGE.
 splitPage() {
-  awk -v folder="$2" '
+  awk -v directory="$2" '
     /^<!-- not run: / { skip = "not-run-" }
     /^```/ { inside = !inside }
-    /^```/ && inside { file = sprintf("%s/%03d.%s%s", folder, ++count, skip, substr($0, 4)); skip = ""; next }
+    /^```/ && inside { file = sprintf("%s/%03d.%s%s", directory, ++count, skip, substr($0, 4)); skip = ""; next }
     inside { print > file }' "$1"
 }
 
-# runBlocks FOLDER: runs the blocks in a shell of its own, which ends with the first failure and then shows it.
+# runBlocks DIRECTORY: runs the blocks in a shell of its own, which ends with the first failure and then shows it.
 runBlocks() (
   exec 3>&2 # a failing block takes its redirections into the trap
   trap '[ $? = 0 ] || { echo "$page fails:"; cat "$block"; echo "The last output:"; cat "$output"; } >&3' EXIT
@@ -38,8 +38,8 @@ runBlocks() (
   done
 )
 
-# startAuthority FOLDER: a time-stamping authority for docs/proof.md, until this script ends. Sets tsa, its address;
-# FOLDER/ca.pem is its CA's certificate.
+# startAuthority DIRECTORY: a time-stamping authority for docs/proof.md, until this script ends. Sets tsa, its address;
+# DIRECTORY/ca.pem is its CA's certificate.
 startAuthority() {
   mkdir "$1" && cd "$1"
   # shellcheck source=/dev/null
@@ -58,11 +58,11 @@ startAuthority() {
 cd "$source"
 startAuthority "$scratch/authority"
 for page in README*.md CONTRIBUTING.md SECURITY.md docs/*.md; do
-  folder=$scratch/$(basename "$page")
-  mkdir "$folder"
-  splitPage "$page" "$folder"
-  runBlocks "$folder"
-  echo "$page: $(find "$folder" -maxdepth 1 -name '*.output' | wc -l) blocks ran"
+  directory=$scratch/$(basename "$page")
+  mkdir "$directory"
+  splitPage "$page" "$directory"
+  runBlocks "$directory"
+  echo "$page: $(find "$directory" -maxdepth 1 -name '*.output' | wc -l) blocks ran"
 done
 
 # mustStandIn FILE...: fails for the first line of the standard input that is in none of the files.

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# examples_posix_test.sh LANGUAGE LIBRARY FOLDER: the example in LANGUAGE prints what the one in C prints: an encrypted
-# password, the signatures of a file and of a text in Big5 and UTF-16LE, and the signer's certificate. FOLDER is shared; "c"
+# examples_posix_test.sh LANGUAGE LIBRARY DIRECTORY: the example in LANGUAGE prints what the one in C prints: an encrypted
+# password, the signatures of a file and of a text in Big5 and UTF-16LE, and the signer's certificate. DIRECTORY is shared; "c"
 # goes first, fills it, and has openssl verify the signatures. Ends with 77 where the language's runtime is not installed.
 set -euo pipefail
 source "$(dirname "$0")/../scripts/certificate.sh"
-language=$1 library=$2 folder=$3
+language=$1 library=$2 directory=$3
 examples=$(cd "$(dirname "$0")/../examples" && pwd)
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*} PYTHONDONTWRITEBYTECODE=1
 text=陳大文同意 name=陳大文
@@ -13,16 +13,16 @@ skip() { echo "Skipped: $1"; exit 77; }
 need() { command -v "$1" >/dev/null || skip "there is no $1 (package $2)"; }
 
 prepare() {
-  rm -rf "$folder"
-  mkdir -p "$folder"
-  cd "$folder"
+  rm -rf "$directory"
+  mkdir -p "$directory"
+  cd "$directory"
   certificate ca 'basicConstraints=critical,CA:TRUE\nkeyUsage=keyCertSign'
   certificate signer 'keyUsage=digitalSignature,nonRepudiation' -CA ca.pem -CAkey ca.key \
     -utf8 -subj "/C=TW/O=Test/CN=$name"
   openssl pkcs12 -export -inkey signer.key -in signer.pem -passout pass:secret -out signer.pfx
-  printf '%s\n' "LOG.path = $folder" "LOG.file = log" "PKCS7.digest = SHA256" "PKCS7.addCert = 1" \
+  printf '%s\n' "LOG.path = $directory" "LOG.file = log" "PKCS7.digest = SHA256" "PKCS7.addCert = 1" \
     "PKCS7.addTimestamp = FALSE" "PSWD.license = $(openssl rand -hex 32)" "PSWD.authKey = examples" \
-    "PFX.path = $folder" "PFX.file = signer.pfx" >app.properties
+    "PFX.path = $directory" "PFX.file = signer.pfx" >app.properties
   echo "The document" >document
   printf %s "$text" | tee >(iconv -f UTF-8 -t BIG5 >big5) | iconv -f UTF-8 -t UTF-16LE >utf16
 }
@@ -49,7 +49,7 @@ fails() {
 }
 
 [ "$language" != c ] || prepare
-cd "$folder"
+cd "$directory"
 strict=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror "-I$examples/../api")
 case $language in
   c) "${CC:-cc}" -std=gnu99 "${strict[@]}" "$examples"/c/{main,signer,platform_posix}.c -o sign-c "$library" -lcrypto
@@ -73,7 +73,7 @@ esac
 mkdir -p "$language.credentials"
 "${example[@]}" --encrypt app.properties "$language.credentials/enced" <<<secret >/dev/null # its log, without a log file
 fails "ZEPASignInitial failed with 5005: 錯誤的參數(5005)" "${example[@]}" app.properties document "$text"
-export CREDENTIALS_DIRECTORY=$folder/$language.credentials
+export CREDENTIALS_DIRECTORY=$directory/$language.credentials
 sed '$a\' "$CREDENTIALS_DIRECTORY/enced" >"$language.out"
 "${example[@]}" app.properties document "$text" >>"$language.out"
 fails "SignPkcs7File failed with 1002: 檔案無法讀取(1002)" "${example[@]}" app.properties missing "$text"

@@ -51,35 +51,36 @@ bool isCpp(const void* caller) {
 
 class Failures : public HostProcess {
  protected:
-  // The log's folders do not exist yet, and there are two chains, so that losing one leaves a list that is not empty.
+  // The log's directories do not exist yet, and there are two chains, so that losing one leaves a list that is not
+  // empty.
   void SetUp() override {
     prepare([this](Fixture& fixture) {
-      for (const char* file : {"chain.p7b", "ca.crl"}) folder_.write(file, readFile(fixture.folder.path(file)));
+      for (const char* file : {"chain.p7b", "ca.crl"}) directory_.write(file, readFile(fixture.directory.path(file)));
       const Certificate other = makeIdentity(caPlan("Other Root")).certificate;
-      folder_.write("other.p7b", makeP7b({other}));
-      folder_.write("content", "content");
+      directory_.write("other.p7b", makeP7b({other}));
+      directory_.write("content", "content");
       fixture.addChain();
       Properties& properties = fixture.properties;
-      properties["P7B.path"] = properties["CRL.path"] = folder_.path();
-      properties["LOG.path"] = folder_.path("a/b");
+      properties["P7B.path"] = properties["CRL.path"] = directory_.path();
+      properties["LOG.path"] = directory_.path("a/b");
       properties["LOG.encoding"] = "UTF-8";
       properties["PKCS7.addCert"] = "2";
-      folder_.write("one-chain", propertyText(properties));
+      directory_.write("one-chain", propertyText(properties));
       Properties pfxAlone = fixture.properties;
       std::erase_if(pfxAlone,
                     [](const auto& line) { return line.first.starts_with("P7B") || line.first.starts_with("CRL"); });
       pfxAlone["LOG.level"] = "OFF";
-      folder_.write("pfx-alone", propertyText(pfxAlone));
+      directory_.write("pfx-alone", propertyText(pfxAlone));
       Properties forms = properties;
       forms["PFX.pswd"] = "";
       forms["PFX.pswdB64"] = kStoredPassword;
-      folder_.write("stored", propertyText(forms));
+      directory_.write("stored", propertyText(forms));
       forms["PSWD.authKey"] = "auth";
-      folder_.write("callers", propertyText(forms));
+      directory_.write("callers", propertyText(forms));
       properties["P7B1.name"] = "other.p7b";
       properties["P7B1.SKI"] = subjectKeyIdOf(other);
     });
-    std::filesystem::remove_all(folder_.path("a"));
+    std::filesystem::remove_all(directory_.path("a"));
     seen_ = static_cast<Seen*>(mmap(nullptr, sizeof *seen_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0));
   }
 
@@ -129,7 +130,7 @@ class Failures : public HostProcess {
   }
 
   Call initialising(const std::string& file, const char* password = nullptr) {
-    return [this, password, path = folder_.path(file)]() -> Outcome {
+    return [this, password, path = directory_.path(file)]() -> Outcome {
       const int code = library_.initialise(path, password);
       endFaults();
       return {code, code == 0 && library_.sign() == 0 ? library_.text() : ""};
@@ -157,10 +158,10 @@ TEST_F(Failures, OfAllocationsDuringInitialisation) {
   sweep(Fault::memory, {5002}, {5005, 5208}, initialising("stored"), expected_, step);
   sweep(Fault::memory, {5002}, {5005, 5208}, initialising("callers", kCallersPassword), expected_, step);
   for (const std::string line : {"loadPfxFile() = 0x0000138A(5002)", "loadCertChainFiles() = false"}) {
-    EXPECT_EQ(runCommand("grep '" + line + "' " + folder_.path("a/b/*")).exitCode, 0)
+    EXPECT_EQ(runCommand("grep '" + line + "' " + directory_.path("a/b/*")).exitCode, 0)
         << "steps end in the log: " << line;
   }
-  EXPECT_EQ(runCommand("iconv -f UTF-8 -t UTF-8 " + folder_.path("a/b/*")).exitCode, 0) << "LOG.encoding is kept";
+  EXPECT_EQ(runCommand("iconv -f UTF-8 -t UTF-8 " + directory_.path("a/b/*")).exitCode, 0) << "LOG.encoding is kept";
 }
 
 TEST_F(Failures, OfAllocationsDuringOtherCalls) {
@@ -171,10 +172,10 @@ TEST_F(Failures, OfAllocationsDuringOtherCalls) {
     return {code, library_.text()};
   };
   const auto signText = [&] { return signing(library_.find<decltype(SignPkcs7)>("SignPkcs7")("content", "BIG5")); };
-  const auto signFile = [&, file = folder_.path("content")] {
+  const auto signFile = [&, file = directory_.path("content")] {
     return signing(library_.find<decltype(SignPkcs7File)>("SignPkcs7File")(file.c_str()));
   };
-  const auto makePassword = [&, file = folder_.path("callers")]() -> Outcome {
+  const auto makePassword = [&, file = directory_.path("callers")]() -> Outcome {
     char area[100] = "";
     int size = sizeof area;
     const auto make = library_.find<decltype(MakeZEPASignPasswd)>("MakeZEPASignPasswd");

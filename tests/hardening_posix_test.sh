@@ -9,7 +9,7 @@ has ' GNU_RELRO ' 'read-only relocations'
 has 'BIND_NOW|FLAGS_1.* NOW' 'binding at load time'
 has ' GNU_STACK .* RW  ' 'a stack that is not executable'
 hasNo ' LOAD .* RWE |TEXTREL' 'memory both writable and executable'
-hasNo 'R(UN)?PATH' 'the folder that it was built in'
+hasNo 'R(UN)?PATH' 'the directory that it was built in'
 has __stack_chk_fail 'the stack protector'
 has ' __[a-z]+_chk' 'fortified calls'
 # The note is not tested for the whole file, since the system's own start-up objects lack it.

@@ -124,7 +124,7 @@ TEST_F(HostProcess, UnloadItBeforeAThreadThatSignedEnds) {
 // What was registered before the library was loaded runs after its objects are gone.
 TEST_F(HostProcess, CallItAndEndThreadsInAnExitHandler) {
   prepare();
-  static const std::string seenFile = folder_.path("seen");
+  static const std::string seenFile = directory_.path("seen");
   static std::unique_ptr<LoadedLibrary> library;
   static std::unique_ptr<WaitingThread> thread;
   const auto body = [&] {

@@ -91,7 +91,7 @@ TEST_F(Initial, OverwritesWhatItReadsAndLoadsChainsOnce) {
       << "but the credential is the earlier one";
   fixture.properties["PFX.pswd"] = sound.at("PFX.pswd");
   fixture.addChain();
-  for (const std::string& path : {folder.path(), std::string()}) {
+  for (const std::string& path : {directory.path(), std::string()}) {
     fixture.properties["P7B.path"] = path;
     ASSERT_TRUE(initialise());
     EXPECT_EQ(facts().certificates.size(), 3U);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# installed_posix_test.sh BUILD-FOLDER: hosts in C and C++ are built and run with what `cmake --install` puts under a
+# installed_posix_test.sh BUILD-DIRECTORY: hosts in C and C++ are built and run with what `cmake --install` puts under a
 # prefix with a space in it, found by CMake and by pkg-config. scripts/package-test.sh tests the packages.
 set -euo pipefail
 build=$1 examples=$(cd "$(dirname "$0")/../examples" && pwd)

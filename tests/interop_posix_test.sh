@@ -6,10 +6,10 @@ source "$(dirname "$0")/../scripts/certificate.sh"
 library=$1
 source=$(realpath "$(dirname "$0")/..")
 export LC_ALL=C.UTF-8 LD_LIBRARY_PATH=${library%/*}
-folder=$(mktemp -d)
-export GNUPGHOME=$folder/gnupg
-trap 'gpgconf --kill all 2>/dev/null || true; rm -rf "$folder"' EXIT
-cd "$folder"
+directory=$(mktemp -d)
+export GNUPGHOME=$directory/gnupg
+trap 'gpgconf --kill all 2>/dev/null || true; rm -rf "$directory"' EXIT
+cd "$directory"
 has() { command -v "$1" >/dev/null; }
 for tool in certtool pk12util cmsutil keytool gpgsm; do has "$tool" || echo "Left out: $tool"; done
 quiet() { "$@" >output 2>&1 || { echo "failed: $*"; cat output; exit 1; }; }

@@ -38,19 +38,19 @@ static void expectErrorsKept(const std::function<bool()>& works) {
 
 // The host's default context can do nothing at all, so every call must find its algorithms in the library's own.
 TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
-  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .form = PfxForm::legacy}));
+  directory.write("signer.pfx", makePfx({.identity = fixture.signer, .form = PfxForm::legacy}));
   fixture.addChain();
   CertPlan bare = caPlan("Bare");
   bare.subjectKeyId = bare.authorityKeyId = "";  // what is missing must not be taken for what found no memory
-  folder.write("chain.p7b",
-               makeP7b({fixture.root.certificate, fixture.ca.certificate, makeIdentity(bare).certificate}));
+  directory.write("chain.p7b",
+                  makeP7b({fixture.root.certificate, fixture.ca.certificate, makeIdentity(bare).certificate}));
   fixture.properties["PKCS7.addTimestamp"] = "TRUE";
-  const std::string good = fixture.propertyFile(), content = folder.write("content", "x");
+  const std::string good = fixture.propertyFile(), content = directory.write("content", "x");
   Properties changed = fixture.properties;
   changed["PFX.pswd"] = "wrong";
-  const std::string wrong = folder.write("wrong", propertyText(changed));
+  const std::string wrong = directory.write("wrong", propertyText(changed));
   changed["PSWD.authKey"] = "auth";
-  const std::string keys = folder.write("keys", propertyText(changed));
+  const std::string keys = directory.write("keys", propertyText(changed));
   const LibCtxPtr host(OSSL_LIB_CTX_new());
   const ProviderPtr nothing(OSSL_PROVIDER_load(host.get(), "null"));
   OSSL_LIB_CTX_set0_default(host.get());
@@ -81,8 +81,8 @@ TEST_F(OpensslIsolation, KeepsItsContextItsProvidersAndItsErrorQueue) {
 // The queue holds fifteen errors, so the first one of ours would push the host's oldest out.
 TEST_F(OpensslIsolation, KeepsAFullErrorQueueAndReportsTheFirstErrorOfItsOwn) {
   fixture.addChain();
-  folder.write("bad.crl", pemOf("X509 CRL", makeCrl({.issuer = fixture.ca})));
-  fixture.properties["CRL.path"] = folder.path();
+  directory.write("bad.crl", pemOf("X509 CRL", makeCrl({.issuer = fixture.ca})));
+  fixture.properties["CRL.path"] = directory.path();
   fixture.properties["P7B0.crlFile0"] = fixture.properties["PFX.file"] = "bad.crl";
   const int count = 15;
   const int marked = 5;

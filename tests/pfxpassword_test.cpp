@@ -10,7 +10,7 @@ TEST_F(PfxPassword, FillsTheAreaThatItIsGivenOrTellsWhyNot) {
                          const std::string& error = "") {
     std::string given(45, '#');
     int length = capacity;
-    const std::string file = keys.empty() ? "" : folder.write("keys", keys);
+    const std::string file = keys.empty() ? "" : directory.write("keys", keys);
     gives(MakeZEPASignPasswd(given.data(), &length, file.c_str(), password), code, error);
     EXPECT_EQ(given, area);
     EXPECT_EQ(length, code == 5003 || area[0] != '#' ? 44 : capacity) << error;
@@ -35,7 +35,7 @@ TEST_F(PfxPassword, FillsTheAreaThatItIsGivenOrTellsWhyNot) {
 
 TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
   const std::string password(511, 'p');
-  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
+  directory.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
   fixture.properties["PSWD.authKey"] = "auth";
   int length = 0;
   EXPECT_EQ(MakeZEPASignPasswd(nullptr, &length, fixture.propertyFile().c_str(), password.c_str()), 0);
@@ -47,21 +47,21 @@ TEST_F(PfxPassword, OfTheGreatestLengthOpensThePfx) {
 TEST_F(PfxPassword, IsTheFirstLineOfAFileWhenNoOtherFormIsGiven) {
   fixture.addChain();
   fixture.properties.erase("PFX.pswd");
-  fixture.properties["PFX.pswdFile"] = folder.path("word");
+  fixture.properties["PFX.pswdFile"] = directory.path("word");
   const auto gives5005 = [&](const std::string& error) {
     EXPECT_FALSE(initialise());
     gives(GetErrorCode(), 5005, error);
   };
   gives5005("讀取 PFX.pswdFile 失敗\n");
   for (const char* content : {"pfx-password", "pfx-password\n", "pfx-password\r\nmore"}) {
-    folder.write("word", content);
+    directory.write("word", content);
     EXPECT_TRUE(initialise()) << content;
   }
-  folder.write("word", "\npfx-password");
+  directory.write("word", "\npfx-password");
   gives5005("PFX.pswdFile 長度為 0\n");
-  folder.write("word", std::string(512, 'p'));
+  directory.write("word", std::string(512, 'p'));
   gives5005("讀取 PFX.pswdFile 失敗\n");
-  fixture.properties["PFX.pswdFile"] = folder.path();
+  fixture.properties["PFX.pswdFile"] = directory.path();
   gives5005("讀取 PFX.pswdFile 失敗\n");
   fixture.properties["PFX.pswdB64"] = "AAAA";
   gives5005("PFX.pswdB64 內容解密\n");

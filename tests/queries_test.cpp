@@ -19,7 +19,7 @@ TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
   plan.serial = "0A1B2C";
   plan.notBefore = "200229235959Z";
   const std::string der = derOf((fixture.signer = makeIdentity(plan)).certificate);
-  folder.write("signer.pfx", makePfx({.identity = fixture.signer}));
+  directory.write("signer.pfx", makePfx({.identity = fixture.signer}));
   ASSERT_TRUE(initialise());
   EXPECT_EQ(answers(), Lines(8, "null")) << "a credential is not yet a signature";
   ASSERT_EQ(sign("x"), 0);
@@ -39,7 +39,7 @@ TEST_F(Queries, TellTheLastCodeAndTheCertificateOfTheLastSuccessfulSignature) {
   EXPECT_EQ(told, expected);
   EXPECT_EQ(base64Decode(told[7]), der);
   EXPECT_EQ(GetErrorMsg(), big5("成功(0)"));
-  folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
+  directory.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
   ASSERT_TRUE(initialise());
   EXPECT_EQ(sign(""), 5005);
   EXPECT_EQ(answers(), told) << "the new credential has not signed yet";

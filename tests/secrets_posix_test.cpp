@@ -70,19 +70,19 @@ TEST_F(Secrets, AreWipedBeforeTheirMemoryIsFreed) {
                     authKey = "Kx3-Orchid.Thunder+58_Compass";
   const std::string license = "3F9A61C07BD254E8AF1B6D90C2735E84D1A60F5B98E3427C6BDA0917F4825CE3";
   prepare([&](Fixture& fixture) {
-    folder_.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
+    directory_.write("signer.pfx", makePfx({.identity = fixture.signer, .password = password}));
     fixture.properties["PSWD.license"] = license;
     fixture.properties["PFX.pswd"] = password;
     Properties others = fixture.properties;
     others["PFX.pswd"] = password + "wrong";
-    folder_.write("wrong", propertyText(others));
+    directory_.write("wrong", propertyText(others));
     others["PSWD.authKey"] = authKey;
-    folder_.write("callers", propertyText(others));
+    directory_.write("callers", propertyText(others));
     others["PSWD.authKey"] = others["PFX.pswd"] = "";
     others["PFX.pswdB64"] = runCommand("printf %s '" + password + "' | openssl enc -aes-256-cbc -a -A -K " + license +
                                        " -iv " + license.substr(0, 32))
                                 .output;
-    folder_.write("stored", propertyText(others));
+    directory_.write("stored", propertyText(others));
   });
   std::string wide, iv(32, '\0');
   for (const char c : password) wide.append({'\0', c});
@@ -93,13 +93,13 @@ TEST_F(Secrets, AreWipedBeforeTheirMemoryIsFreed) {
   widePassword = &secrets[1];
   const LoadedLibrary library;
   const auto make = library.find<decltype(MakeZEPASignPasswd)>("MakeZEPASignPasswd");
-  const std::string callers = folder_.path("callers");
+  const std::string callers = directory_.path("callers");
   char enced[100] = "";
   int size = sizeof enced;
   EXPECT_EQ(freed([&] { EXPECT_EQ(make(enced, &size, callers.c_str(), password.c_str()), 0); }), "");
   for (const auto& [form, code] : {std::pair{"app.properties", 0}, {"stored", 0}, {"callers", 0}, {"wrong", 5208}}) {
     SCOPED_TRACE(form);
-    EXPECT_EQ(freed([&] { EXPECT_EQ(library.initialise(folder_.path(form), enced), code); }), "");
+    EXPECT_EQ(freed([&] { EXPECT_EQ(library.initialise(directory_.path(form), enced), code); }), "");
     EXPECT_EQ(freed([&] { EXPECT_EQ(library.sign(), 0); }), "");
   }
   EXPECT_NE(freed([&] { const std::string copy = password; }), "") << "the watch sees what is not wiped";

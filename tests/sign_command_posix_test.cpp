@@ -7,7 +7,7 @@ namespace {
 class SignCommandTest : public ToolTest {
  protected:
   SignCommandTest() {
-    for (int i = 0; i < 20; ++i) folder_.write("in" + std::to_string(i), "content " + std::to_string(i));
+    for (int i = 0; i < 20; ++i) directory_.write("in" + std::to_string(i), "content " + std::to_string(i));
   }
 
   // sign: with the property file that logs nothing. `before` may be a command whose output goes to the standard input.
@@ -15,7 +15,7 @@ class SignCommandTest : public ToolTest {
     return run("sign -c quiet.properties " + arguments, before);
   }
   int verify(const std::string& signatures) const { return run("verify --ca demo/ca.pem " + signatures).exitCode; }
-  bool exists(const std::string& name) const { return std::filesystem::exists(folder_.path(name)); }
+  bool exists(const std::string& name) const { return std::filesystem::exists(directory_.path(name)); }
 };
 
 TEST_F(SignCommandTest, WritesIntoWhatIsNoRegularFileAndThroughLinks) {
@@ -26,7 +26,7 @@ TEST_F(SignCommandTest, WritesIntoWhatIsNoRegularFileAndThroughLinks) {
   EXPECT_EQ(0, sign("-o dangling in0").exitCode);
   EXPECT_EQ(0, shell("test -p pipe -a -L link -a -L dangling")) << "all are what they were";
   EXPECT_EQ(0, verify("target new"));
-  EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(folder_.path("target")).permissions());
+  EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(directory_.path("target")).permissions());
   EXPECT_EQ(
       0, sign("-o /dev/stdout in0 >out; " ZEPASIGN_TOOL " sign -c quiet.properties -o /dev/fd/5 in0 5>five").exitCode);
   EXPECT_EQ(0, verify("out five"));
@@ -35,18 +35,18 @@ TEST_F(SignCommandTest, WritesIntoWhatIsNoRegularFileAndThroughLinks) {
 TEST_F(SignCommandTest, NeverWritesOverKeysSettingsOrInputs) {
   EXPECT_EQ(0, shell("ln demo/signer.pfx hard && ln -s demo/ca.crl soft"));
   for (const std::string place : {"demo/../demo/chain.p7b", "hard", "soft", "quiet.properties", "./in0"}) {
-    const std::string before = readFile(folder_.path(place));
+    const std::string before = readFile(directory_.path(place));
     const CommandResult refused = sign("-o " + place + " in0");
     EXPECT_EQ(2, refused.exitCode) << place;
     EXPECT_NE(std::string::npos, refused.output.find("would be lost: ")) << refused.output;
-    EXPECT_EQ(before, readFile(folder_.path(place))) << place;
+    EXPECT_EQ(before, readFile(directory_.path(place))) << place;
   }
   EXPECT_EQ(2, sign("--out-dir out in1 ./in1").exitCode) << "one place for two signatures";
   EXPECT_EQ(1, sign("--out-dir out --files-from -", "printf 'in1\\n./in1\\n' | LC_ALL=C").exitCode);
 }
 
 TEST_F(SignCommandTest, ReadsListsAndPairs) {
-  folder_.write("odd\nname", "content");
+  directory_.write("odd\nname", "content");
   const Json lines = Json::parse(
       run("sign -c quiet.properties --out-dir out --files-from - --json 2>&-", "printf 'in0\\n\\nmissing\\r\\nin1' |")
           .output);
@@ -82,7 +82,7 @@ TEST_F(SignCommandTest, ResumesWhatIsMissingOlderOrDamaged) {
   EXPECT_NE(std::string::npos, first.output.find("20 signed, 0 skipped, 1 failed"));
   EXPECT_EQ(0, verify("out/*"));
 
-  folder_.write("missing", "found");
+  directory_.write("missing", "found");
   EXPECT_EQ(0, shell("cd out && rm in7.* && touch -d '1 hour ago' in8.* && truncate -s -9 in9.* &&"
                      " head -c $(stat -c %s in10.*) /dev/zero >zeros && mv zeros in10.p7s.b64"));
   EXPECT_EQ((Json{{"signed", 5}, {"skipped", 16}, {"failed", 0}, {"failures", Json::array()}}), json(command));
@@ -98,7 +98,7 @@ TEST_F(SignCommandTest, TellsWhatDoesNotInitialiseAndWhoDied) {
   // One worker waits for the content of a pipe that nobody writes, until both are killed.
   EXPECT_EQ(0, shell("mkfifo pipe"));
   const CommandResult killed =
-      runCommand("cd '" + folder_.path() +
+      runCommand("cd '" + directory_.path() +
                  "'; LC_ALL=C " ZEPASIGN_TOOL
                  " sign -c quiet.properties --text BIG5 --jobs 2 pipe in0 in1 in2 in3 & run=$!;"
                  " until [ -e in3.p7s.b64 ] || [ -e in2.p7s.b64 ]; do sleep 0.1; done;"
@@ -112,7 +112,7 @@ TEST_F(SignCommandTest, EndsWellWhenInterruptedOrNotRead) {
   for (const char* jobs : {"1", "2"}) {
     // A shell lets what it starts in the background ignore SIGINT, so the command takes it back.
     const CommandResult stopped =
-        runCommand("cd '" + folder_.path() +
+        runCommand("cd '" + directory_.path() +
                    "'; LC_ALL=C env --default-signal=INT " ZEPASIGN_TOOL " sign -c quiet.properties --out-dir out" +
                    jobs + " --jobs " + jobs + " many* & run=$!;" + " until [ -e out" + jobs +
                    "/many1.p7s.b64 ]; do sleep 0.02; done; kill -INT $run; wait $run");
@@ -122,7 +122,7 @@ TEST_F(SignCommandTest, EndsWellWhenInterruptedOrNotRead) {
   }
   EXPECT_EQ(0, shell("test -z \"$(ls out1 out2 | grep part)\""));
   EXPECT_EQ(0, sign("--json-lines in*; echo $? >code; } | true", "{ LC_ALL=C").exitCode);
-  EXPECT_EQ("141\n", readFile(folder_.path("code")));
+  EXPECT_EQ("141\n", readFile(directory_.path("code")));
 }
 
 }  // namespace

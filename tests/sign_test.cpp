@@ -6,7 +6,8 @@ namespace zepasign::testing {
 using Sign = SignerTest;
 
 TEST_F(Sign, EachBadArgumentHasItsCodeAndItsLine) {
-  const std::string file = folder.write("file", "x"), none = folder.path("none"), empty = folder.write("empty", "");
+  const std::string file = directory.write("file", "x"), none = directory.path("none"),
+                    empty = directory.write("empty", "");
   unsigned char byte = 'x';
   gives(SignPkcs7Bin(nullptr, 1), 5005, "參數 data 內容為 NULL\n");
   gives(SignPkcs7Bin(&byte, 0), 5005, "參數 datalen <= 0\n");
@@ -40,7 +41,7 @@ TEST_F(Sign, EachUnmetConditionLeavesNoSignature) {
   unfit.keyUsage = "keyEncipherment";
   fit.keyUsage = "nonRepudiation";
   const auto ends = [&](const CertPlan& plan, int code, const std::string& errors) {
-    folder.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
+    directory.write("signer.pfx", makePfx({.identity = makeIdentity(plan)}));
     ASSERT_TRUE(initialise());
     taken();
     gives(sign("x"), code, errors);
@@ -79,7 +80,7 @@ TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
   holds(SignPkcs7("a\xC3\xB1", "utf-16le"), std::string("a\0\x3D\x7C", 4));
   holds(SignPkcs7("\xA2\xCC\xF9\xF9", "BIG5"), "\xA2\xCC\xF9\xF9");  // codes that a converter folds onto others
   taken();
-  const std::string binary("line\r\n\0\x1A", 8), file = folder.write("file", binary);
+  const std::string binary("line\r\n\0\x1A", 8), file = directory.write("file", binary);
   holds(SignPkcs7File(file.c_str()), binary);
   const std::string size = std::to_string(signature().size()), lines = taken();
   EXPECT_NE(lines.find(big5("\nDEBUG 簽章值(len=" + size + ", 0x")), std::string::npos);
@@ -89,7 +90,7 @@ TEST_F(Sign, SignsTheBytesThatItIsGivenAndLogsWhatItKeeps) {
 
 TEST_F(Sign, ThePfxsOwnCaListGoesBeforeTheLoadedChain) {
   const Certificate other = makeIdentity(caPlan("Other")).certificate, root = fixture.root.certificate;
-  folder.write("signer.pfx", makePfx({.identity = fixture.signer, .caCertificates = {other, root}}));
+  directory.write("signer.pfx", makePfx({.identity = fixture.signer, .caCertificates = {other, root}}));
   fixture.properties["PKCS7.addCert"] = "3";
   fixture.addChain();
   ASSERT_TRUE(initialise());

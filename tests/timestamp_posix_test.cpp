@@ -89,11 +89,11 @@ TEST_F(TimeStampTest, TheEnvironmentNamesAProxy) {
 
 TEST_F(TimeStampTest, ManySignaturesAreStampedAndOneFailureStopsNone) {
   for (const char* name : {"x/1", "x/y/2", "x/y/3"}) {
-    std::filesystem::create_directories(folder_.path("x/y"));
-    folder_.write(name, name);
+    std::filesystem::create_directories(directory_.path("x/y"));
+    directory_.write(name, name);
   }
   EXPECT_EQ(0, run("sign --recursive x -c " + quiet_).exitCode);
-  folder_.write("x/4.p7s", "no signature");
+  directory_.write("x/4.p7s", "no signature");
   EXPECT_NE(std::string::npos, stamp("good", "--recursive --jobs 2 x").output.find("3 stamped, 0 skipped, 1 failed"));
   EXPECT_NE(std::string::npos, stamp("good", "--resume --recursive --jobs 2 x").output.find("0 stamped, 3 skipped"));
   EXPECT_NE(std::string::npos, stamp("good", "--resume --warn-days 36500 --recursive x").output.find("3 stamped"));
@@ -103,13 +103,13 @@ TEST_F(TimeStampTest, ManySignaturesAreStampedAndOneFailureStopsNone) {
 }
 
 TEST_F(TimeStampTest, AnInterruptionLosesNothing) {
-  std::filesystem::create_directory(folder_.path("many"));
-  for (int i = 0; i < 8; ++i) folder_.write("many/" + std::to_string(i), "content");
+  std::filesystem::create_directory(directory_.path("many"));
+  for (int i = 0; i < 8; ++i) directory_.write("many/" + std::to_string(i), "content");
   EXPECT_EQ(0, run("sign --recursive many -c " + quiet_).exitCode);
   EXPECT_EQ(0, shell("cp -r many before"));
   // The authority answers twice; then each of the two workers waits.
   const CommandResult stopped =
-      runCommand("cd '" + folder_.path() + "'; " + kDirect +
+      runCommand("cd '" + directory_.path() + "'; " + kDirect +
                  " env --default-signal=INT " ZEPASIGN_TOOL " stamp --recursive many --jobs 2 --tsa " + http_ +
                  "/held & run=$!; until [ -e held3 ]; do sleep 0.02; done; kill -INT $run; wait $run");
   EXPECT_EQ(130, stopped.exitCode);
@@ -140,10 +140,10 @@ TEST_F(TimeStampTest, ASignatureThatCannotTakeATimeStampStaysAsItIs) {
   EXPECT_EQ(0, stamp("good", "unread").exitCode);
   std::string unread = bytes("unread");
   unread[unread.rfind("\x2A\x86\x48\x86\xF7\x0D\x01\x07\x02") + 8] = 1;  // the token is of type data
-  folder_.write("unread", unread);
+  directory_.write("unread", unread);
   EXPECT_EQ(0, run("sign --der -o twins a -c " + quiet_).exitCode);
   EXPECT_EQ(0, stamp("good", "twins").exitCode);
-  folder_.write("twins", withTwoTokens(bytes("twins")));
+  directory_.write("twins", withTwoTokens(bytes("twins")));
   for (const auto& [file, message] :
        {std::pair{"two", "more than one signer"}, std::pair{"ber", "written back"},
         std::pair{"unread", "was changed, or is none"}, std::pair{"twins", "stand side by side"}}) {
@@ -157,7 +157,7 @@ TEST_F(TimeStampTest, ASignatureThatCannotTakeATimeStampStaysAsItIs) {
 
 TEST_F(TimeStampTest, AFileThatMayNotBeWrittenCostsNoTimeStamp) {
   if (geteuid() == 0) GTEST_SKIP() << "root may write to every file";
-  std::filesystem::permissions(folder_.path("a.p7s.b64"), std::filesystem::perms::owner_read);
+  std::filesystem::permissions(directory_.path("a.p7s.b64"), std::filesystem::perms::owner_read);
   EXPECT_NE(std::string::npos,
             run("stamp --tsa http://127.0.0.1:1 --retries 0 a.p7s.b64", kDirect).output.find("1003"));
 }
@@ -183,10 +183,10 @@ TEST_F(TimeStampTest, WithoutNetworkAQueryGoesOutAndAReplyComesBack) {
 }
 
 TEST_F(TimeStampTest, SignStampsInOneStepOrNotAtAll) {
-  folder_.write("b", "b");
+  directory_.write("b", "b");
   const std::string command = "sign b -c " + quiet_ + " --tsa-ca clock.pem --retries 0 --tsa " + http_;
   EXPECT_EQ(1, run(command + "/refusal", kDirect).exitCode);
-  EXPECT_FALSE(std::filesystem::exists(folder_.path("b.p7s.b64")));
+  EXPECT_FALSE(std::filesystem::exists(directory_.path("b.p7s.b64")));
   EXPECT_EQ(0, run(command + "/good a --jobs 2", kDirect).exitCode);
   EXPECT_EQ("CN = Clock", json("show b.p7s.b64")[0]["signers"][0]["timeStamps"][0]["authority"]);
   EXPECT_NE(std::string::npos, run(command + "/good a --resume", kDirect).output.find("2 skipped"));

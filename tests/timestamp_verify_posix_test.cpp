@@ -37,23 +37,23 @@ TEST_F(TimeStampTest, ARenewedProofIsAChainOfTimeStamps) {
                   "openssl ts -verify -token_in -in token -data value -CAfile clock.pem"));
   std::string damaged = bytes("a.der");
   damaged.back() ^= 1;
-  folder_.write("damaged.der", damaged);
+  directory_.write("damaged.der", damaged);
   EXPECT_EQ(4, run("verify damaged.der").exitCode) << "the last byte is that of the last token's signature";
   EXPECT_EQ(1, stamp("good", "damaged.der").exitCode);
 }
 
 TEST_F(TimeStampTest, ARevokedAuthorityProvesWhatAnotherOneHasConfirmedBefore) {
   const auto revoke = [this](const std::string& time) {
-    folder_.write("clock.crl", makeCrl({.issuer = ca_, .serials = {"5A"}, .lastUpdate = time}));
+    directory_.write("clock.crl", makeCrl({.issuer = ca_, .serials = {"5A"}, .lastUpdate = time}));
   };
-  folder_.write("clock.key", pemOf("EC PRIVATE KEY", encode<i2d_PrivateKey>(ca_.key.get())));
-  folder_.write("ca.cnf", "[ca]\ndefault_ca=a\n[a]\ndatabase=index\ncertificate=clock.pem\nprivate_key=clock.key\n");
+  directory_.write("clock.key", pemOf("EC PRIVATE KEY", encode<i2d_PrivateKey>(ca_.key.get())));
+  directory_.write("ca.cnf", "[ca]\ndefault_ca=a\n[a]\ndatabase=index\ncertificate=clock.pem\nprivate_key=clock.key\n");
   const std::string trust = "verify a.p7s.b64 --ca demo/ca.pem --tsa-ca clock.pem --crl clock.crl --crl demo/ca.crl";
   EXPECT_EQ(0, stamp("good").exitCode);
   revoke("20200101000000Z");
   EXPECT_EQ(6, run(trust + " --at signing").exitCode);
   for (const auto& [reason, exitCode] : {std::pair{"superseded", 0}, std::pair{"keyCompromise", 6}}) {
-    folder_.write("index", std::string("R\t991231235959Z\t491231235959Z,") + reason + "\t5A\tunknown\t/CN=Clock\n");
+    directory_.write("index", std::string("R\t991231235959Z\t491231235959Z,") + reason + "\t5A\tunknown\t/CN=Clock\n");
     const std::string makeCrl = "openssl ca -gencrl -config ca.cnf -md sha256 -crldays 9 -out clock.crl";
     EXPECT_EQ(0, shell(makeCrl));
     EXPECT_EQ(exitCode, run(trust + " --at signing").exitCode) << "after the time stamp was made: " << reason;
@@ -68,8 +68,8 @@ TEST_F(TimeStampTest, ARevokedAuthorityProvesWhatAnotherOneHasConfirmedBefore) {
 }
 
 TEST_F(TimeStampTest, VerifyNamesProofsThatEndSoon) {
-  std::filesystem::create_directory(folder_.path("archive"));
-  std::filesystem::copy(folder_.path("a.p7s.b64"), folder_.path("archive/b.p7s.b64"));
+  std::filesystem::create_directory(directory_.path("archive"));
+  std::filesystem::copy(directory_.path("a.p7s.b64"), directory_.path("archive/b.p7s.b64"));
   const std::string command = "verify --recursive archive --warn-days 1000 --strict";
   EXPECT_EQ(1, run(command).exitCode);
   EXPECT_EQ(json("show a.p7s.b64")[0]["certificates"][0]["notAfter"], json(command)[0]["proofEnds"]);

@@ -9,12 +9,12 @@ namespace {
 class CommandTest : public ToolTest {
  protected:
   void writeMany(int count) const {
-    for (int i = 0; i < count; ++i) folder_.write("in" + std::to_string(i), "content " + std::to_string(i));
+    for (int i = 0; i < count; ++i) directory_.write("in" + std::to_string(i), "content " + std::to_string(i));
   }
 };
 
 TEST_F(CommandTest, SignsOneFileAndTellsGoodFromTampered) {
-  const std::string file = folder_.write("a", "content");
+  const std::string file = directory_.write("a", "content");
   const std::string noLog = changed("no-log.properties", "LOG.file", "#LOG.file");
   EXPECT_EQ("", run("sign -c " + noLog + " a").output) << "nor what the library prints at its end";
   EXPECT_EQ(1, run("sign -c " + noLog + " -o - a >&-").exitCode) << "a signature that went nowhere";
@@ -27,16 +27,16 @@ TEST_F(CommandTest, SignsOneFileAndTellsGoodFromTampered) {
   EXPECT_EQ(2U, good["signers"][0]["chain"].size());
   EXPECT_EQ(20U, good["signers"][0]["signingTime"].get<std::string>().size());
 
-  std::string bytes = readFile(folder_.path("a.der"));
-  folder_.write("bad.der", bytes.replace(bytes.find("content"), 7, "CONTENT"));
+  std::string bytes = readFile(directory_.path("a.der"));
+  directory_.write("bad.der", bytes.replace(bytes.find("content"), 7, "CONTENT"));
   EXPECT_EQ(4, run("verify bad.der").exitCode);
   EXPECT_EQ(0, run("init --demo other && " ZEPASIGN_TOOL " verify a.der").exitCode);
   EXPECT_EQ(7, run("verify a.der --ca other/ca.pem").exitCode) << "another CA's";
 }
 
 TEST_F(CommandTest, VerifiesADetachedSignatureOnlyWithItsContent) {
-  folder_.write("a", "content");
-  folder_.write("b", "other");
+  directory_.write("a", "content");
+  directory_.write("b", "other");
   const std::string detached = changed("detached.properties", "addPlainText = TRUE", "addPlainText = FALSE");
   EXPECT_EQ(0, run("sign --pem -o a.pem -c " + detached + " a").exitCode);
   EXPECT_EQ(0, run("verify a.pem --content a").exitCode);
@@ -53,8 +53,8 @@ TEST_F(CommandTest, SignsManyWithWorkersAndResumesWhatFailed) {
   EXPECT_NE(std::string::npos, first.output.find("20 signed, 0 skipped, 1 failed"));
   EXPECT_EQ(0, run("verify out/* --ca demo/ca.pem").exitCode);
 
-  folder_.write("missing", "found");
-  std::filesystem::remove(folder_.path("out/in7.p7s.b64"));
+  directory_.write("missing", "found");
+  std::filesystem::remove(directory_.path("out/in7.p7s.b64"));
   EXPECT_EQ((Json{{"signed", 2}, {"skipped", 19}, {"failed", 0}, {"failures", Json::array()}}), json(command));
   EXPECT_EQ(2, run("sign -c " + quiet_ + " --out-dir out in1 ./in1").exitCode) << "one place for two";
   for (const char* place : {"in1", "./in1", "out/../in1"}) {
@@ -67,17 +67,17 @@ TEST_F(CommandTest, SignsManyWithWorkersAndResumesWhatFailed) {
 
 // The limit on file sizes kills the process in the middle of writing a signature.
 TEST_F(CommandTest, LeavesNoHalfWrittenFileWhenKilled) {
-  folder_.write("big", std::string(300'000, 'x'));
+  directory_.write("big", std::string(300'000, 'x'));
   const std::string sign = "sign -c " + quiet_ + " -o big.p7s --resume big";
   EXPECT_EQ(128 + SIGXFSZ, run("--version && ulimit -f 64 && exec " ZEPASIGN_TOOL " " + sign).exitCode);
-  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s")));
+  EXPECT_FALSE(std::filesystem::exists(directory_.path("big.p7s")));
   EXPECT_EQ(0, run(sign).exitCode);
   EXPECT_EQ(0, run("verify big.p7s").exitCode);
-  EXPECT_FALSE(std::filesystem::exists(folder_.path("big.p7s.zepasign-part")));
+  EXPECT_FALSE(std::filesystem::exists(directory_.path("big.p7s.zepasign-part")));
 }
 
 TEST_F(CommandTest, ShowsEveryKindOfFile) {
-  folder_.write("a", "content");
+  directory_.write("a", "content");
   EXPECT_EQ(0, run("sign -c demo/app.properties a").exitCode);
   const Json shown =
       json("show a.p7s.b64 demo/chain.p7b demo/ca.crl demo/ca.pem demo/app.properties demo/log/zepasign.log.*");
@@ -89,14 +89,14 @@ TEST_F(CommandTest, ShowsEveryKindOfFile) {
   const Json pfx = Json::parse(run("show --json demo/signer.pfx", "echo demo-password |").output);
   EXPECT_EQ("C = TW, O = zepasign demo, CN = zepasign demo signer", pfx[0]["certificate"]["subject"]);
   EXPECT_EQ(1, run("show /dev/null").exitCode);
-  folder_.write("hostile",
-                "CRL.path = x\x1B[2J\x7F\xC2\x9B"
-                "2J\tA\xC2\xA0\n");
+  directory_.write("hostile",
+                   "CRL.path = x\x1B[2J\x7F\xC2\x9B"
+                   "2J\tA\xC2\xA0\n");
   EXPECT_NE(std::string::npos, run("show hostile").output.find(" x?[2J??2J\tA\xC2\xA0\n")) << "no escape sequence";
 }
 
 TEST_F(CommandTest, EncryptsThePasswordInBothForms) {
-  folder_.write("a", "content");
+  directory_.write("a", "content");
   const std::string withKey = changed("key.properties", "#PSWD.authKey = ", "PSWD.authKey = any text");
   EXPECT_EQ(3, run("sign -c " + withKey + " a </dev/null").exitCode) << "nobody to ask";
   EXPECT_EQ(3, run("check -c " + withKey + " </dev/null").exitCode);
@@ -123,7 +123,7 @@ TEST_F(CommandTest, SpeaksTheLocalesLanguageInItsEncoding) {
     const std::string said = run(wrong, "LC_ALL=zh_TW.UTF-8").output;
     EXPECT_FALSE(std::regex_search(said, std::regex("[A-Za-z]{3,} [a-z]{2,} [a-z]{2,}"))) << wrong << ": " << said;
   }
-  std::filesystem::remove(folder_.path("demo/app.properties"));
+  std::filesystem::remove(directory_.path("demo/app.properties"));
   EXPECT_EQ("zepasign: demo/signer.pfx: exists already\n", run("init --demo demo").output) << "the user's PFX stays";
 }
 

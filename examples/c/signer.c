@@ -76,12 +76,12 @@ static void readEnced(const char* fileName, char* line) {
 
 SignerResult signerInitialize(const char* propertyFile, const char* encedFile) {
   char enced[kMaxEnced] = "", credential[kMaxPath];
-  const char* folder = getenv("CREDENTIALS_DIRECTORY");
+  const char* directory = getenv("CREDENTIALS_DIRECTORY");
   if (encedFile) {
     readEnced(encedFile, enced);
     if (!enced[0]) return failure(encedFile, kFileUnreadable, "no encrypted password in this file");
-  } else if (folder) {
-    snprintf(credential, sizeof credential, "%s/enced", folder);
+  } else if (directory) {
+    snprintf(credential, sizeof credential, "%s/enced", directory);
     readEnced(credential, enced);
   }
   lockSigner();

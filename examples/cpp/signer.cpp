@@ -51,9 +51,9 @@ std::string readEnced(const std::string& fileName) {
 }
 
 std::optional<std::string> credentialFile() {
-  const char* folder = std::getenv("CREDENTIALS_DIRECTORY");
-  if (folder == nullptr) return std::nullopt;
-  std::string file = std::string(folder) + "/enced";
+  const char* directory = std::getenv("CREDENTIALS_DIRECTORY");
+  if (directory == nullptr) return std::nullopt;
+  std::string file = std::string(directory) + "/enced";
   if (!std::ifstream(file)) return std::nullopt;
   return file;
 }

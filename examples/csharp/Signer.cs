@@ -171,8 +171,8 @@ public static class Signer {
   }
 
   static string CredentialFile() {
-    var folder = Environment.GetEnvironmentVariable("CREDENTIALS_DIRECTORY");
-    var file = folder == null ? null : Path.Combine(folder, "enced");
+    var directory = Environment.GetEnvironmentVariable("CREDENTIALS_DIRECTORY");
+    var file = directory == null ? null : Path.Combine(directory, "enced");
     return File.Exists(file) ? file : null;
   }
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""authority.py FOLDER: a time-stamping authority (RFC 3161) on the loopback, "openssl ts" behind HTTP and HTTPS.
+"""authority.py DIRECTORY: a time-stamping authority (RFC 3161) on the loopback, "openssl ts" behind HTTP and HTTPS.
 
-The folder holds NAME.crt and NAME.key of the authorities "tsa", "old" and "other", and server.crt and server.key for
-HTTPS. The two addresses are written to FOLDER/urls. The last part of the path says how to answer: "good", or what to do
+The directory holds NAME.crt and NAME.key of the authorities "tsa", "old" and "other", and server.crt and server.key for
+HTTPS. The two addresses are written to DIRECTORY/urls. The last part of the path says how to answer: "good", or what to do
 wrong. As a proxy it leads to itself, whatever the host. Ends when its standard input ends.
 """
 import http.server
@@ -15,14 +15,14 @@ import sys
 import threading
 import time
 
-FOLDER = sys.argv[1]
+DIRECTORY = sys.argv[1]
 LOCK = threading.Lock()
 CONFIG = """[tsa]
 default_tsa = authority
 [authority]
-serial = {folder}/serial
-signer_cert = {folder}/{name}.crt
-signer_key = {folder}/{name}.key
+serial = {directory}/serial
+signer_cert = {directory}/{name}.crt
+signer_key = {directory}/{name}.key
 signer_digest = sha256
 default_policy = 1.2.3.4.1
 digests = {digest}
@@ -38,10 +38,10 @@ HELD = itertools.count()
 
 def reply(query, name="tsa", digest="sha256"):
     with LOCK:
-        for file, content in (("query", query), ("config", CONFIG.format(folder=FOLDER, name=name, digest=digest).encode())):
-            with open(f"{FOLDER}/{file}", "wb") as stream:
+        for file, content in (("query", query), ("config", CONFIG.format(directory=DIRECTORY, name=name, digest=digest).encode())):
+            with open(f"{DIRECTORY}/{file}", "wb") as stream:
                 stream.write(content)
-        command = ["openssl", "ts", "-reply", "-config", f"{FOLDER}/config", "-queryfile", f"{FOLDER}/query"]
+        command = ["openssl", "ts", "-reply", "-config", f"{DIRECTORY}/config", "-queryfile", f"{DIRECTORY}/query"]
         return subprocess.run(command, capture_output=True, check=False).stdout
 
 
@@ -55,7 +55,7 @@ def resigned(query, name, time=None):
     info = cms(reply(query)[9:], "-verify", "-noverify", "-inform", "DER")
     if time:
         info = re.sub(rb"\d{14}(?=[.Z])", time, info)
-    signer = ["-signer", f"{FOLDER}/{name}.crt", "-inkey", f"{FOLDER}/{name}.key"]
+    signer = ["-signer", f"{DIRECTORY}/{name}.crt", "-inkey", f"{DIRECTORY}/{name}.key"]
     kind = ["-nodetach", "-cades", "-econtent_type", "id-smime-ct-TSTInfo", "-outform", "DER"]
     token = cms(info, "-sign", *kind, *signer)
     return b"\x30\x82" + (len(token) + 5).to_bytes(2, "big") + b"\x30\x03\x02\x01\x00" + token
@@ -97,7 +97,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         elif how == "busy" and next(BUSY) < 2:
             self.answer(b"", 503)
         elif how == "held" and (number := next(HELD)) >= 2:
-            open(f"{FOLDER}/held{number}", "wb").close()
+            open(f"{DIRECTORY}/held{number}", "wb").close()
             time.sleep(60)
         elif how == "nonce":
             self.answer(reply(changed(query, 32 + 4)))
@@ -153,7 +153,7 @@ class Server(http.server.ThreadingHTTPServer):
 
 def tls():
     context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-    context.load_cert_chain(f"{FOLDER}/server.crt", f"{FOLDER}/server.key")
+    context.load_cert_chain(f"{DIRECTORY}/server.crt", f"{DIRECTORY}/server.key")
     return context
 
 
@@ -165,7 +165,7 @@ def start(secure):
     return f"http{'s' if secure else ''}://127.0.0.1:{server.server_port}"
 
 
-with open(f"{FOLDER}/urls.new", "w", encoding="ascii") as stream:
+with open(f"{DIRECTORY}/urls.new", "w", encoding="ascii") as stream:
     stream.write(f"{start(False)}\n{start(True)}\n")
-os.rename(f"{FOLDER}/urls.new", f"{FOLDER}/urls")
+os.rename(f"{DIRECTORY}/urls.new", f"{DIRECTORY}/urls")
 sys.stdin.read()

@@ -14,15 +14,15 @@ inline constexpr const char* kNull = nullptr;
 
 inline std::string bytesOf(const cBytes& buffer) { return {buffer.data(), buffer.data() + buffer.length()}; }
 
-// logInto: the process's log goes into this folder from this level on; only once in a process.
-inline void logInto(const TempFolder& folder, const char* level) {
+// logInto: the process's log goes into this directory from this level on; only once in a process.
+inline void logInto(const TempDirectory& directory, const char* level) {
   logger.setLevel(level);
-  logger.setLogFile(folder.path().c_str(), "log");
+  logger.setLogFile(directory.path().c_str(), "log");
 }
 
-inline std::string logOf(const std::string& folder) {
+inline std::string logOf(const std::string& directory) {
   std::string text;
-  for (const std::string& line : readLog(folder)) text += line + "\n";
+  for (const std::string& line : readLog(directory)) text += line + "\n";
   return text;
 }
 

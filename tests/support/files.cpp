@@ -24,10 +24,10 @@ std::string withoutPrefix(const std::string& line) {
 
 }  // namespace
 
-std::vector<std::string> readLog(const fs::path& folder) {
+std::vector<std::string> readLog(const fs::path& directory) {
   static const std::regex dailyLog(R"(.*\.\d{8})");
   std::set<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(folder)) {
+  for (const auto& entry : fs::directory_iterator(directory)) {
     if (std::regex_match(entry.path().filename().string(), dailyLog)) files.insert(entry.path());
   }
   std::vector<std::string> lines;

@@ -1,4 +1,4 @@
-// Logs and texts for tests, beside the folders and files of the demo.
+// Logs and texts for tests, beside the directories and files of the demo.
 #ifndef ZEPASIGN_TESTS_SUPPORT_FILES_H_
 #define ZEPASIGN_TESTS_SUPPORT_FILES_H_
 
@@ -12,10 +12,11 @@ namespace zepasign::testing {
 
 using namespace demo;
 
-// readLog: the lines of the daily log files in `folder`, oldest first, without line ends. Of each line the time stamp
-// and process id are checked and cut off, "ERROR text" and "INFO text" (no leading blank) stay; rows of a hex dump
-// stay as they are. Texts are Big5: compare with big5(). Throws when a line has neither form; empty without a file.
-[[nodiscard]] std::vector<std::string> readLog(const std::filesystem::path& folder);
+// readLog: the lines of the daily log files in `directory`, oldest first, without line ends. Of each line the time
+// stamp and process id are checked and cut off, "ERROR text" and "INFO text" (no leading blank) stay; rows of a hex
+// dump stay as they are. Texts are Big5: compare with big5(). Throws when a line has neither form; empty without a
+// file.
+[[nodiscard]] std::vector<std::string> readLog(const std::filesystem::path& directory);
 
 // base64Decode: by libcrypto; throws when the text is not Base64 on one line.
 [[nodiscard]] std::string base64Decode(const std::string& text);

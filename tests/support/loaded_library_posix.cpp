@@ -53,17 +53,17 @@ bool inChild(const std::function<void()>& body, const std::string& what) {
 void HostProcess::prepare(const std::function<void(Fixture&)>& change) {
   const auto make = [&] {
     Fixture fixture;
-    fixture.properties["LOG.path"] = fixture.properties["PFX.path"] = folder_.path();
-    folder_.write("signer.pfx", readFile(fixture.folder.path("signer.pfx")));
+    fixture.properties["LOG.path"] = fixture.properties["PFX.path"] = directory_.path();
+    directory_.write("signer.pfx", readFile(fixture.directory.path("signer.pfx")));
     change(fixture);
-    file_ = folder_.write("app.properties", propertyText(fixture.properties));
-    folder_.write("expected", LoadedLibrary().signs(file_));
+    file_ = directory_.write("app.properties", propertyText(fixture.properties));
+    directory_.write("expected", LoadedLibrary().signs(file_));
   };
   ASSERT_TRUE(inChild(make, "the fixture"));
-  file_ = folder_.path("app.properties");
-  expected_ = readFile(folder_.path("expected"));
+  file_ = directory_.path("app.properties");
+  expected_ = readFile(directory_.path("expected"));
   ASSERT_NE(expected_, "");
-  for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {
     if (entry.path().string().find("log.") != std::string::npos) std::filesystem::remove(entry);
   }
 }

@@ -52,7 +52,7 @@ class HostProcess : public ::testing::Test {
  protected:
   void prepare(const std::function<void(Fixture&)>& change = [](Fixture&) {});
 
-  TempFolder folder_ = {};
+  TempDirectory directory_ = {};
   std::string file_, expected_;
 };
 

@@ -16,11 +16,11 @@ namespace zepasign::testing {
 
 using Lines = std::vector<std::string>;
 
-// SignerTest: the files to sign with, the log in their folder and the library's crypto context.
+// SignerTest: the files to sign with, the log in their directory and the library's crypto context.
 class SignerTest : public ::testing::Test {
  protected:
   SignerTest() {
-    logger.setLogFile(folder.path().c_str(), "app.log");
+    logger.setLogFile(directory.path().c_str(), "app.log");
     logger.writeText("DEBUG", "brings the pending lines into the file");
     taken();
   }
@@ -28,11 +28,11 @@ class SignerTest : public ::testing::Test {
   // ended by "\n". Look-ups of properties are left out.
   std::string taken(const std::string& start = "") {
     std::string text;
-    for (const std::string& line : readLog(folder.path())) {
+    for (const std::string& line : readLog(directory.path())) {
       const bool lookUp = line.starts_with("DEBUG cProperty::getProperty");
       if (!lookUp && line.starts_with(start)) text += line.substr(start.size()) + "\n";
     }
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {
       if (entry.path().stem() == "app.log") std::filesystem::remove(entry);
     }
     return text;
@@ -48,11 +48,11 @@ class SignerTest : public ::testing::Test {
   }
   static std::string signature() { return base64Decode(GetSignedPkcs7()); }
   int load(cPkcs12& credential, const PfxPlan& plan) const {
-    folder.write("signer.pfx", makePfx(plan));
-    return credential.loadPfxFile(folder.path().c_str(), "signer.pfx", "pfx-password");
+    directory.write("signer.pfx", makePfx(plan));
+    return credential.loadPfxFile(directory.path().c_str(), "signer.pfx", "pfx-password");
   }
   Fixture fixture{};
-  const TempFolder& folder = fixture.folder;
+  const TempDirectory& directory = fixture.directory;
   CryptoScope scope = {};
 };
 

@@ -21,15 +21,15 @@ class TimeStampTest : public ToolTest {
     server.key = newEcKey();
     server.otherExtensions = {{"subjectAltName", "IP:127.0.0.1,DNS:clock.invalid"}};
     writeIdentity("server", server);
-    folder_.write("clock.pem", pemOf("CERTIFICATE", derOf(ca_.certificate)));
-    folder_.write("a", "content");
+    directory_.write("clock.pem", pemOf("CERTIFICATE", derOf(ca_.certificate)));
+    directory_.write("a", "content");
     EXPECT_EQ(0, run("sign a -c " + quiet_).exitCode);
-    const std::string python = "python3 '" ZEPASIGN_AUTHORITY "' '" + folder_.path() + "'";
+    const std::string python = "python3 '" ZEPASIGN_AUTHORITY "' '" + directory_.path() + "'";
     server_ = popen(python.c_str(), "w");
-    for (int i = 0; i < 300 && !std::filesystem::exists(folder_.path("urls")); ++i) {
+    for (int i = 0; i < 300 && !std::filesystem::exists(directory_.path("urls")); ++i) {
       EXPECT_EQ(0, runCommand("sleep 0.1").exitCode);
     }
-    const std::string urls = readFile(folder_.path("urls"));
+    const std::string urls = readFile(directory_.path("urls"));
     http_ = urls.substr(0, urls.find('\n'));
     https_ = urls.substr(http_.size() + 1, urls.size() - http_.size() - 2);
   }
@@ -47,8 +47,8 @@ class TimeStampTest : public ToolTest {
   }
   void writeIdentity(const std::string& name, const CertPlan& plan) const {
     const Identity identity = makeIdentity(plan);
-    folder_.write(name + ".crt", pemOf("CERTIFICATE", derOf(identity.certificate)));
-    folder_.write(name + ".key", pemOf("EC PRIVATE KEY", encode<i2d_PrivateKey>(identity.key.get())));
+    directory_.write(name + ".crt", pemOf("CERTIFICATE", derOf(identity.certificate)));
+    directory_.write(name + ".key", pemOf("EC PRIVATE KEY", encode<i2d_PrivateKey>(identity.key.get())));
   }
 
   // stamp: by the authority that answers in this way.
@@ -56,7 +56,7 @@ class TimeStampTest : public ToolTest {
     const std::string timeout = how == "slow" || how == "drip" ? "2" : "60";
     return run("stamp --tsa " + http_ + "/" + how + " --timeout " + timeout + " --retries 0 " + arguments, kDirect);
   }
-  std::string bytes(const std::string& name = "a.p7s.b64") const { return readFile(folder_.path(name)); }
+  std::string bytes(const std::string& name = "a.p7s.b64") const { return readFile(directory_.path(name)); }
 
   static constexpr const char* kDirect = "no_proxy=127.0.0.1,localhost LC_ALL=C";
   Identity ca_ = makeIdentity(caPlan("Clock CA"));

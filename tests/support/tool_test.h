@@ -1,4 +1,4 @@
-// The built command line, run by the shell in a folder of its own; POSIX only.
+// The built command line, run by the shell in a directory of its own; POSIX only.
 #ifndef ZEPASIGN_TESTS_SUPPORT_TOOL_TEST_H_
 #define ZEPASIGN_TESTS_SUPPORT_TOOL_TEST_H_
 
@@ -14,7 +14,7 @@ namespace zepasign::testing {
 
 using Json = nlohmann::json;
 
-// ToolTest: a folder with the demo of "zepasign init" and a second property file that logs nothing.
+// ToolTest: a directory with the demo of "zepasign init" and a second property file that logs nothing.
 class ToolTest : public ::testing::Test {
  protected:
   ToolTest() {
@@ -22,13 +22,13 @@ class ToolTest : public ::testing::Test {
     quiet_ = changed("quiet.properties", "= INFO", "= OFF");
   }
 
-  // run: from inside the folder, in English unless the variables before it say otherwise.
+  // run: from inside the directory, in English unless the variables before it say otherwise.
   CommandResult run(const std::string& arguments, const std::string& before = "LC_ALL=C") const {
-    return runCommand("cd '" + folder_.path() + "' && " + before + " " ZEPASIGN_TOOL " " + arguments);
+    return runCommand("cd '" + directory_.path() + "' && " + before + " " ZEPASIGN_TOOL " " + arguments);
   }
-  // shell: another command in the folder; returns its exit code.
+  // shell: another command in the directory; returns its exit code.
   int shell(const std::string& command) const {
-    return runCommand("cd '" + folder_.path() + "' && " + command).exitCode;
+    return runCommand("cd '" + directory_.path() + "' && " + command).exitCode;
   }
   Json json(const std::string& arguments) const { return Json::parse(run(arguments + " --json 2>&-").output); }
 
@@ -37,11 +37,11 @@ class ToolTest : public ::testing::Test {
     std::string text = readFile(demo_ + "/app.properties");
     const std::size_t at = text.find(from);
     EXPECT_NE(std::string::npos, at) << from;
-    return folder_.write(name, text.replace(at, from.size(), to));
+    return directory_.write(name, text.replace(at, from.size(), to));
   }
 
-  TempFolder folder_;
-  std::string demo_ = folder_.path("demo");
+  TempDirectory directory_;
+  std::string demo_ = directory_.path("demo");
   std::string quiet_;
 };
 

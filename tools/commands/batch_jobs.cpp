@@ -53,7 +53,7 @@ class JobSearch final {
   static Outcome notAName() { return {kWrongParameter, tr("not a file name: too long, or with a zero byte"_m)}; }
 
   bool visitNamed(const std::string& path, std::size_t entry) {
-    if (options_.recursive && isFolder(path)) return visitFolder(path, "", entry);
+    if (options_.recursive && isDirectory(path)) return visitDirectory(path, "", entry);
     return visitFile(path, path == "-" ? "stdin" : fileNameOf(path), entry);
   }
 
@@ -62,32 +62,33 @@ class JobSearch final {
     const char* extension = signatureExtension(options_.form);
     if (options_.isInPlace) return visit_({path, path, entry}, {});
     if (!options_.output.empty()) return visit_({path, options_.output, entry}, {});
-    if (!options_.outputFolder.empty()) {
-      return visit_({path, options_.outputFolder + platform::kFolderSeparator + name + extension, entry}, {});
+    if (!options_.outputDirectory.empty()) {
+      return visit_({path, options_.outputDirectory + platform::kDirectorySeparator + name + extension, entry}, {});
     }
     return visit_({path, path == "-" ? "-" : path + extension, entry}, {});
   }
 
-  // visitFolder: `below` is its own place below the directory that was named, with a separator at its end.
+  // visitDirectory: `below` is its own place below the directory that was named, with a separator at its end.
   // NOLINTNEXTLINE(misc-no-recursion): as deep as the directories
-  bool visitFolder(const std::string& folder, const std::string& below, std::size_t entry) {
+  bool visitDirectory(const std::string& directory, const std::string& below, std::size_t entry) {
     std::vector<std::string> names;
-    if (!platform::listFolder(folder, names)) {
-      return visit_({folder, "", entry}, {kFileUnreadable, tr("the directory cannot be read"_m)});
+    if (!platform::listDirectory(directory, names)) {
+      return visit_({directory, "", entry}, {kFileUnreadable, tr("the directory cannot be read"_m)});
     }
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-      if (name != "." && name != ".." && !visitFound(folder, below, name, entry)) return false;
+      if (name != "." && name != ".." && !visitFound(directory, below, name, entry)) return false;
     }
     return true;
   }
 
   // NOLINTNEXTLINE(misc-no-recursion)
-  bool visitFound(const std::string& folder, const std::string& below, const std::string& name, std::size_t entry) {
-    const std::string path = folder.ends_with('/') ? folder + name : folder + platform::kFolderSeparator + name;
+  bool visitFound(const std::string& directory, const std::string& below, const std::string& name, std::size_t entry) {
+    const std::string path =
+        directory.ends_with('/') ? directory + name : directory + platform::kDirectorySeparator + name;
     const FileStatus status = statusOf(path);
     if (status.isDirectory()) {
-      return isLink(path) || visitFolder(path, below + name + platform::kFolderSeparator, entry);
+      return isLink(path) || visitDirectory(path, below + name + platform::kDirectorySeparator, entry);
     }
     const bool isWanted = options_.isInPlace ? isSignatureName(name) : !hasSignatureName(name);
     return !status.isRegular() || !isWanted || visitFile(path, below + name, entry);

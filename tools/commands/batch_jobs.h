@@ -13,13 +13,13 @@
 namespace zepasign::tools {
 
 // JobOptions: the arguments that say what is signed and where the signatures go. A file's signature goes to `output`,
-// else into `outputFolder`, else beside the file; that of the standard input to the standard output. With `pairs`, the
-// list says it. With `isInPlace`, the files are signatures themselves, each of which is to be replaced.
+// else into `outputDirectory`, else beside the file; that of the standard input to the standard output. With `pairs`,
+// the list says it. With `isInPlace`, the files are signatures themselves, each of which is to be replaced.
 struct JobOptions {
   std::vector<std::string> files;
   std::string filesFrom;
   std::string output;
-  std::string outputFolder;
+  std::string outputDirectory;
   SignatureForm form = SignatureForm::kBase64;
   bool recursive = false;
   bool pairs = false;

@@ -43,23 +43,23 @@ struct Trial {
 };
 
 // takesLine: whether the log takes a line in the way in which the library writes it.
-bool takesLine(const std::string& folder, const std::string& file, const LogTraces& traces) {
+bool takesLine(const std::string& directory, const std::string& file, const LogTraces& traces) {
   cLog log;
-  if (!log.setLogFile(folder.c_str(), file.c_str())) return false;
+  if (!log.setLogFile(directory.c_str(), file.c_str())) return false;
   log.writeText(kInfo.name, "zepasign check");
   return traces.hasGrown();
 }
 
 Trial tryLibrary(const std::string& propertyFile, const std::string& enced, const cProperty& settings) {
-  const std::string folder = settings.getProperty(keys::kLogPath);
+  const std::string directory = settings.getProperty(keys::kLogPath);
   const std::string file = settings.getProperty(keys::kLogFile);
-  const LogTraces traces(folder, file);
+  const LogTraces traces(directory, file);
   Trial trial;
   trial.initialised = ZEPASignInitial(propertyFile.c_str(), enced.c_str());
   std::array<unsigned char, 1> content = {'x'};
   trial.code = trial.initialised ? SignPkcs7Bin(content.data(), static_cast<int>(content.size())) : GetErrorCode();
   if (trial.code == kSuccess) trial.signature = parseCryptoFile(GetSignedPkcs7()).pkcs7;
-  trial.logIsWritten = traces.hasGrown() || takesLine(folder, file, traces);
+  trial.logIsWritten = traces.hasGrown() || takesLine(directory, file, traces);
   return trial;
 }
 

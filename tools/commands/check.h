@@ -105,7 +105,7 @@ class ConfigCheck final {
   // Each chain file is reported once by the chain list; what is wrong inside is found from that report.
   void examineChains();
   void examineChain(const ChainReport& report);
-  void explainFolder(ChainState state);
+  void explainDirectory(ChainState state);
   void explainUnlisted(const std::string& key);
   void explainChainFile(const ChainReport& report);
   void explainMembers(const ChainReport& report);

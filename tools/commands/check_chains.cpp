@@ -35,9 +35,9 @@ void ConfigCheck::examineChains() {
 
 void ConfigCheck::examineChain(const ChainReport& report) {
   switch (report.state) {
-    case ChainState::kNoFolder:
-    case ChainState::kFolderUnreadable:
-      return explainFolder(report.state);
+    case ChainState::kNoDirectory:
+    case ChainState::kDirectoryUnreadable:
+      return explainDirectory(report.state);
     case ChainState::kNotConfigured:
       if (!value(skiKey(report)).empty()) add("chain-without-name"_finding, skiKey(report), {nameKey(report)});
       return;
@@ -60,18 +60,18 @@ void ConfigCheck::examineChain(const ChainReport& report) {
   }
 }
 
-// explainFolder: no folder is no mistake while no chain is named.
-void ConfigCheck::explainFolder(ChainState state) {
+// explainDirectory: no directory is no mistake while no chain is named.
+void ConfigCheck::explainDirectory(ChainState state) {
   const auto& pairs = input_.properties.pairs();
   const bool isWanted = std::any_of(pairs.begin(), pairs.end(), [](const PropertyText::Pair& pair) {
     return isKnownKey(pair.key) && pair.key.ends_with(".name") && !pair.value.empty();
   });
   if (!isWanted) return;
-  if (state == ChainState::kNoFolder) return add("chain-folder-setting-missing"_finding, keys::kChainPath);
-  const std::string folder = value(keys::kChainPath);
-  const bool isForbidden = directoryAccess(folder) == FileAccess::kForbidden;
+  if (state == ChainState::kNoDirectory) return add("chain-folder-setting-missing"_finding, keys::kChainPath);
+  const std::string directory = value(keys::kChainPath);
+  const bool isForbidden = directoryAccess(directory) == FileAccess::kForbidden;
   add(isForbidden ? "chain-folder-forbidden"_finding : "chain-folder-missing"_finding, keys::kChainPath,
-      {toUtf8(folder)});
+      {toUtf8(directory)});
 }
 
 void ConfigCheck::explainUnlisted(const std::string& key) {

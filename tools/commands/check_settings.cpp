@@ -101,12 +101,12 @@ void ConfigCheck::examineSettings(bool logIsWritten) {
 
 void ConfigCheck::examinePaths() {
   for (const char* key : {keys::kLogPath, keys::kPfxPath, keys::kChainPath, keys::kCrlPath}) {
-    const std::string folder = value(key);
-    if (folder.empty()) continue;
-    if (isForeignPath(folder)) {
-      add("path-backslash"_finding, key, {toUtf8(folder)});
-    } else if (!isAbsolute(folder)) {
-      add("path-relative"_finding, key, {toUtf8(folder)});
+    const std::string directory = value(key);
+    if (directory.empty()) continue;
+    if (isForeignPath(directory)) {
+      add("path-backslash"_finding, key, {toUtf8(directory)});
+    } else if (!isAbsolute(directory)) {
+      add("path-relative"_finding, key, {toUtf8(directory)});
     }
   }
 }

@@ -34,14 +34,15 @@ void removeOrGive(const std::string& path, bool isRemovable) {
 
 }  // namespace
 
-LogTraces::LogTraces(std::string folder, std::string file) : folder_(std::move(folder)), file_(std::move(file)) {
-  if (folder_.empty() || file_.empty()) return;
-  missing_ = missingParts(folder_);
+LogTraces::LogTraces(std::string directory, std::string file)
+    : directory_(std::move(directory)), file_(std::move(file)) {
+  if (directory_.empty() || file_.empty()) return;
+  missing_ = missingParts(directory_);
   before_ = logFiles();
 }
 
 LogTraces::~LogTraces() {
-  if (folder_.empty() || file_.empty()) return;
+  if (directory_.empty() || file_.empty()) return;
   for (const auto& [path, size] : logFiles()) {
     if (!before_.contains(path)) removeOrGive(path, isOnlyOurs(path));
   }
@@ -60,10 +61,10 @@ bool LogTraces::hasGrown() const {
 LogTraces::Sizes LogTraces::logFiles() const {
   Sizes sizes;
   std::vector<std::string> names;
-  if (!platform::listFolder(folder_, names)) return sizes;
+  if (!platform::listDirectory(directory_, names)) return sizes;
   for (const std::string& name : names) {
     if (!name.starts_with(file_ + ".")) continue;
-    const std::string path = folder_ + platform::kFolderSeparator + name;
+    const std::string path = directory_ + platform::kDirectorySeparator + name;
     std::error_code error;
     const std::uintmax_t size = fs::file_size(path, error);
     if (!error) sizes.emplace(path, size);

@@ -18,9 +18,9 @@ namespace zepasign::tools {
 
 class LogTraces final {
  public:
-  // LogTraces: notes what is there before the trial run. `folder` and `file` are LOG.path and LOG.file; with one of
+  // LogTraces: notes what is there before the trial run. `directory` and `file` are LOG.path and LOG.file; with one of
   // them empty there is no log, and nothing to do.
-  LogTraces(std::string folder, std::string file);
+  LogTraces(std::string directory, std::string file);
   // ~LogTraces: removes the log files and directories that have appeared since. What another process has used
   // meanwhile stays, and is given to the owner of the directory that holds it.
   ~LogTraces();
@@ -37,7 +37,7 @@ class LogTraces final {
   // logFiles: the log files that are there now; empty when the directory cannot be read.
   [[nodiscard]] Sizes logFiles() const;
 
-  std::string folder_;
+  std::string directory_;
   std::string file_;
   std::vector<std::string> missing_;  // directories that were not there, the topmost first
   // before_: the log files at the time of construction.

@@ -23,7 +23,7 @@ constexpr const char* kChainFile = "chain.p7b";
 constexpr std::size_t kLicenseBytes = 32;  // the key of AES-256
 
 struct InitOptions {
-  std::string folder;
+  std::string directory;
   std::string pfx;
   std::string authorities;
   bool demo = false;
@@ -35,15 +35,15 @@ int refuse(const Message& why, const std::string& path) {
 }
 
 // absolute: so that the settings hold wherever the program is started.
-std::string absolute(const std::string& folder) {
-  if (folder.empty()) return platform::currentFolder();
-  return isAbsolute(folder) ? folder : platform::currentFolder() + platform::kFolderSeparator + folder;
+std::string absolute(const std::string& directory) {
+  if (directory.empty()) return platform::currentDirectory();
+  return isAbsolute(directory) ? directory : platform::currentDirectory() + platform::kDirectorySeparator + directory;
 }
 
-// folderOf: the path up to its last separator, without it.
-std::string folderOf(const std::string& path) {
-  const std::string folder = path.substr(0, path.size() - fileNameOf(path).size());
-  return folder.size() > 1 ? folder.substr(0, folder.size() - 1) : folder;
+// directoryOf: the path up to its last separator, without it.
+std::string directoryOf(const std::string& path) {
+  const std::string directory = path.substr(0, path.size() - fileNameOf(path).size());
+  return directory.size() > 1 ? directory.substr(0, directory.size() - 1) : directory;
 }
 
 // exists: also when it may not be read.
@@ -52,9 +52,9 @@ bool exists(const std::string& path) {
 }
 
 // refuseExisting: whether one of the files is there already, which is then named; nothing is ever written over.
-bool refuseExisting(const std::string& folder, std::initializer_list<const char*> names) {
+bool refuseExisting(const std::string& directory, std::initializer_list<const char*> names) {
   for (const char* name : names) {
-    const std::string path = folder + "/" + name;
+    const std::string path = directory + "/" + name;
     if (!exists(path)) continue;
     static_cast<void>(refuse("{0}: exists already"_m, path));
     return true;
@@ -62,11 +62,11 @@ bool refuseExisting(const std::string& folder, std::initializer_list<const char*
   return false;
 }
 
-// newSettings: a log folder of its own, since the account that signs writes there but not beside the key.
-Settings newSettings(const std::string& folder) {
+// newSettings: a log directory of its own, since the account that signs writes there but not beside the key.
+Settings newSettings(const std::string& directory) {
   Settings settings{};
-  settings.logFolder = absolute(folder) + platform::kFolderSeparator + "log";
-  settings.pfxFolder = absolute(folder);
+  settings.logDirectory = absolute(directory) + platform::kDirectorySeparator + "log";
+  settings.pfxDirectory = absolute(directory);
   settings.pfxFile = "signer.pfx";
   settings.license = demo::randomHex(kLicenseBytes);
   return settings;
@@ -76,35 +76,35 @@ Settings newSettings(const std::string& folder) {
 bool writeSettings(const InitOptions& options, const Settings& settings) {
   std::string text = propertyText(settings);
   const CleanseOnExit wipe(text);
-  return writeFile(options.folder + "/" + kPropertyFile, text, true);
+  return writeFile(options.directory + "/" + kPropertyFile, text, true);
 }
 
 int initEmpty(const InitOptions& options) {
-  if (refuseExisting(options.folder, {kPropertyFile})) return kFailed;
+  if (refuseExisting(options.directory, {kPropertyFile})) return kFailed;
   const bool written =
-      platform::createFolder(options.folder.c_str()) && writeSettings(options, newSettings(options.folder));
-  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+      platform::createDirectory(options.directory.c_str()) && writeSettings(options, newSettings(options.directory));
+  if (!written) return refuse("{0}: cannot be written"_m, options.directory);
   printLine(tr("{0} is written; run zepasign check -c to see what is still missing in it"_m,
-               {fromTerminal(options.folder + "/" + kPropertyFile)}));
+               {fromTerminal(options.directory + "/" + kPropertyFile)}));
   return kOk;
 }
 
 int initDemo(const InitOptions& options) {
-  if (refuseExisting(options.folder, {kPropertyFile, "signer.pfx", kChainFile, "ca.crl", "ca.pem"})) return kFailed;
-  const auto pathOf = [&options](const char* name) { return options.folder + "/" + name; };
+  if (refuseExisting(options.directory, {kPropertyFile, "signer.pfx", kChainFile, "ca.crl", "ca.pem"})) return kFailed;
+  const auto pathOf = [&options](const char* name) { return options.directory + "/" + name; };
   const demo::Kit kit = demo::makeKit();
-  Settings settings = newSettings(options.folder);
+  Settings settings = newSettings(options.directory);
   settings.storedPassword = encryptStoredPassword(settings.license, demo::kPassword);
   settings.signerFilter = "//S_CN=demo signer//";
-  settings.chainFolder = settings.pfxFolder;
+  settings.chainDirectory = settings.pfxDirectory;
   settings.chainFile = kChainFile;
   settings.chainKeyId = kit.ski;
   settings.crlFile = "ca.crl";
-  const bool written = platform::createFolder(options.folder.c_str()) &&
+  const bool written = platform::createDirectory(options.directory.c_str()) &&
                        writeFile(pathOf("signer.pfx"), kit.pfx, true) && writeFile(pathOf(kChainFile), kit.chain) &&
                        writeFile(pathOf("ca.crl"), kit.crl) && writeFile(pathOf("ca.pem"), kit.ca) &&
                        writeSettings(options, settings);
-  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+  if (!written) return refuse("{0}: cannot be written"_m, options.directory);
   printLine(tr("{0} is written; run zepasign check -c to see what is still missing in it"_m,
                {fromTerminal(pathOf(kPropertyFile))}));
   printLine(tr("The password of the demo's PFX is {0}"_m, {demo::kPassword}));
@@ -168,28 +168,28 @@ int runCheck(const std::string& propertyFile) {
 bool writeChain(const InitOptions& options, const PfxContent& content, const std::vector<demo::Certificate>& chain,
                 Settings& settings) {
   if (chain.empty()) return true;
-  settings.chainFolder = absolute(options.folder);
+  settings.chainDirectory = absolute(options.directory);
   settings.chainFile = kChainFile;
   settings.chainKeyId = cX509(content.certificate.get()).getAuthorityKeyId();
-  return writeFile(options.folder + "/" + kChainFile, demo::makeP7b(chain));
+  return writeFile(options.directory + "/" + kChainFile, demo::makeP7b(chain));
 }
 
 int initPfx(const InitOptions& options) {
-  const std::string propertyFile = options.folder + "/" + kPropertyFile;
-  if (refuseExisting(options.folder, {kPropertyFile, kChainFile})) return kFailed;
+  const std::string propertyFile = options.directory + "/" + kPropertyFile;
+  if (refuseExisting(options.directory, {kPropertyFile, kChainFile})) return kFailed;
   std::string password;
   const CleanseOnExit wipe(password);
   PfxContent content;
   std::vector<demo::Certificate> chain;
   if (const int result = obtainPfx(options.pfx, password, content); result != kOk) return result;
   if (const int result = obtainChain(options, content, chain); result != kOk) return result;
-  Settings settings = newSettings(options.folder);
-  settings.pfxFolder = absolute(folderOf(options.pfx));
+  Settings settings = newSettings(options.directory);
+  settings.pfxDirectory = absolute(directoryOf(options.pfx));
   settings.pfxFile = fileNameOf(options.pfx);
   settings.storedPassword = encryptStoredPassword(settings.license, password);
-  const bool written = platform::createFolder(options.folder.c_str()) &&
+  const bool written = platform::createDirectory(options.directory.c_str()) &&
                        writeChain(options, content, chain, settings) && writeSettings(options, settings);
-  if (!written) return refuse("{0}: cannot be written"_m, options.folder);
+  if (!written) return refuse("{0}: cannot be written"_m, options.directory);
   printLine(tr("{0} is written; the result of zepasign check:"_m, {fromTerminal(propertyFile)}));
   return runCheck(propertyFile);
 }
@@ -204,7 +204,7 @@ int runInit(const InitOptions& options) {
 void addInit(CommandLine& line) {
   const auto options = std::make_shared<InitOptions>();
   const Command command = line.add("init", "write a first property file"_m, [options] { return runInit(*options); });
-  command.add(helpText("DIR"_m), options->folder, "directory for the file"_m).required();
+  command.add(helpText("DIR"_m), options->directory, "directory for the file"_m).required();
   const Option demo = command.add("--demo", options->demo, "with a throwaway CA, signer, PFX, chain and CRL"_m);
   const Option pfx = command.add("--pfx", options->pfx, "for this PFX; asks for its password"_m).excludes(demo);
   command.add("--ca", options->authorities, "the CA certificates of the PFX's signer"_m).needs(pfx);

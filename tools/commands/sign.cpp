@@ -24,12 +24,13 @@ struct SignOptions : BatchOptions {
   bool pem = false;
 };
 
-// createFolders: with those above it.
-bool createFolders(const std::string& folder) {
-  if (folder.empty() || isFolder(folder)) return true;
-  const std::string name = fileNameOf(folder);
-  if (name.empty()) return createFolders(folder.substr(0, folder.size() - 1));  // a separator at the end
-  return createFolders(folder.substr(0, folder.size() - name.size())) && platform::createFolder(folder.c_str());
+// createDirectories: with those above it.
+bool createDirectories(const std::string& directory) {
+  if (directory.empty() || isDirectory(directory)) return true;
+  const std::string name = fileNameOf(directory);
+  if (name.empty()) return createDirectories(directory.substr(0, directory.size() - 1));  // a separator at the end
+  return createDirectories(directory.substr(0, directory.size() - name.size())) &&
+         platform::createDirectory(directory.c_str());
 }
 
 // workerPlan: what a worker process is to do.
@@ -95,18 +96,18 @@ class SignBatch final : public Batch {
 
   // makeRoom: below --out-dir; the directory of the last signature is known to be there.
   bool makeRoom(const SigningJob& job) override {
-    if (options_.outputFolder.empty()) return true;
-    std::string folder = job.output.substr(0, job.output.size() - fileNameOf(job.output).size());
-    if (folder == lastFolder_) return true;
-    lastFolder_ = std::move(folder);
-    return createFolders(lastFolder_);
+    if (options_.outputDirectory.empty()) return true;
+    std::string directory = job.output.substr(0, job.output.size() - fileNameOf(job.output).size());
+    if (directory == lastDirectory_) return true;
+    lastDirectory_ = std::move(directory);
+    return createDirectories(lastDirectory_);
   }
 
   const SignOptions& options_;
   const PropertyText& properties_;
   OutputGuard guard_;
   SigningSetup setup_;
-  std::string lastFolder_;
+  std::string lastDirectory_;
 };
 
 int runSign(SignOptions& options) {
@@ -135,9 +136,9 @@ Option addInputs(const Command& command, SignOptions& options) {
 
 void addOutputs(const Command& command, SignOptions& options, const Option& pairs) {
   const Option output = command.add("-o,--output", options.output, "the signature's file; - is the standard output"_m);
-  const Option folder = command.add("--out-dir", options.outputFolder, "directory for the signatures"_m);
-  folder.excludes(output);
-  pairs.excludes(output).excludes(folder);
+  const Option directory = command.add("--out-dir", options.outputDirectory, "directory for the signatures"_m);
+  directory.excludes(output);
+  pairs.excludes(output).excludes(directory);
   const Option der = command.add("--der", options.der, "write DER instead of Base64 text"_m);
   command.add("--pem", options.pem, "write PEM instead of Base64 text"_m).excludes(der);
 }

@@ -26,12 +26,12 @@ void OutputGuard::protect(const std::string& path, const Message& reason) {
 
 // What a value means is not asked: a text that is no path leads to no file.
 void OutputGuard::protectNamed(const PropertyText& properties) {
-  std::vector<std::string> folders = {""};
+  std::vector<std::string> directories = {""};
   for (const PropertyText::Pair& pair : properties.pairs()) {
-    if (isFolder(pair.value)) folders.push_back(pair.value + platform::kFolderSeparator);
+    if (isDirectory(pair.value)) directories.push_back(pair.value + platform::kDirectorySeparator);
   }
   for (const PropertyText::Pair& pair : properties.pairs()) {
-    for (const std::string& folder : folders) protect(folder + pair.value, "the property file names it"_m);
+    for (const std::string& directory : directories) protect(directory + pair.value, "the property file names it"_m);
   }
 }
 
@@ -51,7 +51,7 @@ std::string OutputGuard::refusal(const SigningJob& job) {
 }
 
 bool OutputGuard::isRepeated(const std::string& output) {
-  const bool canRepeat = options_.pairs || !options_.outputFolder.empty() || !options_.output.empty();
+  const bool canRepeat = options_.pairs || !options_.outputDirectory.empty() || !options_.output.empty();
   if (!canRepeat || isStandardOutput(output)) return false;
   return !outputs_.insert(std::hash<std::string>()(canonicalPath(output))).second;
 }

@@ -69,12 +69,12 @@ std::string contentBeside(const std::string& signature) {
   return {};
 }
 
-// contentPath: of the content of one detached signature: the file that the user named, the one in the folder that the
-// user named, or the one beside the signature. Empty when there is none.
+// contentPath: of the content of one detached signature: the file that the user named, the one in the directory that
+// the user named, or the one beside the signature. Empty when there is none.
 std::string contentPath(const VerifyOptions& options, const std::string& signature) {
   if (options.content.empty()) return contentBeside(signature);
-  if (!isFolder(options.content)) return options.content;
-  return contentBeside(options.content + platform::kFolderSeparator + fileNameOf(signature));
+  if (!isDirectory(options.content)) return options.content;
+  return contentBeside(options.content + platform::kDirectorySeparator + fileNameOf(signature));
 }
 
 BioPtr openContent(const std::string& path) {

@@ -11,7 +11,7 @@
 namespace zepasign::tools {
 namespace {
 
-// eachFile: calls `use` for the file, or for every file of the folder, that can be read.
+// eachFile: calls `use` for the file, or for every file of the directory, that can be read.
 template <class Use>
 void eachFile(const std::string& path, const Use& use) {
   for (const std::string& each : filesAt(path)) {

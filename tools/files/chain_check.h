@@ -33,7 +33,7 @@ enum class Verdict {
 // Trust: what the user believes. Without authorities the chain is not judged.
 class Trust final {
  public:
-  // addAuthorities, addCrls: from a file (PEM, DER, P7B, Base64) or from all files of a folder. False when none is
+  // addAuthorities, addCrls: from a file (PEM, DER, P7B, Base64) or from all files of a directory. False when none is
   // found there. Every certificate found is a trust anchor, also one that is no root. Files of another kind are passed
   // over. What was found is added to what earlier calls found. With CRLs, the signer's certificate needs one of its
   // issuer, while a CA is checked only if there is one of the CA's issuer.

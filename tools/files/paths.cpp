@@ -22,10 +22,10 @@ std::vector<std::string> missingParts(const std::string& path) {
 
 std::vector<std::string> filesAt(const std::string& path) {
   std::vector<std::string> names;
-  if (!isFolder(path) || !platform::listFolder(path, names)) return {path};
+  if (!isDirectory(path) || !platform::listDirectory(path, names)) return {path};
   std::vector<std::string> files;
   for (const std::string& name : names) {
-    std::string file = path + platform::kFolderSeparator + name;
+    std::string file = path + platform::kDirectorySeparator + name;
     if (statusOf(file).isRegular()) files.push_back(std::move(file));
   }
   return files;

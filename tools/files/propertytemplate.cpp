@@ -22,7 +22,7 @@ class Template final {
 void addOperation(const Settings& settings, Template& file) {
   file.explain("The log, one file a day: level DEBUG, INFO, WARN, ERROR or OFF, directory and name"_m);
   file.set(keys::kLogLevel, "INFO");
-  file.set(keys::kLogPath, settings.logFolder);
+  file.set(keys::kLogPath, settings.logDirectory);
   file.set(keys::kLogFile, "zepasign.log");
   file.explain("The log is Big5; with UTF-8 here it is UTF-8"_m);
   file.set(keys::kLogEncoding, "");
@@ -37,7 +37,7 @@ void addOperation(const Settings& settings, Template& file) {
 
 void addSigner(const Settings& settings, Template& file) {
   file.explain("The signer: directory and file of the PFX"_m);
-  file.set(keys::kPfxPath, settings.pfxFolder);
+  file.set(keys::kPfxPath, settings.pfxDirectory);
   file.set(keys::kPfxFile, settings.pfxFile);
   file.explain("The key for the encrypted password, 64 hexadecimal digits; keep it secret"_m);
   file.set(keys::kLicense, settings.license);
@@ -54,11 +54,11 @@ void addSigner(const Settings& settings, Template& file) {
 void addChain(const Settings& settings, Template& file) {
   const std::string title = keys::chainTitle(0);
   file.explain("CA chains, P7B0 to P7B9: directory, then file and subject key identifier of the issuing CA"_m);
-  file.set(keys::kChainPath, settings.chainFolder);
+  file.set(keys::kChainPath, settings.chainDirectory);
   file.set(keys::chainName(title), settings.chainFile);
   file.set(keys::chainSki(title), settings.chainKeyId);
   file.explain("CRLs of a chain, crlFile0 to crlFile4"_m);
-  file.set(keys::kCrlPath, settings.crlFile.empty() ? "" : settings.chainFolder);
+  file.set(keys::kCrlPath, settings.crlFile.empty() ? "" : settings.chainDirectory);
   file.set(keys::crlFile(title, keys::crlTitle(0)), settings.crlFile);
 }
 

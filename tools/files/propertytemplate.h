@@ -12,16 +12,16 @@ namespace zepasign::tools {
 // Settings: the values of the new file. An empty one is written as a comment for the user to fill in. Paths are bytes
 // as the user gave them.
 struct Settings {
-  // Folders are directories without a separator at the end; files are names in them.
-  std::string logFolder;
-  std::string pfxFolder;
+  // Directories are directories without a separator at the end; files are names in them.
+  std::string logDirectory;
+  std::string pfxDirectory;
   std::string pfxFile;
   // license, storedPassword: the encrypted password opens only with this license, so the two belong together.
   std::string license;         // PSWD.license, a secret
   std::string storedPassword;  // PFX.pswdB64, a secret
   // The filter is described at cPkcs12::checkSignerFilter, the chain settings at cCertChainList.
   std::string signerFilter;
-  std::string chainFolder;
+  std::string chainDirectory;
   std::string chainFile;
   std::string chainKeyId;  // P7B0.SKI: the subject key identifier of the CA that issued the signer's certificate
   std::string crlFile;

@@ -28,7 +28,7 @@ struct FileStatus {
 
 // statusOf: kMissing also when the path cannot be reached.
 [[nodiscard]] FileStatus statusOf(const std::string& path);
-[[nodiscard]] inline bool isFolder(const std::string& path) { return statusOf(path).isDirectory(); }
+[[nodiscard]] inline bool isDirectory(const std::string& path) { return statusOf(path).isDirectory(); }
 // isLink: whether the path itself is a symbolic link.
 [[nodiscard]] bool isLink(const std::string& path);
 

@@ -128,10 +128,10 @@ bool writeInto(const std::string& path, std::string_view bytes) {
 
 // ownDescriptor: of a link in this process's own directory of descriptors.
 int ownDescriptor(const std::string& link) {
-  const std::string folder = "/proc/" + std::to_string(getpid()) + "/fd/";
+  const std::string directory = "/proc/" + std::to_string(getpid()) + "/fd/";
   const std::string path = canonicalPath(link);
   int number = -1;
-  if (path.starts_with(folder)) std::from_chars(path.data() + folder.size(), path.data() + path.size(), number);
+  if (path.starts_with(directory)) std::from_chars(path.data() + directory.size(), path.data() + path.size(), number);
   return number;
 }
 
@@ -180,8 +180,8 @@ std::string fileNameOf(const std::string& path) { return path.substr(path.rfind(
 std::string canonicalPath(const std::string& path) {
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-  const std::filesystem::path folder = std::filesystem::weakly_canonical(absolute.parent_path(), error);
-  return (folder / fileNameOf(path)).string();
+  const std::filesystem::path directory = std::filesystem::weakly_canonical(absolute.parent_path(), error);
+  return (directory / fileNameOf(path)).string();
 }
 
 int descriptorOf(const std::string& path) { return followLinks(path).descriptor; }
