@@ -14,14 +14,14 @@ if(TARGET zepasign AND NOT WIN32 AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set_target_properties(zepasign PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
 
-set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZEPASignDLL)
+set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ZEPASignDLL)
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/ZEPASignDLLConfig.cmake.in ZEPASignDLLConfig.cmake
-  INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)
+  INSTALL_DESTINATION ${package_directory} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(ZEPASignDLLConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(EXPORT ZEPASignDLLTargets NAMESPACE ZEPASignDLL:: DESTINATION ${package_folder} COMPONENT development)
+install(EXPORT ZEPASignDLLTargets NAMESPACE ZEPASignDLL:: DESTINATION ${package_directory} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/ZEPASignDLLConfig.cmake ${PROJECT_BINARY_DIR}/ZEPASignDLLConfigVersion.cmake
-  DESTINATION ${package_folder} COMPONENT development)
+  DESTINATION ${package_directory} COMPONENT development)
 
 # In a .pc file "#" begins a comment.
 string(REPLACE "#" "\\#" ZEPASIGN_PC_DESCRIPTION "${PROJECT_DESCRIPTION}")

@@ -1,6 +1,6 @@
 # Cross-building for Windows with MinGW-w64 and its POSIX threads; mingw-<processor>.cmake sets the processor and
 # includes this. Everything is linked statically, so that the DLL needs no DLL of the compiler or of OpenSSL.
-# CMAKE_FIND_ROOT_PATH, given on the command line, names the folder that holds OpenSSL and GoogleTest for this system.
+# CMAKE_FIND_ROOT_PATH, given on the command line, names the directory that holds OpenSSL and GoogleTest for this system.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-g++-posix)

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# clean-root.sh ARCHITECTURE FOLDER [PACKAGE...]: a minimal root of this machine's Debian release, or $ZEPASIGN_DEBIAN,
-# in FOLDER, with the packages. debootstrap makes it once; it is kept as a tar file in ~/.cache/zepasign (or
+# clean-root.sh ARCHITECTURE DIRECTORY [PACKAGE...]: a minimal root of this machine's Debian release, or $ZEPASIGN_DEBIAN,
+# in DIRECTORY, with the packages. debootstrap makes it once; it is kept as a tar file in ~/.cache/zepasign (or
 # $ZEPASIGN_CACHE). Needs root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-architecture=$1 folder=$2 packages=("${@:3}")
+architecture=$1 directory=$2 packages=("${@:3}")
 cache=${ZEPASIGN_CACHE:-${XDG_CACHE_HOME:-~/.cache}/zepasign}
 if [ "$(id -u)" -ne 0 ]; then
   echo "clean-root.sh: only root can make the root of another system" >&2
@@ -25,6 +25,6 @@ if [ ! -e "$kept" ]; then
   tar --one-file-system -C "$work/root" -cf "$work/tar" .
   mv "$work/tar" "$kept"
 fi
-mkdir -p "$folder"
-tar -C "$folder" -xpf "$kept"
-cp /etc/resolv.conf "$folder/etc/"
+mkdir -p "$directory"
+tar -C "$directory" -xpf "$kept"
+cp /etc/resolv.conf "$directory/etc/"

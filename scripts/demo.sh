@@ -12,14 +12,14 @@ quietly() { "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }; }
 quietly cmake --preset release
 quietly cmake --build --preset release
 library=$(find "$PWD/build/release" -name libZEPASignDLL.so -print -quit)
-folder=$(dirname "$library")
+directory=$(dirname "$library")
 
 out=$PWD/out/demo
 rm -rf "$out"
 mkdir -p "$out"
 cp README.md "$out/document.md"
-quietly gcc -Wall -Wextra -Iapi examples/c/{main,signer,platform_posix}.c -o "$out/sign" -L"$folder" -lZEPASignDLL \
-  -lcrypto -Wl,-rpath,"$folder"
+quietly gcc -Wall -Wextra -Iapi examples/c/{main,signer,platform_posix}.c -o "$out/sign" -L"$directory" -lZEPASignDLL \
+  -lcrypto -Wl,-rpath,"$directory"
 
 echo "2. Making a demo CA, a signer certificate and its PFX ..."
 source scripts/certificate.sh

@@ -23,7 +23,7 @@ inRoot() {
 # ours: what lies in the root that only the packages can have brought.
 ours() { find "$root"/{etc,opt,srv,usr,var/lib} -iname '*zepasign*' ! -path '*/var/lib/dpkg/*' ! -path '*/apt/*'; }
 
-# repack PACKAGE: the same package with a later revision, in the folder later.
+# repack PACKAGE: the same package with a later revision, in the directory later.
 repack() {
   dpkg-deb -R "$1" "$work/unpacked"
   sed -i 's/2\.0\.1\.2-[0-9]*/&.1/' "$work/unpacked/DEBIAN/control"

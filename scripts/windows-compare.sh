@@ -14,21 +14,21 @@ mkdir "$work"
 # withoutMessages COMMAND...: shows what the command says beside its result only when it fails.
 withoutMessages() { "$@" 2>"$work/messages" || { cat "$work/messages" >&2; exit 1; }; }
 
-# makeHosts PROCESSOR: into the folder PROCESSOR, beside the DLL and the tool.
+# makeHosts PROCESSOR: into the directory PROCESSOR, beside the DLL and the tool.
 makeHosts() {
-  local folder=$work/$1 built=build/windows-$1 system=/usr/$1-w64-mingw32/lib
-  mkdir "$folder"
-  cp "$built/api/ZEPASignDLL.dll" "$built/tools/zepasign.exe" "$folder"
-  "$1-w64-mingw32-gcc-posix" -Iapi "${example[@]}" examples/c/platform_windows.c -o "$folder/mingw.exe" -L"$built/api" \
+  local directory=$work/$1 built=build/windows-$1 system=/usr/$1-w64-mingw32/lib
+  mkdir "$directory"
+  cp "$built/api/ZEPASignDLL.dll" "$built/tools/zepasign.exe" "$directory"
+  "$1-w64-mingw32-gcc-posix" -Iapi "${example[@]}" examples/c/platform_windows.c -o "$directory/mingw.exe" -L"$built/api" \
     -lZEPASignDLL -lcrypt32
   for file in "${example[@]}" examples/c/platform_windows.c scripts/windows-crt.c; do
     clang "--target=$1-w64-windows-gnu" -D_UCRT -D__USE_MINGW_ANSI_STDIO=0 -fno-builtin -mno-stack-arg-probe -Iapi -c \
-      "$file" -o "$folder/$(basename "$file" .c).obj"
+      "$file" -o "$directory/$(basename "$file" .c).obj"
   done
-  lld-link /nologo /subsystem:console /entry:mainCRTStartup /safeseh:no "/out:$folder/microsoft.exe" "$folder"/*.obj \
+  lld-link /nologo /subsystem:console /entry:mainCRTStartup /safeseh:no "/out:$directory/microsoft.exe" "$directory"/*.obj \
     "$built/api/ZEPASignDLL.lib" "$system"/lib{ucrtbase,kernel32,crypt32}.a
 }
-# run PROCESSOR PROGRAM ARGUMENT...: in the folder with keys and content.
+# run PROCESSOR PROGRAM ARGUMENT...: in the directory with keys and content.
 run() { withoutMessages "$scripts/windows-run.sh" "$root" /compare "$1" "$1/$2.exe" "${@:3}"; }
 
 quietly cmake --preset dev --log-level=WARNING

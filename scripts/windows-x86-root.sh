@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # windows-x86-root.sh ROOT COMMAND...: runs the command inside the i386 root, as Wine for x86 needs it: with /proc of its
-# own and a Windows folder /wine. The locale, which chooses the code page of Windows, is the caller's. What it leaves
+# own and a Windows directory /wine. The locale, which chooses the code page of Windows, is the caller's. What it leaves
 # running ends with it. Needs root.
 set -euo pipefail
 exec unshare --mount --pid --fork --kill-child --mount-proc="$1/proc" \

@@ -4,7 +4,7 @@
 # signatures with the Linux library's, and uses the tool. What is missing is installed from the distribution. Needs root
 # for the i386 root.
 #   scripts/windows.sh                         results: build/windows-x86_64/api/, build/windows-i686/api/
-#   ZEPASIGN_CACHE=folder scripts/windows.sh   what is kept lies here and not in ~/.cache/zepasign
+#   ZEPASIGN_CACHE=directory scripts/windows.sh   what is kept lies here and not in ~/.cache/zepasign
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/quietly.sh
@@ -41,14 +41,14 @@ testX64() {
   onWindows ctest --preset windows-x86_64
 }
 
-# testX86: in the i386 root, where the build folder lies under its own path, since the tests know it by that.
+# testX86: in the i386 root, where the build directory lies under its own path, since the tests know it by that.
 testX86() {
-  local folder=$PWD/build/windows-i686
-  mkdir -p "$work/i386/$folder" "$work/i386/wine"
-  cp -r build/windows-i686/{CTestTestfile.cmake,api,tests,tools} "$work/i386/$folder/"
+  local directory=$PWD/build/windows-i686
+  mkdir -p "$work/i386/$directory" "$work/i386/wine"
+  cp -r build/windows-i686/{CTestTestfile.cmake,api,tests,tools} "$work/i386/$directory/"
   quietly onWindows scripts/windows-x86-root.sh "$work/i386" localedef -i zh_TW -f UTF-8 zh_TW.UTF-8
   onWindows scripts/windows-x86-root.sh "$work/i386" sh -c "wine wineboot >/dev/null 2>&1
-    ctest --test-dir '$folder' --no-tests=error --output-on-failure -j$(nproc)"
+    ctest --test-dir '$directory' --no-tests=error --output-on-failure -j$(nproc)"
 }
 
 # examine PROCESSOR MACHINE TEST: each line of its output begins with the processor, since two run side by side.
