@@ -59,13 +59,13 @@ int cPkcs12::openContainer(const char* pfxPasswd) {
   return unpack(pfxPasswd) ? kSuccess : kPasswordOrKeyWrong;
 }
 
-// unpack: checks the MAC and takes out key and certificates. Nothing is done to blind the private key against timing
-// attacks: the crypto library's keys do so by themselves.
+// unpack: takes out key and certificates. PKCS12_parse checks the MAC, but only where there is one. Nothing is done to
+// blind the private key against timing attacks: the crypto library's keys do so by themselves.
 bool cPkcs12::unpack(const char* pfxPasswd) {
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   STACK_OF(X509)* caCerts = nullptr;
-  if (!attempt([&] { return PKCS12_verify_mac(pkcs12_.get(), pfxPasswd, -1) == 1; })) return false;
+  if (PKCS12_mac_present(pkcs12_.get()) != 1) return false;
   Content content;
   const bool parsed = attempt([&] {
     const int result = PKCS12_parse(pkcs12_.get(), pfxPasswd, &key, &certificate, &caCerts);
