@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# windows-run.sh ROOT DIRECTORY PROCESSOR PROGRAM ARGUMENT...: runs a Windows program under Wine, in a directory of the i386 root
-# ROOT; a program for x86 (PROCESSOR i686) has that root for its own.
+# windows-run.sh ROOT DIRECTORY PROCESSOR PROGRAM ARGUMENT...: runs a Windows program under Wine, in a directory of
+# the i386 root ROOT; a program for x86 (PROCESSOR i686) has that root for its own.
 set -euo pipefail
 root=$1 directory=$2 processor=$3
 if [ "$processor" = i686 ]; then
