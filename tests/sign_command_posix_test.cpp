@@ -45,6 +45,17 @@ TEST_F(SignCommandTest, NeverWritesOverKeysSettingsOrInputs) {
   EXPECT_EQ(1, sign("--out-dir out --files-from -", "printf 'in1\\n./in1\\n' | LC_ALL=C").exitCode);
 }
 
+TEST_F(SignCommandTest, RemembersThePlacesOfManySignatures) {
+  const std::string list = "(seq 7000; echo 7000; echo 1; echo 6000) | sed 's|.*|missing\\n&|' | ";
+  const auto failures = [&](const std::string& environment, const std::string& message) {
+    const std::string command = environment + ZEPASIGN_TOOL " sign -c quiet.properties --pairs --files-from - --json";
+    EXPECT_EQ(0, shell(list + command + " | grep -o '" + message + "' | wc -l >count"));
+    return std::stoi(readFile(directory_.path("count")));
+  };
+  EXPECT_EQ(3, failures("", "two signatures would be written"));
+  EXPECT_LT(0, failures("TMPDIR=/missing ", "no temporary file"));
+}
+
 TEST_F(SignCommandTest, ReadsListsAndPairs) {
   directory_.write("odd\nname", "content");
   const Json lines = Json::parse(

@@ -1,7 +1,5 @@
 #include "tools/commands/sign_guard.h"
 
-#include <functional>
-
 #include "base/platform.h"
 #include "tools/terminal/encoding.h"
 #include "tools/terminal/io.h"
@@ -42,7 +40,7 @@ std::string OutputGuard::refusal(const SigningJob& job) {
     if (each.file.isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr(each.reason)});
   }
   if (statusOf(job.input).isSameFile(file)) return tr("{0} would be lost: {1}"_m, {place, tr("it is to be signed"_m)});
-  if (isRepeated(job.output)) return tr("{0}: two signatures would be written to this file"_m, {place});
+  if (std::string repetition = repetitionOf(job); !repetition.empty()) return repetition;
   // The rest of a list is not known yet, and the link may lead to one of its files.
   const bool leadsAway = !options_.isPlanned() && isLink(job.output) && file.isRegular();
   if (leadsAway && !isSignatureFile(job.output, options_.form))
@@ -50,10 +48,15 @@ std::string OutputGuard::refusal(const SigningJob& job) {
   return {};
 }
 
-bool OutputGuard::isRepeated(const std::string& output) {
+std::string OutputGuard::repetitionOf(const SigningJob& job) {
   const bool canRepeat = options_.pairs || !options_.outputDirectory.empty() || !options_.output.empty();
-  if (!canRepeat || isStandardOutput(output)) return false;
-  return !outputs_.insert(std::hash<std::string>()(canonicalPath(output))).second;
+  if (!canRepeat || isStandardOutput(job.output)) return {};
+  const PlaceRecord::Answer answer = places_.add(canonicalPath(job.output));
+  if (answer == PlaceRecord::Answer::kNew) return {};
+  const std::string place = fromTerminal(job.output);
+  return answer == PlaceRecord::Answer::kKnown
+             ? tr("{0}: two signatures would be written to this file"_m, {place})
+             : tr("{0}: not signed, since no temporary file can be written (TMPDIR)"_m, {place});
 }
 
 }  // namespace zepasign::tools

@@ -6,12 +6,11 @@
 #ifndef ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
 #define ZEPASIGN_TOOLS_COMMANDS_SIGN_GUARD_H_
 
-#include <cstdint>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "tools/commands/batch_jobs.h"
+#include "tools/files/place_record.h"
 #include "tools/files/propertyfile.h"
 #include "tools/terminal/filesystem.h"
 #include "tools/terminal/messages.h"
@@ -21,9 +20,8 @@ namespace zepasign::tools {
 // What is compared is the file that a path leads to, so that another spelling, a link or a second name of it does not
 // help.
 //
-// Kept per signature of a run with --out-dir, --pairs or -o: a hash of its path, 64 bits (some 40 bytes with the set's
-// own). Two paths with one hash are taken for the same: among a million signatures the chance is one in forty million.
-// Other runs keep nothing, since each file has its own place beside it.
+// Only with --out-dir, --pairs or -o can two signatures of a run have one place; their places are recorded. Otherwise,
+// each file has its own place beside it.
 class OutputGuard final {
  public:
   // OutputGuard: protects the property file, every regular file that one of its values names, directly or inside a
@@ -31,15 +29,16 @@ class OutputGuard final {
   OutputGuard(const JobOptions& options, const PropertyText& properties, const std::string& propertyFile,
               const std::string& encedFile);
 
-  // refusal: why no signature may go to this place (UTF-8); empty when it may. Remembers the place.
+  // refusal: why no signature may go to this place (UTF-8); empty when it may. Records the place.
   [[nodiscard]] std::string refusal(const SigningJob& job);
 
  private:
   // protect: adds a path if it leads to a regular file. protectNamed: adds what the values of the properties name.
   void protect(const std::string& path, const Message& reason);
   void protectNamed(const PropertyText& properties);
-  // isRepeated: whether a signature of this run already goes there; remembers the place.
-  [[nodiscard]] bool isRepeated(const std::string& output);
+  // repetitionOf: the refusal if a signature of this run already goes to the same place, or if that cannot be known;
+  // records the place.
+  [[nodiscard]] std::string repetitionOf(const SigningJob& job);
 
   // Protected: a file, and the reason why it must not be replaced, for the message.
   struct Protected {
@@ -48,8 +47,8 @@ class OutputGuard final {
   };
   const JobOptions& options_;
   std::vector<Protected> protected_;
-  // outputs_: hashes of the canonical paths of the signatures.
-  std::unordered_set<std::uint64_t> outputs_;
+  // places_: the canonical paths of the signatures.
+  PlaceRecord places_;
 };
 
 }  // namespace zepasign::tools

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/platform.h"
+
 namespace zepasign::tools {
 
 // FileStatus: what a path leads to once all symbolic links are followed. Two paths with the same device and inode lead
@@ -42,6 +44,10 @@ struct FileStatus {
 // descriptorOf: the number of the descriptor of this process that the path names (/dev/stdout, /proc/self/fd/3, the
 // path that a shell gives for a process substitution); -1 when it names none.
 [[nodiscard]] int descriptorOf(const std::string& path);
+
+// openTemporary: a new file in the directory for temporary files, to read and write, which ends with the stream and
+// which no one else can open; null when it cannot be made.
+[[nodiscard]] platform::FilePtr openTemporary();
 
 // kTempSuffix: what follows the name of a file in the name of its temporary file, possibly with a number behind it.
 inline constexpr std::string_view kTempSuffix = ".zepasign-part";

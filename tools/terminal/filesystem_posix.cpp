@@ -186,6 +186,17 @@ std::string canonicalPath(const std::string& path) {
 
 int descriptorOf(const std::string& path) { return followLinks(path).descriptor; }
 
+platform::FilePtr openTemporary() {
+  std::error_code error;
+  std::string name = (std::filesystem::temp_directory_path(error) / "zepasign-XXXXXX").string();
+  const int number = error ? -1 : mkostemp(name.data(), O_CLOEXEC);
+  if (number < 0) return nullptr;
+  unlink(name.c_str());
+  platform::FilePtr file(fdopen(number, "w+b"));
+  if (!file) close(number);
+  return file;
+}
+
 bool writeFileAt(const std::string& path, std::string_view bytes, bool isPrivate) {
   const Target target = followLinks(path);
   if (target.descriptor >= 0) return writeAll(target.descriptor, bytes);

@@ -2,10 +2,12 @@
 // run that wants the same name meets a sharing violation and takes the next one.
 #include "tools/terminal/filesystem.h"
 
+#include <share.h>
 #include <windows.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <vector>
 
 namespace zepasign::tools {
@@ -138,6 +140,16 @@ std::string canonicalPath(const std::string& path) {
 }
 
 int descriptorOf(const std::string& /*path*/) { return -1; }
+
+// D: of Microsoft's runtime library, the file is deleted when it is closed, also by the end of the process. N: not
+// inherited.
+platform::FilePtr openTemporary() {
+  char directory[MAX_PATH + 1];
+  char name[MAX_PATH];
+  const DWORD length = GetTempPathA(sizeof directory, directory);
+  if (length == 0 || length >= sizeof directory || GetTempFileNameA(directory, "zep", 0, name) == 0) return nullptr;
+  return platform::FilePtr(_fsopen(name, "w+bDN", _SH_DENYRW));
+}
 
 bool writeFileAt(const std::string& path, std::string_view bytes, bool /*isPrivate*/) {
   if (!isDevice(path)) return replaceRegular(followLinks(path), bytes);
