@@ -45,6 +45,13 @@ inRoot sh -ec '
 ls "$root"/usr/share/doc/zepasign/{docs/operators.md,examples/zepasign-batch.service} \
   "$root"/usr/share/doc/libzepasigndll-dev/examples/c/signer.c >/dev/null
 
+# Every link of a page leads to a file of the packages.
+grep -rHo '](\(\.\|[A-Za-z]\)[^):#]*[)#]' --include='*.md' "$root/usr/share/doc/zepasign" |
+  while IFS=: read -r page link; do
+    target=${link:2:-1}
+    ls "$(dirname "$page")/$target" >/dev/null
+  done
+
 inRoot sh -c 'apt-get -qy upgrade --with-new-pkgs /later/*.deb'
 inRoot sh -ec 'dpkg-query -W -f "\${Version}\n" zepasign libzepasigndll2 | grep -c "\.1$" | grep -qx 2'
 inRoot zepasign verify --ca demo/ca.pem demo/ca.pem.p7s.b64
