@@ -63,7 +63,7 @@ CertPlan caPlan(const std::string& commonName, const Identity& issuer) {
           .authorityKeyId = issuer.key ? "keyid" : "keyid:always"};
 }
 
-CertPlan signerPlan(const Identity& issuer) { return {.issuer = issuer, .key = rsaKey()}; }
+CertPlan signerPlan(const Identity& issuer, const Key& key) { return {.issuer = issuer, .key = key ? key : rsaKey()}; }
 
 Identity makeIdentity(const CertPlan& plan) {
   Identity self{plan.key ? plan.key : newEcKey(), {must(X509_new(), "certificate"), X509_free}};
@@ -91,9 +91,7 @@ Pki makePki(const PkiPlan& plan) {
   };
   const Identity root = make(caPlan(""), plan.rootName);
   const Identity ca = make(caPlan("", root), plan.caName);
-  CertPlan signer = signerPlan(ca);
-  if (plan.signerKey) signer.key = plan.signerKey;
-  return {root, ca, make(signer, plan.signerName)};
+  return {root, ca, make(signerPlan(ca, plan.signerKey), plan.signerName)};
 }
 
 std::string subjectKeyIdOf(const Certificate& certificate) {

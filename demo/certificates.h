@@ -64,8 +64,8 @@ struct CertPlan {
 // and CRLs, and gets a P-256 key of its own.
 [[nodiscard]] CertPlan caPlan(const std::string& commonName, const Identity& issuer = {});
 
-// signerPlan: an end entity below `issuer` with rsaKey(), which may sign.
-[[nodiscard]] CertPlan signerPlan(const Identity& issuer);
+// signerPlan: an end entity below `issuer`, which may sign, with this key; null: rsaKey().
+[[nodiscard]] CertPlan signerPlan(const Identity& issuer, const Key& key = {});
 
 // makeIdentity: the certificate of the plan, signed by its issuer, and its key. Throws when OpenSSL does not
 // know an extension or an entry of the name. REQUIRES: plan.issuer has both key and certificate, or neither.

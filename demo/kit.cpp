@@ -18,9 +18,8 @@ std::string timeIn(long seconds) {
   return reinterpret_cast<const char*>(ASN1_STRING_get0_data(time.get()));
 }
 
-// asOfNow: a new key and serial, valid from now on: the signer for a year, the authorities for ten.
+// asOfNow: a random serial, valid from now on: the signer for a year, the authorities for ten.
 void asOfNow(CertPlan& plan) {
-  plan.key = newRsaKey();
   plan.serial = randomHex(7);
   plan.notBefore = timeIn(0);
   plan.notAfter = timeIn(plan.basicConstraints.empty() ? kYear : 10 * kYear);
@@ -33,6 +32,7 @@ Kit makeKit() {
                                            .rootName = "zepasign demo root",
                                            .caName = "zepasign demo CA",
                                            .signerName = "zepasign demo signer",
+                                           .signerKey = newRsaKey(),
                                            .change = asOfNow});
   return {makePfx({.identity = signer, .password = kPassword, .iterations = PKCS12_DEFAULT_ITER}),
           makeP7b({ca.certificate, root.certificate}),

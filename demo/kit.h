@@ -21,8 +21,8 @@ struct Kit {
   std::string ski;
 };
 
-// makeKit: takes some tenths of a second or more, since it makes new RSA keys. Throws std::runtime_error when libcrypto
-// refuses.
+// makeKit: takes some tenths of a second, since it makes a new RSA key for the signer; the CAs have P-256 keys. Throws
+// std::runtime_error when libcrypto refuses.
 [[nodiscard]] Kit makeKit();
 
 // randomHex: `bytes` random bytes of libcrypto's generator as twice as many upper-case hexadecimal digits, for serial

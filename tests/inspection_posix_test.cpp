@@ -9,7 +9,7 @@ namespace {
 class InspectionTest : public ToolTest {
  protected:
   InspectionTest() {
-    CertPlan plan = signerPlan(ca_);
+    CertPlan plan = signerPlan(ca_, newEcKey());
     plan.serial = "1234";
     plan.notAfter = "20210101000000Z";
     directory_.write("demo/signer.pfx", makePfx({.identity = makeIdentity(plan), .password = "demo-password"}));

@@ -17,8 +17,7 @@ class TimeStampTest : public ToolTest {
     writeIdentity("tsa", timeStamping("20991231235959Z"));
     writeIdentity("old", timeStamping("20210101000000Z", "59"));
     writeIdentity("other", timeStamping("20991231235959Z", "5B", "Other clock"));
-    CertPlan server = signerPlan(ca_);
-    server.key = newEcKey();
+    CertPlan server = signerPlan(ca_, newEcKey());
     server.otherExtensions = {{"subjectAltName", "IP:127.0.0.1,DNS:clock.invalid"}};
     writeIdentity("server", server);
     directory_.write("clock.pem", pemOf("CERTIFICATE", derOf(ca_.certificate)));
@@ -37,9 +36,8 @@ class TimeStampTest : public ToolTest {
 
   CertPlan timeStamping(const std::string& notAfter, const std::string& serial = "5A",
                         const std::string& name = "Clock") const {
-    CertPlan plan = signerPlan(ca_);
+    CertPlan plan = signerPlan(ca_, newEcKey());
     plan.serial = serial;
-    plan.key = newEcKey();
     plan.subject = {{"CN", name}};
     plan.notAfter = notAfter;
     plan.otherExtensions = {{"extendedKeyUsage", "critical,timeStamping"}};
