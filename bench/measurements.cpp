@@ -4,17 +4,13 @@
 //   zepasign_measurements start        loading and initialising, beside libcrypto parsing the same files
 //   zepasign_measurements soak         100,000 signatures with re-initialisations between, and what stays of the memory
 //   zepasign_measurements sign IMPLEMENTATION COUNT    signs 1 KiB COUNT times in signMany, for an instruction counter
-#include <dlfcn.h>
 #include <malloc.h>
-#include <openssl/pkcs12.h>
-#include <openssl/provider.h>
 #include <sched.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <map>
 
@@ -121,60 +117,53 @@ double childSeconds(const std::function<void()>& work) {
   }));
 }
 
+// startSeconds: what zepasign_start prints.
+double startSeconds(const std::string& arguments) {
+  double seconds = 0;
+  std::FILE* program = must(popen((ZEPASIGN_START " " + arguments).c_str(), "r"), "zepasign_start");
+  const bool isComplete = std::fscanf(program, "%lf", &seconds) == 1;
+  require(pclose(program) == 0 && isComplete, "zepasign_start");
+  return seconds;
+}
+
 // printStartRow: what an initialisation costs in terms of libcrypto's own calls, each in fresh processes, by turns.
-void printStartRow(const char* title, double limit, const std::function<void()>& libcrypto,
-                   const std::function<void()>& library) {
+void printStartRow(const char* title, double limit, const std::function<double()>& libcrypto,
+                   const std::function<double()>& library) {
   constexpr int kRepetitions = 15;
   std::vector<double> own;
   std::vector<double> bare;
   for (int i = 0; i < kRepetitions; ++i) {
-    bare.push_back(childSeconds(libcrypto));
-    own.push_back(childSeconds(library));
+    bare.push_back(libcrypto());
+    own.push_back(library());
   }
   const double least = std::ranges::min(bare);
   const double ratio = std::ranges::min(own) / least;
   print(
-      markdownRow(title, formatted("%.2f", limit),
+      markdownRow(title, limit == 0 ? "" : formatted("%.2f", limit),
                   {formatted("%.1f ms", least * 1e3), formatted("%.3f (%.3f)", ratio, medianOf(own) / medianOf(bare))},
                   ratio <= limit));
 }
 
-// loadWithLibcrypto: a context of its own with both providers, and the PFX parsed in it. Nothing is freed, as the
-// library keeps it all.
-void loadWithLibcrypto(const std::string& pfxFile, const std::string& password) {
-  OSSL_LIB_CTX* context = must(OSSL_LIB_CTX_new(), "context");
-  must(OSSL_PROVIDER_load(context, "default"), "the default provider");
-  must(OSSL_PROVIDER_load(context, "legacy"), "the legacy provider");
-  PKCS12* pfx = must(PKCS12_init_ex(NID_pkcs7_data, context, nullptr), "PKCS12");
-  const BioPtr file(must(BIO_new_file(pfxFile.c_str(), "rb"), "the PFX file"));
-  must(d2i_PKCS12_bio(file.get(), &pfx), "the PFX");
-  EVP_PKEY* key = nullptr;
-  X509* certificate = nullptr;
-  require(PKCS12_parse(pfx, password.c_str(), &key, &certificate, nullptr) == 1, "PKCS12_parse");
-}
-
-// loadAndInitialise: as a host does that loads the library itself.
-void loadAndInitialise(const std::string& library, const std::string& propertyFile) {
-  void* loaded = must(dlopen(library.c_str(), RTLD_NOW), "dlopen");
-  const auto initial = reinterpret_cast<decltype(&ZEPASignInitial)>(must(dlsym(loaded, "ZEPASignInitial"), "dlsym"));
-  require(initial(propertyFile.c_str(), nullptr), "ZEPASignInitial");
-}
-
-// start: a copy of the library is loaded, since this program has the library itself in memory from its beginning.
 void start() {
   demo::Fixture onePfx{};
   onePfx.properties["LOG.level"] = "OFF";
-  const std::string library = onePfx.directory.path("library.so"), onePfxProperties = onePfx.propertyFile();
-  std::filesystem::copy_file(ZEPASIGN_LIBRARY, library);
+  const std::string pfx = onePfx.directory.path("signer.pfx") + " " + onePfx.properties["PFX.pswd"];
+  const std::string properties = onePfx.propertyFile();
+  const auto library = [&] { return startSeconds("library " ZEPASIGN_LIBRARY " " + properties); };
   printStartRow(
       "Loading and initialising with one PFX; baseline: a context, its providers and PKCS12_parse", 1.1,
-      [&] { loadWithLibcrypto(onePfx.directory.path("signer.pfx"), onePfx.properties["PFX.pswd"]); },
-      [&] { loadAndInitialise(library, onePfxProperties); });
+      [&] { return startSeconds("libcrypto " + pfx); }, library);
+  printStartRow(
+      "The same; baseline: the context is made the process's default one first", 0,
+      [&] { return startSeconds("default " + pfx); }, library);
   const StartFiles files;
   printStartRow(
       "Initialising with 10 chains and 50 CRLs of 10,000 entries; baseline: libcrypto parsing them", 1.5,
-      [&] { files.parseWithLibcrypto(); },
-      [&] { require(ZEPASignInitial(files.propertyFile().c_str(), nullptr), "ZEPASignInitial"); });
+      [&] { return childSeconds([&] { files.parseWithLibcrypto(); }); },
+      [&] {
+        return childSeconds(
+            [&] { require(ZEPASignInitial(files.propertyFile().c_str(), nullptr), "ZEPASignInitial"); });
+      });
 }
 
 // allocatedBytes: exact when glibc keeps no freed blocks per thread (glibc.malloc.tcache_count=0).
