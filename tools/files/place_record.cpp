@@ -49,13 +49,13 @@ PlaceRecord::Answer PlaceRecord::find(const Digest& digest, std::uint64_t& slot)
 }
 
 bool PlaceRecord::load(std::uint64_t slot, Digest& digest) {
-  if (slot < kFirstSize) return digest = memory_[slot], true;
+  if (slot < kFirstSize) return digest = memory_[static_cast<std::size_t>(slot)], true;
   digest = {};  // what lies behind the end of the file is free
   return seek(slot) && (std::fread(&digest, sizeof digest, 1, file_.get()) == 1 || std::ferror(file_.get()) == 0);
 }
 
 bool PlaceRecord::store(std::uint64_t slot, const Digest& digest) {
-  if (slot < kFirstSize) return memory_[slot] = digest, true;
+  if (slot < kFirstSize) return memory_[static_cast<std::size_t>(slot)] = digest, true;
   return seek(slot) && std::fwrite(&digest, sizeof digest, 1, file_.get()) == 1;
 }
 
