@@ -132,6 +132,10 @@ const Mistake kMistakes[] = {
      shell("openssl pkcs12 -in signer.pfx -passin pass:pfx-password -nodes -out p && mv p signer.pfx")},
     {"pfx-is-base64", "PFX.file", "base64 -d", shell("base64 signer.pfx > b && mv b signer.pfx")},
     {"pfx-is-other", "PFX.file", "openssl pkcs12 -export", shell("head -c 100 signer.pfx > b && mv b signer.pfx")},
+    {"pfx-without-mac", "PFX.file", "export",
+     [](Configuration& files) {
+       files.pfx({.identity = files.signer, .form = PfxForm::withoutMac});
+     }},
     {"pfx-without-key", "PFX.file", "openssl pkcs12 -export",
      [](Configuration& files) {
        files.pfx({.identity = {{}, files.signer.certificate}});

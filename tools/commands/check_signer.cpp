@@ -49,6 +49,7 @@ const FindingKind& whyClosed(const std::string& path, const std::string& passwor
   const FoundFile found(path);
   if (!found.file.pfx) return "pfx-damaged"_finding;
   PKCS12* pfx = found.file.pfx.get();
+  if (PKCS12_mac_present(pfx) == 0) return "pfx-without-mac"_finding;
   if (macIterations(pfx) > kMaxMacIterations) return "pfx-iterations"_finding;
   PfxContent content;
   if (openPfx(pfx, password, content)) return "pfx-without-key"_finding;
