@@ -31,12 +31,15 @@ onWindows() {
   LC_ALL=zh_TW.UTF-8 LOCPATH=$work/locale WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree=;mshtml=' "$@"
 }
 
-# Both test functions begin with wineboot: Wine's own services start with the first program, and if a test started them,
-# they would keep its output open and CTest would wait for them.
+# Both test functions begin with Wine's server and its services. The server ends with the last program otherwise, and a
+# program that starts at that moment may end with it, without a word. The services start with the first program; if a test
+# started them, they would keep its output open, and CTest would wait for them. wineserver -k ends all, which saves the
+# registry.
 
 testX64() {
   mkdir "$work/locale"
   quietly localedef -i zh_TW -f UTF-8 "$work/locale/zh_TW.UTF-8"
+  onWindows /usr/lib/wine/wineserver64 -p >/dev/null 2>&1
   onWindows /usr/lib/wine/wine64 wineboot >/dev/null 2>&1
   onWindows ctest --preset windows-x86_64
 }
@@ -47,8 +50,10 @@ testX86() {
   mkdir -p "$work/i386/$directory" "$work/i386/wine"
   cp -r build/windows-i686/{CTestTestfile.cmake,api,tests,tools} "$work/i386/$directory/"
   quietly onWindows scripts/windows-x86-root.sh "$work/i386" localedef -i zh_TW -f UTF-8 zh_TW.UTF-8
-  onWindows scripts/windows-x86-root.sh "$work/i386" sh -c "wine wineboot >/dev/null 2>&1
-    ctest --test-dir '$directory' --no-tests=error --output-on-failure -j$(nproc)"
+  onWindows scripts/windows-x86-root.sh "$work/i386" sh -c "wineserver -p >/dev/null 2>&1; wine wineboot >/dev/null 2>&1
+    ctest --test-dir '$directory' --no-tests=error --output-on-failure -j$(nproc); code=\$?
+    wineserver -k
+    exit \$code"
 }
 
 # examine PROCESSOR MACHINE TEST: each line of its output begins with the processor, since two run side by side.
@@ -59,7 +64,7 @@ examine() {
 requireRoot
 scripts/install-deps.sh clang cmake debootstrap g++ lld llvm locales ninja-build openssl util-linux wine64
 work=$(mktemp -d)
-trap 'wait; rm -rf "$work"' EXIT
+trap 'wait; onWindows /usr/lib/wine/wineserver64 -k 2>/dev/null || true; rm -rf "$work"' EXIT
 scripts/clean-root.sh i386 "$work/i386" cmake locales wine32 &  # mostly downloads, while the libraries are built
 root=$!
 libraries=$(scripts/windows-libraries.sh)
