@@ -50,7 +50,7 @@ class Chain : public SignerTest {
         "DEBUG \t|\t|--- 金鑰使用方方式 = %s\n",
         kind, x.getSerial().c_str(), x.getIssuerCN().c_str(), x.getFingerprint().c_str(), keyOf(own).c_str(),
         keyOf(issuer).c_str(), usage);
-    return std::string(text);
+    return text;
   }
 
   std::unique_ptr<cCertChainList> list = {};

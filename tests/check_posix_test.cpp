@@ -25,7 +25,7 @@ struct Configuration : Fixture {
   }
   // file: the property file with its permissions; `text` instead of the properties when it is not empty.
   std::string file() const {
-    const std::string path = directory.write("app.properties", text.empty() ? propertyText(properties) : text);
+    std::string path = directory.write("app.properties", text.empty() ? propertyText(properties) : text);
     chmod(path.c_str(), 0600);
     return path;
   }
@@ -34,7 +34,7 @@ struct Configuration : Fixture {
   }
   Json report(const std::string& options = "") const { return Json::parse(check("--json " + options).output); }
   // pfx: replaces the PFX by one of this plan.
-  void pfx(PfxPlan plan) {
+  void pfx(const PfxPlan& plan) {
     directory.write("signer.pfx", makePfx(plan));
     chmod(directory.path("signer.pfx").c_str(), 0600);
   }
@@ -133,9 +133,7 @@ const Mistake kMistakes[] = {
     {"pfx-is-base64", "PFX.file", "base64 -d", shell("base64 signer.pfx > b && mv b signer.pfx")},
     {"pfx-is-other", "PFX.file", "openssl pkcs12 -export", shell("head -c 100 signer.pfx > b && mv b signer.pfx")},
     {"pfx-without-mac", "PFX.file", "export",
-     [](Configuration& files) {
-       files.pfx({.identity = files.signer, .form = PfxForm::withoutMac});
-     }},
+     [](Configuration& files) { files.pfx({.identity = files.signer, .form = PfxForm::withoutMac}); }},
     {"pfx-without-key", "PFX.file", "openssl pkcs12 -export",
      [](Configuration& files) {
        files.pfx({.identity = {{}, files.signer.certificate}});
@@ -218,7 +216,7 @@ TEST(Check, TellsByItsExitCodeHowFarTheLibraryGets) {
 TEST(Check, CountsDaysAndFailsWhenToldTo) {
   Configuration files;
   signer([](CertPlan& plan) {
-    const std::time_t later = std::time(nullptr) + 20 * 86400 + 3600;
+    const std::time_t later = std::time(nullptr) + 20 * 86400L + 3600;
     char text[20];
     std::strftime(text, sizeof text, "%Y%m%d%H%M%SZ", std::gmtime(&later));
     plan.notAfter = text;
