@@ -29,9 +29,9 @@ bool loadWithLibcrypto(const char* pfxFile, const char* password, bool isDefault
   return d2i_PKCS12_bio(file, &pfx) != nullptr && PKCS12_parse(pfx, password, &key, &certificate, nullptr) == 1;
 }
 
-// loadAndInitialise: as a host does that loads the library itself.
+// loadAndInitialise: as a host does that loads the library itself, and keeps it.
 bool loadAndInitialise(const char* library, const char* propertyFile) {
-  void* loaded = dlopen(library, RTLD_NOW);
+  static void* const loaded = dlopen(library, RTLD_NOW);
   if (loaded == nullptr) return false;
   const auto initial = reinterpret_cast<decltype(&ZEPASignInitial)>(dlsym(loaded, "ZEPASignInitial"));
   return initial(propertyFile, nullptr);
