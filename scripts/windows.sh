@@ -37,7 +37,7 @@ onWindows() {
 # registry.
 
 testX64() {
-  mkdir "$work/locale"
+  mkdir "$work/locale" "$work/wine"
   quietly localedef -i zh_TW -f UTF-8 "$work/locale/zh_TW.UTF-8"
   onWindows /usr/lib/wine/wineserver64 -p >/dev/null 2>&1
   onWindows /usr/lib/wine/wine64 wineboot >/dev/null 2>&1
