@@ -73,7 +73,6 @@ examine x86_64 i386:x86-64 testX64 &
 x64=$!
 examine i686 i386 testX86
 wait "$x64"
-onWindows scripts/windows-tool.sh "$work/i386" &
-tool=$!
+# One after the other: in the i386 root, the programs of one would use the other's server and end with it.
+onWindows scripts/windows-tool.sh "$work/i386"
 onWindows scripts/windows-compare.sh "$work/i386"
-wait "$tool"
