@@ -66,7 +66,7 @@ void encodeTwoGroups(const unsigned char* in, char* out) {
 // text. Its variables are local: a written character may alias a member, which would be loaded again for each group.
 char* encodeGroups(std::span<const unsigned char>& bytes, char* out) {
   std::span<const unsigned char> left = bytes;
-  // Four times six bytes, which the compiler writes out: fewer of the loop's own steps, a tenth of the time.
+  // Four steps written out by the compiler save a tenth of the time. The last of them reads up to the 26th byte.
   for (; left.size() >= 26; left = left.subspan(24), out += 32) {
     for (std::size_t i = 0; i < 4; ++i) encodeTwoGroups(left.data() + 6 * i, out + 8 * i);
   }

@@ -23,7 +23,7 @@ source=$work/zepasigndll
 mkdir "$source"
 git archive HEAD | tar -x -C "$source"
 mv "$source/packaging/debian" "$source/debian"
-control=$(<packaging/debian/control)
+control=$(<"$source/debian/control")
 printf '%s\n' "${control/@CONTACT@/"$contact"}" >"$source/debian/control"
 
 # changes: the topmost section of CHANGELOG.md in the form of a Debian changelog.
