@@ -148,7 +148,9 @@ platform::FilePtr openTemporary() {
   char name[MAX_PATH];
   const DWORD length = GetTempPathA(sizeof directory, directory);
   if (length == 0 || length >= sizeof directory || GetTempFileNameA(directory, "zep", 0, name) == 0) return nullptr;
-  return platform::FilePtr(_fsopen(name, "w+bDN", _SH_DENYRW));
+  platform::FilePtr file(_fsopen(name, "w+bDN", _SH_DENYRW));
+  if (!file) DeleteFileA(name);
+  return file;
 }
 
 bool writeFileAt(const std::string& path, std::string_view bytes, bool /*isPrivate*/) {
