@@ -15,7 +15,6 @@ fi
 revision=${ZEPASIGN_REVISION:-$(git rev-list --count HEAD)}
 contact=${ZEPASIGN_CONTACT:-ZEPASignDLL maintainers <maintainers@zepasigndll.invalid>}
 export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
-version=$(sed -n 's/^project(ZEPASignDLL VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)-$revision
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -23,6 +22,7 @@ source=$work/zepasigndll
 mkdir "$source"
 git archive HEAD | tar -x -C "$source"
 mv "$source/packaging/debian" "$source/debian"
+version=$(sed -n 's/^project(ZEPASignDLL VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")-$revision
 control=$(<"$source/debian/control")
 printf '%s\n' "${control/@CONTACT@/"$contact"}" >"$source/debian/control"
 
@@ -33,7 +33,7 @@ changes() {
     /^### / { print "  [ " substr($0, 5) " ]"; next }
     /^- / { print "  * " substr($0, 3); next }
     /^  / { print "  " $0; next }
-    { print }' CHANGELOG.md
+    { print }' "$source/CHANGELOG.md"
 }
 {
   printf 'zepasigndll (%s) unstable; urgency=medium\n' "$version"
