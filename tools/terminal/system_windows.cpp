@@ -41,8 +41,9 @@ std::FILE* asStream(HANDLE handle, const char* mode) {
   return descriptor < 0 ? nullptr : _fdopen(descriptor, mode);
 }
 
-// quoted: as the C runtime of the child takes arguments apart: a backslash is doubled before a quotation mark only.
-std::string quoted(const std::string& argument) {
+// quotedForWindows: as the C runtime of the child takes arguments apart: a backslash is doubled before a quotation mark
+// only.
+std::string quotedForWindows(const std::string& argument) {
   std::string result = "\"";
   std::size_t backslashes = 0;
   for (const char c : argument) {
@@ -103,8 +104,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   const std::lock_guard lock(oneAtATime);
   char program[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, program, sizeof program);
-  std::string line = quoted(program);
-  for (const std::string& argument : arguments) line += ' ' + quoted(argument);
+  std::string line = quotedForWindows(program);
+  for (const std::string& argument : arguments) line += ' ' + quotedForWindows(argument);
   const Pipe in(true);
   const Pipe out(false);
   STARTUPINFOA start{};
