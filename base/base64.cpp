@@ -1,6 +1,7 @@
-// Encoding: three bytes are 24 bits, four characters of 6 bits each. A table of 4096 pairs gives two characters for
-// each 12 bits. Six bytes are loaded at once as one 64-bit number where eight can be read; what does not fill a group
-// of three waits for the next piece.
+// Encoding: three bytes are 24 bits, four characters of 6 bits each. A processor with AVX2 encodes 24 bytes in one
+// step. Elsewhere, and for the last bytes of a piece, a table of 4096 pairs gives two characters for each 12 bits; six
+// bytes are loaded at once as one 64-bit number where eight can be read. What does not fill a group of three waits for
+// the next piece.
 //
 // Decoding: groups of four plain characters are decoded in a tight loop. The first group with anything else in it (a
 // blank, "=", a foreign character, the end) is decoded symbol by symbol, by the rule of `decode`; then the loop goes
@@ -62,9 +63,44 @@ void encodeTwoGroups(const unsigned char* in, char* out) {
   std::memcpy(out + 6, kPairs[bits >> 16U & 0xFFFU].data(), 2);
 }
 
+#if defined(__x86_64__) && defined(__linux__)  // MinGW does not align the stack for vectors of 32 bytes
+bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+
+// encodeWithAvx2: encodes 24 bytes at a time while 32 can be read, removes them from `bytes` and returns the end of the
+// text. Bytes a, b, c are spread to b, a, c, b; as two little-endian numbers of 16 bits these are a * 256 + b, with two
+// characters in bits 15 to 4, and b * 256 + c, with two in bits 11 to 0. REQUIRES: hasAvx2.
+[[gnu::target("avx2")]] char* encodeWithAvx2(std::span<const unsigned char>& bytes, char* out) {
+  using Characters [[gnu::vector_size(32)]] = signed char;
+  using Numbers [[gnu::vector_size(32)]] = std::uint16_t;
+  using Groups [[gnu::vector_size(32)]] = std::uint32_t;
+  std::span<const unsigned char> left = bytes;
+  for (; left.size() >= sizeof(Groups); left = left.subspan(24), out += sizeof(Characters)) {
+    Groups loaded;
+    std::memcpy(&loaded, left.data(), sizeof loaded);
+    const auto halves = Characters(__builtin_shufflevector(loaded, loaded, 0, 1, 2, 2, 3, 4, 5, 5));
+    const auto groups =
+        Groups(__builtin_shufflevector(halves, halves, 1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10, 17, 16, 18,
+                                       17, 20, 19, 21, 20, 23, 22, 24, 23, 26, 25, 27, 26));
+    const auto firsts = (groups >> 10U & 0x3FU) | (groups >> 6U & 0x3F0000U);
+    const auto seconds = Numbers(groups & 0x3F03F0U) * Numbers(Groups{} + 0x1000010U);  // to the left by 4 and by 8
+    const auto values = Characters(firsts | Groups(seconds));
+    // 26 capital letters, 26 small ones, ten digits, "+" and "/". No sum leaves a signed char in this order.
+    const Characters text =
+        values - ((values > 51) & 75) + 65 + ((values > 25) & 6) - ((values > 61) & 15) + ((values > 62) & 3);
+    std::memcpy(out, &text, sizeof text);
+  }
+  bytes = left;
+  return out;
+}
+#else
+constexpr bool hasAvx2() { return false; }
+char* encodeWithAvx2(std::span<const unsigned char>& /*bytes*/, char* out) { return out; }
+#endif
+
 // encodeGroups: encodes as many groups of three as there are, removes them from `bytes` and returns the end of the
 // text. Its variables are local: a written character may alias a member, which would be loaded again for each group.
 char* encodeGroups(std::span<const unsigned char>& bytes, char* out) {
+  if (hasAvx2()) out = encodeWithAvx2(bytes, out);
   std::span<const unsigned char> left = bytes;
   // Four steps written out by the compiler save a tenth of the time. The last of them reads up to the 26th byte.
   for (; left.size() >= 26; left = left.subspan(24), out += 32) {

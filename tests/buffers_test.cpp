@@ -45,9 +45,14 @@ TEST(Buffers, Hex) {
 }
 
 TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
+  constexpr int kEachCharacterEverywhere = 1 << 14;
+  unsigned state = 1;
   std::vector<unsigned char> bytes;
-  for (int length = 1; length <= 64; ++length) {
-    bytes.push_back(static_cast<unsigned char>(length * length * 37 - 37));
+  for (int length = 1; length <= kEachCharacterEverywhere; length += length < 64 ? 1 : length) {
+    while (bytes.size() < static_cast<std::size_t>(length)) {
+      state = state * 1664525U + 1013904223U;  // a linear congruential generator, whose highest bits are the best ones
+      bytes.push_back(static_cast<unsigned char>(state >> 24U));
+    }
     std::string text(base64::encodedLength(bytes.size()), '\0');
     EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), length);
     cChars whole;
