@@ -63,44 +63,48 @@ void encodeTwoGroups(const unsigned char* in, char* out) {
   std::memcpy(out + 6, kPairs[bits >> 16U & 0xFFFU].data(), 2);
 }
 
+// encodeInVectors: encodes what the processor can encode in vectors, removes it from `bytes` and returns the end of the
+// text. What is left is for the table, which may be everything.
 #if defined(__x86_64__) && defined(__linux__)  // MinGW does not align the stack for vectors of 32 bytes
-bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
-
-// encodeWithAvx2: encodes 24 bytes at a time while 32 can be read, removes them from `bytes` and returns the end of the
-// text. Bytes a, b, c are spread to b, a, c, b; as two little-endian numbers of 16 bits these are a * 256 + b, with two
-// characters in bits 15 to 4, and b * 256 + c, with two in bits 11 to 0. REQUIRES: hasAvx2.
 [[gnu::target("avx2")]] char* encodeWithAvx2(std::span<const unsigned char>& bytes, char* out) {
   using Characters [[gnu::vector_size(32)]] = signed char;
   using Numbers [[gnu::vector_size(32)]] = std::uint16_t;
   using Groups [[gnu::vector_size(32)]] = std::uint32_t;
   std::span<const unsigned char> left = bytes;
+  // 32 bytes are loaded, of which 24 are used: twelve for each half, since bytes are shuffled within a half only.
   for (; left.size() >= sizeof(Groups); left = left.subspan(24), out += sizeof(Characters)) {
     Groups loaded;
     std::memcpy(&loaded, left.data(), sizeof loaded);
     const auto halves = Characters(__builtin_shufflevector(loaded, loaded, 0, 1, 2, 2, 3, 4, 5, 5));
+    // Bytes a, b, c become b, a, c, b: the little-endian 16-bit numbers a * 256 + b, with the first two characters in
+    // bits 15 to 4, and b * 256 + c, with the other two in bits 11 to 0.
     const auto groups =
         Groups(__builtin_shufflevector(halves, halves, 1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10, 17, 16, 18,
                                        17, 20, 19, 21, 20, 23, 22, 24, 23, 26, 25, 27, 26));
-    const auto firsts = (groups >> 10U & 0x3FU) | (groups >> 6U & 0x3F0000U);
-    const auto seconds = Numbers(groups & 0x3F03F0U) * Numbers(Groups{} + 0x1000010U);  // to the left by 4 and by 8
-    const auto values = Characters(firsts | Groups(seconds));
-    // 26 capital letters, 26 small ones, ten digits, "+" and "/". No sum leaves a signed char in this order.
-    const Characters text =
-        values - ((values > 51) & 75) + 65 + ((values > 25) & 6) - ((values > 61) & 15) + ((values > 62) & 3);
+    const auto evenValues = (groups >> 10U & 0x3FU) | (groups >> 6U & 0x3F0000U);
+    // Multiplying by 16 and by 256 shifts neighbours by different widths.
+    const auto oddValues = Groups(Numbers(groups & 0x3F03F0U) * Numbers(Groups{} + 0x1000010U));
+    const auto values = Characters(evenValues | oddValues);
+    // In this order no sum overflows.
+    const Characters text = values - ((values > 51) & ('z' + 1 - '0')) + 'A' + ((values > 25) & ('a' - 'Z' - 1)) -
+                            ((values > 61) & ('9' + 1 - '+')) + ((values > 62) & ('/' - '+' - 1));
     std::memcpy(out, &text, sizeof text);
   }
   bytes = left;
   return out;
 }
+
+char* encodeInVectors(std::span<const unsigned char>& bytes, char* out) {
+  return __builtin_cpu_supports("avx2") != 0 ? encodeWithAvx2(bytes, out) : out;
+}
 #else
-constexpr bool hasAvx2() { return false; }
-char* encodeWithAvx2(std::span<const unsigned char>& /*bytes*/, char* out) { return out; }
+char* encodeInVectors(std::span<const unsigned char>& /*bytes*/, char* out) { return out; }
 #endif
 
 // encodeGroups: encodes as many groups of three as there are, removes them from `bytes` and returns the end of the
 // text. Its variables are local: a written character may alias a member, which would be loaded again for each group.
 char* encodeGroups(std::span<const unsigned char>& bytes, char* out) {
-  if (hasAvx2()) out = encodeWithAvx2(bytes, out);
+  out = encodeInVectors(bytes, out);
   std::span<const unsigned char> left = bytes;
   // Four steps written out by the compiler save a tenth of the time. The last of them reads up to the 26th byte.
   for (; left.size() >= 26; left = left.subspan(24), out += 32) {

@@ -45,10 +45,9 @@ TEST(Buffers, Hex) {
 }
 
 TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
-  constexpr int kEachCharacterEverywhere = 1 << 14;
   unsigned state = 1;
   std::vector<unsigned char> bytes;
-  for (int length = 1; length <= kEachCharacterEverywhere; length += length < 64 ? 1 : length) {
+  for (int length = 1; length <= 1 << 14; length += length < 64 ? 1 : length) {
     while (bytes.size() < static_cast<std::size_t>(length)) {
       state = state * 1664525U + 1013904223U;  // a linear congruential generator, whose highest bits are the best ones
       bytes.push_back(static_cast<unsigned char>(state >> 24U));
@@ -57,10 +56,11 @@ TEST(Buffers, Base64IsThatOfLibcryptoWholeAndInPieces) {
     EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), length);
     cChars whole;
     cBytes back;
-    ASSERT_TRUE(whole.base64Encode(std::vector(bytes).data(), length) && back.base64Decode(whole.data()));
+    ASSERT_TRUE(whole.base64Encode(std::vector(bytes).data(), length));
+    ASSERT_TRUE(back.base64Decode(whole.data()));
     EXPECT_EQ(std::string(whole.data(), whole.data() + whole.length()), text);
     EXPECT_EQ(bytesOf(back), std::string(bytes.begin(), bytes.end()));
-    for (std::size_t size = 1; size < 8; ++size) {
+    for (const std::size_t size : {1U, 2U, 3U, 4U, 5U, 7U, 31U, 64U}) {
       base64::Encoder encoder(whole.data());
       for (ByteSpan rest(bytes); !rest.empty(); rest = rest.subspan(std::min(size, rest.size())))
         encoder.add(rest.first(std::min(size, rest.size())));
