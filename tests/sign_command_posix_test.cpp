@@ -59,7 +59,7 @@ TEST_F(SignCommandTest, RemembersThePlacesOfManySignatures) {
 TEST_F(SignCommandTest, ReadsListsAndPairs) {
   directory_.write("odd\nname", "content");
   const Json lines = Json::parse(
-      run("sign -c quiet.properties --out-dir out --files-from - --json 2>&-", "printf 'in0\\n\\nmissing\\r\\nin1' |")
+      run("sign -c quiet.properties --out-dir out --files-from - --json 2>&-", R"(printf 'in0\n\nmissing\r\nin1' |)")
           .output);
   EXPECT_EQ(2, lines["signed"]);
   EXPECT_EQ(3, lines["failures"][0]["entry"]);

@@ -25,6 +25,7 @@ struct SignOptions : BatchOptions {
 };
 
 // createDirectories: with those above it.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the path
 bool createDirectories(const std::string& directory) {
   if (directory.empty() || isDirectory(directory)) return true;
   const std::string name = fileNameOf(directory);

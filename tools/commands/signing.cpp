@@ -1,5 +1,7 @@
 #include "tools/commands/signing.h"
 
+#include <utility>
+
 #include "api/ZEPASignDLL.h"
 #include "base/cbuffer.h"
 #include "base/errors.h"
@@ -12,7 +14,7 @@ namespace {
 
 class LocalRun final : public SigningRun {
  public:
-  LocalRun(const SigningSetup& setup, const Done& done) : setup_(setup), done_(done) {}
+  LocalRun(SigningSetup setup, Done done) : setup_(std::move(setup)), done_(std::move(done)) {}
 
   bool submit(const SigningJob& job) override {
     if (!isInitialised_) initialise();
@@ -34,7 +36,7 @@ class LocalRun final : public SigningRun {
     const int code = isFile ? SignPkcs7File(job.input.c_str()) : signContent(job.input);
     if (code != kSuccess) return outcomeOf(code);
     std::string signature = encodeSignature(GetSignedPkcs7(), setup_.form);
-    const Outcome stamped = setup_.stamper ? setup_.stamper->stamp(signature) : Outcome{};
+    Outcome stamped = setup_.stamper ? setup_.stamper->stamp(signature) : Outcome{};
     if (stamped.code != kSuccess) return stamped;
     return outcomeOf(writeFile(job.output, signature) ? kSuccess : kOutputUnwritable);
   }
@@ -59,7 +61,7 @@ class LocalRun final : public SigningRun {
 
 class FileRun final : public SigningRun {
  public:
-  FileRun(const FileAction& action, const Done& done) : action_(action), done_(done) {}
+  FileRun(FileAction action, Done done) : action_(std::move(action)), done_(std::move(done)) {}
 
   bool submit(const SigningJob& job) override { return done_(job, action_(job)), true; }
   Outcome finish() override { return {}; }

@@ -93,14 +93,14 @@ class StampBatch final : public Batch {
     if (!readInput(job.input, signature)) return outcomeOf(kFileUnreadable);
     if (!options_.query.empty()) return writeQuery(signature);
     if (!isWritable(job.output)) return outcomeOf(kOutputUnwritable);
-    const Outcome stamped = options_.reply.empty() ? stamper_.stamp(signature) : addReply(signature);
+    Outcome stamped = options_.reply.empty() ? stamper_.stamp(signature) : addReply(signature);
     if (stamped.code != kSuccess) return stamped;
     return outcomeOf(writeFile(job.output, signature) ? kSuccess : kOutputUnwritable);
   }
 
   Outcome writeQuery(const std::string& signature) const {
     std::string query;
-    const Outcome problem = stamper_.queryFor(signature, query);
+    Outcome problem = stamper_.queryFor(signature, query);
     if (problem.code != kSuccess) return problem;
     return outcomeOf(writeFile(options_.query, query) ? kSuccess : kOutputUnwritable);
   }

@@ -85,7 +85,7 @@ Outcome Stamper::open(const std::string& signature, CryptoFile& file) const {
   if (withDer(signature, toDer<i2d_PKCS7>(file.pkcs7.get())) != signature) {
     return {kNotPkcs7, tr("it cannot be written back as it is: not one signature in DER, PEM or Base64"_m)};
   }
-  if (const Outcome problem = proofProblem(signer); problem.code != kSuccess) return problem;
+  if (Outcome problem = proofProblem(signer); problem.code != kSuccess) return problem;
   if (takesToken(file.pkcs7.get())) return {};
   return {kNotPkcs7, tr("its time stamps stand side by side, or are too many"_m)};
 }
@@ -99,7 +99,7 @@ Outcome Stamper::proofProblem(const PKCS7_SIGNER_INFO* signer) const {
 
 Outcome Stamper::stamp(std::string& signature) const {
   CryptoFile file;
-  if (const Outcome problem = open(signature, file); problem.code != kSuccess) return problem;
+  if (Outcome problem = open(signature, file); problem.code != kSuccess) return problem;
   const std::string query = makeQuery(valueToStamp(file.pkcs7.get()), Nonce::kRandom);
   X509_STORE* tlsTrust = tlsAuthorities_.isEmpty() ? nullptr : tlsAuthorities_.store();
   const HttpAnswer answer = askPatiently(
@@ -115,14 +115,14 @@ Outcome Stamper::stamp(std::string& signature) const {
 
 Outcome Stamper::queryFor(const std::string& signature, std::string& query) const {
   CryptoFile file;
-  const Outcome problem = open(signature, file);
+  Outcome problem = open(signature, file);
   if (problem.code == kSuccess) query = makeQuery(valueToStamp(file.pkcs7.get()), Nonce::kNone);
   return problem;
 }
 
 Outcome Stamper::addReply(std::string& signature, const std::string& reply) const {
   CryptoFile file;
-  if (const Outcome problem = open(signature, file); problem.code != kSuccess) return problem;
+  if (Outcome problem = open(signature, file); problem.code != kSuccess) return problem;
   const std::string query = makeQuery(valueToStamp(file.pkcs7.get()), Nonce::kNone);
   const Reply answer = readReply(query, reply, authorities_);
   return answer.problem.empty() ? add(signature, file.pkcs7.get(), answer.token)
@@ -136,7 +136,7 @@ Outcome Stamper::add(std::string& signature, PKCS7* signedData, const std::strin
   const CryptoFile file = parseCryptoFile(changed);
   const PKCS7_SIGNER_INFO* signer = file.pkcs7 ? onlySigner(file.pkcs7.get()) : nullptr;
   if (signer == nullptr) return {kNotPkcs7, tr("not a PKCS#7 signature"_m)};
-  const Outcome problem = proofProblem(signer);
+  Outcome problem = proofProblem(signer);
   if (problem.code == kSuccess) signature = std::move(changed);
   return problem;
 }

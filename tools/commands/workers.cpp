@@ -72,8 +72,8 @@ Outcome outcomeIn(const Json& answer) {
 
 class WorkerRun final : public SigningRun {
  public:
-  WorkerRun(const WorkerPlan& plan, std::size_t processes, const Done& done)
-      : plan_(plan), done_(done), workers_(processes) {
+  WorkerRun(WorkerPlan plan, std::size_t processes, Done done)
+      : plan_(std::move(plan)), done_(std::move(done)), workers_(processes) {
     const SignalsBlocked forThreads;  // a signal ends the waiting of the main thread, not that of another one
     for (auto& worker : workers_) threads_.emplace_back([this, &worker] { work(worker); });
   }

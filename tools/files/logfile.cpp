@@ -44,7 +44,7 @@ bool isLog(std::string_view head) {
 
 std::string logLineText(const std::string& line) {
   const std::size_t value = std::min(line.find(" = "), line.size());
-  const std::string text = toUtf8(line.substr(0, value)) + toUtf8(line.substr(value));
+  std::string text = toUtf8(line.substr(0, value)) + toUtf8(line.substr(value));
   if (text.find("\\x") == std::string::npos) return text;
   const std::string shown = withBytes(text);
   return isUtf8(shown) ? shown : text;

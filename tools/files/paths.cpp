@@ -23,9 +23,10 @@ std::vector<std::string> missingParts(const std::string& path) {
 std::vector<std::string> filesAt(const std::string& path) {
   std::vector<std::string> names;
   if (!isDirectory(path) || !platform::listDirectory(path, names)) return {path};
+  const std::string within = path + platform::kDirectorySeparator;
   std::vector<std::string> files;
   for (const std::string& name : names) {
-    std::string file = path + platform::kDirectorySeparator + name;
+    std::string file = within + name;
     if (statusOf(file).isRegular()) files.push_back(std::move(file));
   }
   return files;

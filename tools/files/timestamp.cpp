@@ -1,5 +1,6 @@
 #include "tools/files/timestamp.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "pki/cx509.h"
@@ -107,10 +108,11 @@ bool takesToken(const PKCS7* signedData) {
 bool addToken(PKCS7* signedData, std::string token) {
   if (!takesToken(signedData)) return false;
   PKCS7_SIGNER_INFO* signer = onlySigner(signedData);
-  const std::vector<Pkcs7Ptr> tokens = tokensOf(signer);
-  for (auto each = tokens.rbegin(); each != tokens.rend(); ++each) {
-    if (!setToken(onlySigner(each->get()), token)) return false;
-    token = toDer<i2d_PKCS7>(each->get());
+  std::vector<Pkcs7Ptr> tokens = tokensOf(signer);
+  std::reverse(tokens.begin(), tokens.end());
+  for (const Pkcs7Ptr& each : tokens) {
+    if (!setToken(onlySigner(each.get()), token)) return false;
+    token = toDer<i2d_PKCS7>(each.get());
   }
   return setToken(signer, token);
 }

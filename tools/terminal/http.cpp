@@ -26,7 +26,7 @@ namespace {
 using SslCtxPtr = std::unique_ptr<SSL_CTX, FreeWith<SSL_CTX_free>>;
 
 // kMaxHead: of the status line and header lines of an answer.
-constexpr std::size_t kMaxHead = 16 * 1024;
+constexpr std::size_t kMaxHead = std::size_t{16} * 1024;
 constexpr unsigned kNap = 100;  // milliseconds between two looks at a connection that is being made
 constexpr int kGoodStatus = 200;
 constexpr int kTooManyRequests = 429;

@@ -19,7 +19,7 @@
 namespace zepasign::tools {
 
 // kMaxAnswer: a time stamp has some 3 to 20 KB, the certificates of its authority included.
-inline constexpr std::size_t kMaxAnswer = 100 * 1024;
+inline constexpr std::size_t kMaxAnswer = std::size_t{100} * 1024;
 
 // HttpQuestion: `timeout` is in seconds, from the beginning of the connection to the end of the answer; looking up the
 // name of the server comes before it. `authorities` are trusted for HTTPS servers, borrowed; null means those of the
