@@ -64,14 +64,15 @@ void encodeTwoGroups(const unsigned char* in, char* out) {
 }
 
 // encodeInVectors: encodes what the processor can encode in vectors, removes it from `bytes` and returns the end of the
-// text. What is left is for the table, which may be everything.
+// text. What is left is for the table; that may be everything.
 #if defined(__x86_64__) && defined(__linux__)  // MinGW does not align the stack for vectors of 32 bytes
+// encodeWithAvx2: the same by 24 bytes at a time, as long as 32 can be read. REQUIRES: a processor with AVX2.
 [[gnu::target("avx2")]] char* encodeWithAvx2(std::span<const unsigned char>& bytes, char* out) {
   using Characters [[gnu::vector_size(32)]] = signed char;
   using Numbers [[gnu::vector_size(32)]] = std::uint16_t;
   using Groups [[gnu::vector_size(32)]] = std::uint32_t;
   std::span<const unsigned char> left = bytes;
-  // 32 bytes are loaded, of which 24 are used: twelve for each half, since bytes are shuffled within a half only.
+  // 24 of the loaded bytes are used: twelve for each half, since bytes are shuffled within a half only.
   for (; left.size() >= sizeof(Groups); left = left.subspan(24), out += sizeof(Characters)) {
     Groups loaded;
     std::memcpy(&loaded, left.data(), sizeof loaded);

@@ -39,7 +39,7 @@ class Listing final {
   // addLog: an entry whose lines are converted and printed one by one, a log may have any size.
   void addLog(const std::string& name, Source& source, LevelFilter filter) {
     begin();
-    if (json_) printBytes("{\"file\": " + textOf(name) + R"(, "kind": "log", "lines": [)");
+    if (json_) printBytes(R"({"file": )" + textOf(name) + R"(, "kind": "log", "lines": [)");
     const char* separator = "\n";
     std::string line;
     while (source.readLine(line) || source.readLastLine(line)) {
